@@ -1,0 +1,54 @@
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaPipeline/ImageFrame.h"
+#include "MediaConversion/MediaPipeline/OpenCvMatAllocator.h"
+
+#include <mutex>
+#include <utility>
+
+namespace Velmora {
+
+namespace {
+
+// What is installed process-wide. Never destroyed: matrices may outlive every static object.
+struct Installation
+{
+    std::shared_ptr<IMemoryPool> pool;
+    OpenCvMatAllocator* allocator = nullptr;
+    std::mutex mutex;
+};
+
+Installation& installation()
+{
+    static Installation& installed = *new Installation;
+    return installed;
+}
+
+}
+
+void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
+{
+    auto& installed = installation();
+    std::shared_ptr<IMemoryPool> replaced;  // outlives the lock: the pool may die here
+    const std::lock_guard lock(installed.mutex);
+    replaced = std::exchange(installed.pool, std::move(pool));
+    if (auto* const allocator = std::exchange(installed.allocator, nullptr))
+        allocator->retire();
+    if (!installed.pool) {
+        // Not null, which OpenCV 4 would call at the next matrix.
+        cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator());
+        return;
+    }
+    installed.allocator = new OpenCvMatAllocator(installed.pool);  // stays for ever, see retire()
+    cv::Mat::setDefaultAllocator(installed.allocator);
+}
+
+std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()
+{
+    auto& installed = installation();
+    const std::lock_guard lock(installed.mutex);
+    if (!installed.pool)
+        MediaConversion::fail("ImageFrame has no memory pool - did you forget to set it?");
+    return installed.pool;
+}
+
+}

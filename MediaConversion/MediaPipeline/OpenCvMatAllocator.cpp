@@ -1,0 +1,108 @@
+#include "MediaConversion/MediaPipeline/OpenCvMatAllocator.h"
+
+#include "MediaConversion/MediaPipeline/PooledBuffer.h"
+
+#include <utility>
+
+namespace Velmora {
+
+namespace {
+
+// As CV_Assert does, but with the place that callers know the allocator by.
+void require(bool holds, const char* condition, const char* function, int line)
+{
+    if (!holds)
+        cv::error(cv::Error::StsAssert, condition, function,
+                  "MediaConversion/MediaPipeline/OpenCvMatAllocator", line);
+}
+
+}
+
+OpenCvMatAllocator::OpenCvMatAllocator(std::shared_ptr<IMemoryPool> pool) : m_pool(std::move(pool))
+{
+}
+
+bool OpenCvMatAllocator::allocate(cv::UMatData* data, AccessFlag, cv::UMatUsageFlags) const
+{
+    return data != nullptr;
+}
+
+cv::UMatData* OpenCvMatAllocator::allocate(int dims, const int* sizes, int type, void* data,
+                                           std::size_t* step, AccessFlag accessFlags,
+                                           cv::UMatUsageFlags usageFlags) const
+{
+    const auto lender = pool();
+    if (!lender)
+        return cv::Mat::getStdAllocator()->allocate(dims, sizes, type, data, step, accessFlags,
+                                                    usageFlags);
+
+    std::size_t total = CV_ELEM_SIZE(type);
+    for (int i = dims - 1; i >= 0; --i) {
+        if (step) {
+            if (data && step[i] != cv::Mat::AUTO_STEP) {
+                require(total <= step[i], "total <= step[i]",
+                        "Velmora::OpenCvMatAllocator::allocate", __LINE__);
+                total = step[i];
+            } else {
+                step[i] = total;
+            }
+        }
+        total *= static_cast<std::size_t>(sizes[i]);
+    }
+
+    auto matrixData = std::make_unique<cv::UMatData>(this);
+    matrixData->size = total;
+    if (data) {
+        matrixData->data = matrixData->origdata = static_cast<uchar*>(data);
+        matrixData->flags |= cv::UMatData::USER_ALLOCATED;
+        return matrixData.release();
+    }
+
+    IMemoryResource* const resource = lender->acquire(total);
+    matrixData->data = matrixData->origdata = reinterpret_cast<uchar*>(resource->data());
+    try {
+        const std::lock_guard lock(m_loansMutex);
+        m_loans.insert_or_assign(matrixData->origdata, Loan{lender, resource});
+    } catch (...) {
+        lender->release(resource);
+        throw;
+    }
+    return matrixData.release();
+}
+
+void OpenCvMatAllocator::deallocate(cv::UMatData* data) const
+{
+    if (!data)
+        return;
+    require(data->urefcount == 0, "u->urefcount == 0", "Velmora::OpenCvMatAllocator::deallocate",
+            __LINE__);
+    require(data->refcount == 0, "u->refcount == 0", "Velmora::OpenCvMatAllocator::deallocate",
+            __LINE__);
+    if (!(data->flags & cv::UMatData::USER_ALLOCATED)) {
+        decltype(m_loans)::node_type loan;  // outlives the lock: the pool may die with its last loan
+        {
+            const std::lock_guard lock(m_loansMutex);
+            loan = m_loans.extract(data->origdata);
+            if (loan)
+                loan.mapped().pool->release(loan.mapped().resource);  // takes the pool's mutex second
+        }
+        data->origdata = nullptr;
+        data->data = nullptr;
+    }
+    delete data;
+}
+
+void OpenCvMatAllocator::retire()
+{
+    std::shared_ptr<IMemoryPool> retired;  // outlives the lock: the pool may die here
+    const std::lock_guard lock(m_loansMutex);
+    retired = std::exchange(m_pool, nullptr);
+}
+
+std::shared_ptr<IMemoryPool> OpenCvMatAllocator::pool() const
+{
+    const std::lock_guard lock(m_loansMutex);
+    return m_pool;
+}
+
+}
