@@ -24,7 +24,10 @@ std::string text(Number piece)
 
 // Formats, channel types and colourspaces have a text form beside them, found by argument.
 template <class Value>
-    requires requires(const Value& value) { toString(value); }
+requires requires(const Value& value)
+{
+    toString(value);
+}
 std::string text(const Value& piece)
 {
     return toString(piece);

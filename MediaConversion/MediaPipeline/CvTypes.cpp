@@ -28,8 +28,9 @@ CvTypes expand(std::initializer_list<Rule> rules)
     for (const auto& rule : rules)
         for (const auto& pixelFormat : rule.pixelFormats)
             for (const auto channelType : rule.channelTypes)
-                types.emplace(FrameFormat{rule.colourspace, channelType, rule.pixelPacking, pixelFormat},
-                              rule.cvType);
+                types.emplace(
+                    FrameFormat{rule.colourspace, channelType, rule.pixelPacking, pixelFormat},
+                    rule.cvType);
     return types;
 }
 

@@ -8,7 +8,8 @@
 
 namespace MediaConversion {
 
-enum class EncoderState : std::uint32_t {
+enum class EncoderState : std::uint32_t
+{
     Idle = 0,
     Encoding = 1,
 };

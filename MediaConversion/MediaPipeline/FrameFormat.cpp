@@ -7,7 +7,8 @@ namespace Velmora {
 
 namespace {
 
-constexpr std::array<std::string_view, 6> channelTypeNames{"U8", "U10", "U12", "U15plus1", "U16", "F32"};
+constexpr std::array<std::string_view, 6> channelTypeNames{"U8",       "U10", "U12",
+                                                           "U15plus1", "U16", "F32"};
 
 constexpr std::array<std::string_view, 6> colourspaceNames{
     "RGB", "RGBA", "YCbCr_ITU_T871", "YCbCrA_ITU_T871", "YCoCg", "YCoCgA"};
@@ -17,8 +18,7 @@ std::string nameOf(Enumeration value, const std::array<std::string_view, 6>& nam
                    std::string_view enumeration)
 {
     const auto index = static_cast<std::uint32_t>(value);
-    if (index < names.size())
-        return std::string(names[index]);
+    if (index < names.size()) return std::string(names[index]);
     return "(Unknown " + std::string(enumeration) + " " + std::to_string(index) + ")";
 }
 

@@ -8,7 +8,8 @@ namespace Velmora {
 
 // Which colours the channels of a frame stand for. The YCbCr colourspaces are those of ITU-T T.871
 // (full-range, as in JPEG files). The channel order is not part of the colourspace.
-enum class Colourspace : std::uint32_t {
+enum class Colourspace : std::uint32_t
+{
     RGB = 0,
     RGBA = 1,
     YCbCr_ITU_T871 = 2,
@@ -19,7 +20,8 @@ enum class Colourspace : std::uint32_t {
 
 // How one channel sample is stored. U10, U12 and U15plus1 samples of full frames take 16 bits each;
 // the full scale of U15plus1 is 32768, a power of two and one more than 15 bits can hold.
-enum class ChannelType : std::uint32_t {
+enum class ChannelType : std::uint32_t
+{
     U8 = 0,
     U10 = 1,
     U12 = 2,
@@ -41,8 +43,8 @@ struct PixelPacking
 };
 
 // How the pixels of a frame lie in memory; width and height travel beside it. The fields stand in
-// the order in which formats compare; texts compare by unsigned bytes. Any combination of fields can
-// be expressed: the tables of OpenCV types and of conversions say which ones are of use.
+// the order in which formats compare; texts compare by unsigned bytes. Any combination of fields
+// can be expressed: the tables of OpenCV types and of conversions say which ones are of use.
 struct FrameFormat
 {
     Colourspace colourspace;

@@ -12,8 +12,7 @@ namespace {
 cv::Mat matrixOver(const FrameFormat& format, int width, int height,
                    const RawFrameData* rawFrameData)
 {
-    if (!rawFrameData)
-        MediaConversion::fail("no rawFrameData");
+    if (!rawFrameData) MediaConversion::fail("no rawFrameData");
     FullFrame::checkByteCount(format, width, height, rawFrameData->pixelByteCount());
     return cv::Mat(height, width, openCvType(format, FullFormatCvTypes()), rawFrameData->pixels());
 }

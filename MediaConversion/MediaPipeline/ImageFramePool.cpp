@@ -31,8 +31,7 @@ void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
     std::shared_ptr<IMemoryPool> replaced;  // outlives the lock: the pool may die here
     const std::lock_guard lock(installed.mutex);
     replaced = std::exchange(installed.pool, std::move(pool));
-    if (auto* const allocator = std::exchange(installed.allocator, nullptr))
-        allocator->retire();
+    if (auto* const allocator = std::exchange(installed.allocator, nullptr)) allocator->retire();
     if (!installed.pool) {
         // Not null, which OpenCV 4 would call at the next matrix.
         cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator());

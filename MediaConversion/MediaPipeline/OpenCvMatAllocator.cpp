@@ -72,19 +72,20 @@ cv::UMatData* OpenCvMatAllocator::allocate(int dims, const int* sizes, int type,
 
 void OpenCvMatAllocator::deallocate(cv::UMatData* data) const
 {
-    if (!data)
-        return;
+    if (!data) return;
     require(data->urefcount == 0, "u->urefcount == 0", "Velmora::OpenCvMatAllocator::deallocate",
             __LINE__);
     require(data->refcount == 0, "u->refcount == 0", "Velmora::OpenCvMatAllocator::deallocate",
             __LINE__);
     if (!(data->flags & cv::UMatData::USER_ALLOCATED)) {
-        decltype(m_loans)::node_type loan;  // outlives the lock: the pool may die with its last loan
+        decltype(m_loans)::node_type
+            loan;  // outlives the lock: the pool may die with its last loan
         {
             const std::lock_guard lock(m_loansMutex);
             loan = m_loans.extract(data->origdata);
             if (loan)
-                loan.mapped().pool->release(loan.mapped().resource);  // takes the pool's mutex second
+                loan.mapped().pool->release(
+                    loan.mapped().resource);  // takes the pool's mutex second
         }
         data->origdata = nullptr;
         data->data = nullptr;

@@ -6,8 +6,8 @@ namespace Velmora {
 
 class FullFrame;
 
-// A frame with one packing group per matrix element, in a format of PackedFormatCvTypes(). Its width
-// and height are multiples of the group's columns and rows.
+// A frame with one packing group per matrix element, in a format of PackedFormatCvTypes(). Its
+// width and height are multiples of the group's columns and rows.
 class PackedFrame final : public ImageFrame
 {
 public:

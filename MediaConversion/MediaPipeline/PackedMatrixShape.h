@@ -12,8 +12,9 @@ struct PackedMatrixShape
     int cvType;
 };
 
-// The matrix of a frame of width x height pixels. Throws a std::runtime_error when the pixels do not
-// fill whole groups, columns first, or when a group does not fill an element of the OpenCV type.
+// The matrix of a frame of width x height pixels. Throws a std::runtime_error when the pixels do
+// not fill whole groups, columns first, or when a group does not fill an element of the OpenCV
+// type.
 PackedMatrixShape packedMatrixShape(const FrameFormat& format, int cvType, int width, int height);
 
 }

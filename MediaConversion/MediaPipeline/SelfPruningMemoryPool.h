@@ -10,8 +10,8 @@
 namespace Velmora {
 
 // Keeps the large blocks of a clip's frames alive between frames. Every acquisition ages the blocks
-// that lie idle; one that has seen three acquisitions go by is freed. `Resource` is constructed from
-// the pool and a size in bytes.
+// that lie idle; one that has seen three acquisitions go by is freed. `Resource` is constructed
+// from the pool and a size in bytes.
 template <class Resource>
 class SelfPruningMemoryPool final : public IMemoryPool
 {
@@ -59,8 +59,7 @@ private:
     IMemoryResource* reuse(std::uint64_t size)
     {
         for (auto& [address, entry] : m_resources) {
-            if (entry.inUse || entry.resource->size() < size)
-                continue;
+            if (entry.inUse || entry.resource->size() < size) continue;
             entry.inUse = 1;
             entry.idleCount = 0;
             return address;

@@ -1,0 +1,113 @@
+#pragma once
+
+#include "MediaConversion/Converters/LittleEndian.h"
+#include "MediaConversion/Converters/Pixels.h"
+
+#include <array>
+#include <concepts>
+#include <cstddef>
+#include <cstdint>
+
+namespace MediaConversion {
+
+// The samples of a group, pixel after pixel; the three samples of a pixel follow one another in the
+// order that the packing's name begins with.
+template <class Layout>
+concept RgbLayout = requires(const std::uint8_t* group)
+{
+    {
+        Layout::bits
+        } -> std::convertible_to<unsigned>;
+    {
+        Layout::bytes
+        } -> std::convertible_to<int>;
+    {
+        Layout::pixels
+        } -> std::convertible_to<int>;
+    {
+        Layout::samples(group)
+        } -> std::same_as<std::array<unsigned, 3 * Layout::pixels>>;
+};
+
+// Three 10-bit samples from the top of a little-endian 32-bit word down; bits 1 and 0 are padding.
+struct DpxFilled
+{
+    static constexpr unsigned bits = 10;
+    static constexpr int bytes = 4;
+    static constexpr int pixels = 1;
+
+    static constexpr std::array<unsigned, 3> samples(const std::uint8_t* group)
+    {
+        const auto word = littleEndianWord(group);
+        return {word >> 22 & 0x3FFu, word >> 12 & 0x3FFu, word >> 2 & 0x3FFu};
+    }
+};
+
+// Two 12-bit samples in three bytes, least significant bits first: 0x01 0x20 0x00 is 0x001, 0x002.
+struct DpxPacked
+{
+    static constexpr unsigned bits = 12;
+    static constexpr int bytes = 9;
+    static constexpr int pixels = 2;
+
+    static constexpr unsigned first(const std::uint8_t* pair)
+    {
+        return static_cast<unsigned>(pair[0] | (pair[1] & 0x0F) << 8);
+    }
+
+    static constexpr unsigned second(const std::uint8_t* pair)
+    {
+        return static_cast<unsigned>(pair[1] >> 4 | pair[2] << 4);
+    }
+
+    static constexpr std::array<unsigned, 6> samples(const std::uint8_t* group)
+    {
+        return {first(group),      second(group),    first(group + 3),
+                second(group + 3), first(group + 6), second(group + 6)};
+    }
+};
+
+// Two 12-bit samples in three bytes, most significant bits first: 0x01 0x20 0x00 is 0x012, 0x000.
+struct Smpte2110
+{
+    static constexpr unsigned bits = 12;
+    static constexpr int bytes = 9;
+    static constexpr int pixels = 2;
+
+    static constexpr unsigned first(const std::uint8_t* pair)
+    {
+        return static_cast<unsigned>(pair[0] << 4 | pair[1] >> 4);
+    }
+
+    static constexpr unsigned second(const std::uint8_t* pair)
+    {
+        return static_cast<unsigned>((pair[1] & 0x0F) << 8 | pair[2]);
+    }
+
+    static constexpr std::array<unsigned, 6> samples(const std::uint8_t* group)
+    {
+        return {first(group),      second(group),    first(group + 3),
+                second(group + 3), first(group + 6), second(group + 6)};
+    }
+};
+
+// A named packing: a layout, and which colour its first sample is.
+template <RgbLayout LayoutType, ChannelOrder sampleOrder, FrameFormat (*namedFormat)()>
+struct RgbPacking
+{
+    using Layout = LayoutType;
+    static constexpr ChannelOrder order = sampleOrder;
+
+    static FrameFormat format() { return namedFormat(); }
+};
+
+// clang-format off
+struct RgbDpxFilled : RgbPacking<DpxFilled, RGB, Velmora::Formats::RGB_DPX_FILLED> {};
+struct BgrDpxFilled : RgbPacking<DpxFilled, BGR, Velmora::Formats::BGR_DPX_FILLED> {};
+struct RgbDpxPacked : RgbPacking<DpxPacked, RGB, Velmora::Formats::RGB_DPX_PACKED> {};
+struct BgrDpxPacked : RgbPacking<DpxPacked, BGR, Velmora::Formats::BGR_DPX_PACKED> {};
+struct RgbSmpte2110 : RgbPacking<Smpte2110, RGB, Velmora::Formats::RGB_SMPTE_2110> {};
+struct BgrSmpte2110 : RgbPacking<Smpte2110, BGR, Velmora::Formats::BGR_SMPTE_2110> {};
+// clang-format on
+
+}

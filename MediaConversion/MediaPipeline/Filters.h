@@ -1,0 +1,61 @@
+#pragma once
+
+#include "MediaConversion/Converters/ImageBitDepth.h"
+#include "MediaConversion/Converters/ImageColourspace.h"
+#include "MediaConversion/Converters/ImageToFullFrame.h"
+#include "MediaConversion/Converters/ImageYCbCr42xToRGB.h"
+#include "MediaConversion/Converters/ImageYCoCgDXT5toRGB.h"
+#include "MediaConversion/Converters/TextureProcessors.h"
+#include "MediaConversion/MediaPipeline/ControllableFilter.h"
+#include "MediaConversion/MediaPipeline/FrameDispatch.h"
+#include "MediaConversion/MediaPipeline/NullProcessors.h"
+
+// The filters of which chains are made. Each is constructed from the format that it converts to.
+namespace MediaConversion {
+
+template <class Filter, class ImageProcessor, class TextureProcessor>
+using ConvertingFilter =
+    ControllableFilter<FrameDispatch<Filter, ImageProcessor, TextureProcessor>>;
+
+// clang-format off
+
+class ConvertBitDepth final
+    : public ConvertingFilter<ConvertBitDepth, ImageBitDepth, NullTextureProcessor>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertColourspace final
+    : public ConvertingFilter<ConvertColourspace, ImageColourspace, NullTextureProcessor>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertToFullFrame final
+    : public ConvertingFilter<ConvertToFullFrame, ImageToFullFrame, TextureToFullFrame>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertYCbCr42xToRGB final
+    : public ConvertingFilter<ConvertYCbCr42xToRGB, ImageYCbCr42xToRGB, TextureYCbCr42xToRGB>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertYCoCgDXT5toRGB final
+    : public ConvertingFilter<ConvertYCoCgDXT5toRGB, ImageYCoCgDXT5toRGB, TextureYCoCgDXT5toRGB>
+{ using ControllableFilter::ControllableFilter; };
+
+// clang-format on
+
+// Passes frames of one format on unchanged and refuses all others.
+class NoOperation
+{
+public:
+    explicit NoOperation(const Velmora::FrameFormat& format) : m_format(format) {}
+
+    std::unique_ptr<Velmora::IFrame> process(std::unique_ptr<Velmora::IFrame> frame) const;
+
+private:
+    Velmora::FrameFormat m_format;
+};
+
+class ConvertNoOperation final : public ControllableFilter<NoOperation>
+{
+    using ControllableFilter::ControllableFilter;
+};
+
+}
