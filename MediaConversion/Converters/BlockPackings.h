@@ -1,8 +1,9 @@
 #pragma once
 
-#include "MediaConversion/Converters/LittleEndian.h"
+#include "MediaConversion/Converters/Words.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 
 // The published S3TC blocks of 4 x 4 pixels: DXT1 (BC1) and the two halves of DXT5 (BC3). Pixels
@@ -106,12 +107,21 @@ struct AlphaBlock
     // Descending endpoints give six steps between them, others four and both extremes.
     constexpr std::array<int, 8> alphas() const
     {
+        if (alpha0 > alpha1) return interpolated<7>();
+        auto palette = interpolated<5>();
+        palette[6] = 0;
+        palette[7] = 255;
+        return palette;
+    }
+
+private:
+    template <int steps>
+    constexpr std::array<int, 8> interpolated() const
+    {
         std::array<int, 8> palette{alpha0, alpha1};
-        const int steps = alpha0 > alpha1 ? 7 : 5;
         for (int step = 1; step < steps; ++step)
             palette[static_cast<std::size_t>(step + 1)] =
                 ((steps - step) * alpha0 + step * alpha1) / steps;
-        if (steps == 5) palette[7] = 255;  // and palette[6] stays 0
         return palette;
     }
 };

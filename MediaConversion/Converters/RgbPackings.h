@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MediaConversion/Converters/LittleEndian.h"
 #include "MediaConversion/Converters/Pixels.h"
+#include "MediaConversion/Converters/Words.h"
 
 #include <array>
 #include <concepts>
@@ -43,51 +43,41 @@ struct DpxFilled
     }
 };
 
-// Two 12-bit samples in three bytes, least significant bits first: 0x01 0x20 0x00 is 0x001, 0x002.
+// Six 12-bit samples as one string of bits, the least significant bits of each byte and sample
+// first: 0x01 0x20 0x00 begins with 0x001, 0x002.
 struct DpxPacked
 {
     static constexpr unsigned bits = 12;
     static constexpr int bytes = 9;
     static constexpr int pixels = 2;
 
-    static constexpr unsigned first(const std::uint8_t* pair)
-    {
-        return static_cast<unsigned>(pair[0] | (pair[1] & 0x0F) << 8);
-    }
-
-    static constexpr unsigned second(const std::uint8_t* pair)
-    {
-        return static_cast<unsigned>(pair[1] >> 4 | pair[2] << 4);
-    }
-
     static constexpr std::array<unsigned, 6> samples(const std::uint8_t* group)
     {
-        return {first(group),      second(group),    first(group + 3),
-                second(group + 3), first(group + 6), second(group + 6)};
+        const auto low = littleEndianLongword(group);
+        const auto sample = [](std::uint64_t value) {
+            return static_cast<unsigned>(value & 0xFFF);
+        };
+        return {sample(low),       sample(low >> 12), sample(low >> 24),
+                sample(low >> 36), sample(low >> 48), sample(low >> 60 | group[8] << 4)};
     }
 };
 
-// Two 12-bit samples in three bytes, most significant bits first: 0x01 0x20 0x00 is 0x012, 0x000.
+// Six 12-bit samples as one string of bits, the most significant bits of each byte and sample
+// first: 0x01 0x20 0x00 begins with 0x012, 0x000.
 struct Smpte2110
 {
     static constexpr unsigned bits = 12;
     static constexpr int bytes = 9;
     static constexpr int pixels = 2;
 
-    static constexpr unsigned first(const std::uint8_t* pair)
-    {
-        return static_cast<unsigned>(pair[0] << 4 | pair[1] >> 4);
-    }
-
-    static constexpr unsigned second(const std::uint8_t* pair)
-    {
-        return static_cast<unsigned>((pair[1] & 0x0F) << 8 | pair[2]);
-    }
-
     static constexpr std::array<unsigned, 6> samples(const std::uint8_t* group)
     {
-        return {first(group),      second(group),    first(group + 3),
-                second(group + 3), first(group + 6), second(group + 6)};
+        const auto high = bigEndianLongword(group);
+        const auto sample = [](std::uint64_t value) {
+            return static_cast<unsigned>(value & 0xFFF);
+        };
+        return {sample(high >> 52), sample(high >> 40), sample(high >> 28),
+                sample(high >> 16), sample(high >> 4),  sample(high << 8 | group[8])};
     }
 };
 

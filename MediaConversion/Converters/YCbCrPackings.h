@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MediaConversion/Converters/LittleEndian.h"
 #include "MediaConversion/Converters/Pixels.h"
+#include "MediaConversion/Converters/Words.h"
 
 #include <array>
 #include <concepts>

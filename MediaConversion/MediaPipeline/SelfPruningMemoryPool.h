@@ -3,6 +3,7 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaPipeline/Memory.h"
 
+#include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -77,10 +78,11 @@ private:
 
     void prune()
     {
-        std::erase_if(m_resources, [this](auto& item) {
-            auto& entry = item.second;
-            return !entry.inUse && ++entry.idleCount >= m_pruneThreshold;
-        });
+        for (auto item = m_resources.begin(); item != m_resources.end();) {
+            auto& entry = item->second;
+            const bool expired = !entry.inUse && ++entry.idleCount >= m_pruneThreshold;
+            item = expired ? m_resources.erase(item) : std::next(item);
+        }
     }
 
     std::map<IMemoryResource*, Entry> m_resources;

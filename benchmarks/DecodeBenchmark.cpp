@@ -1,0 +1,157 @@
+// Decoding a frame of every media format to float BGRA, as the reader does it, beside the limit of
+// the memory and the plain arithmetic. All three run in turn in every iteration, and the ratios
+// reported are the medians of the iterations' own: they hold when the machine's speed drifts.
+
+#include "benchmarks/Limit.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaPipeline/Encoder.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
+#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
+#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+#include "MediaConversion/MediaPipeline/PackedFrame.h"
+#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "tests/support/PlainDecoding.h"
+
+#include <benchmark/benchmark.h>
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <chrono>
+#include <cstring>
+#include <memory>
+#include <vector>
+
+namespace {
+
+using Velmora::FrameFormat;
+
+constexpr int iterations = 15;
+
+std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv::Mat& image)
+{
+    if (Velmora::FullFormatCvTypes().contains(format))
+        return std::make_unique<Velmora::FullFrame>(format, image);
+    return std::make_unique<Velmora::PackedFrame>(format, image);
+}
+
+cv::Mat noise(const FrameFormat& format, int width, int height)
+{
+    const auto& packing = format.pixelPacking;
+    const auto& full = Velmora::FullFormatCvTypes();
+    const auto& types = full.contains(format) ? full : Velmora::PackedFormatCvTypes();
+    cv::Mat image(height / static_cast<int>(packing.rowsPerGroup),
+                  width / static_cast<int>(packing.columnsPerGroup), openCvType(format, types));
+    cv::Mat bytes(image.rows, image.cols * static_cast<int>(image.elemSize()), CV_8U, image.data,
+                  image.step);
+    cv::RNG(1).fill(bytes, cv::RNG::UNIFORM, 0, 256);
+    return image;
+}
+
+bool sameBytes(const cv::Mat& one, const cv::Mat& other)
+{
+    return one.size() == other.size() && one.type() == other.type() &&
+           std::memcmp(one.data, other.data, one.total() * one.elemSize()) == 0;
+}
+
+template <class Operation>
+double seconds(const Operation& operation)
+{
+    const auto start = std::chrono::steady_clock::now();
+    operation();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+}
+
+double median(std::vector<double> values)
+{
+    std::ranges::nth_element(values, values.begin() + static_cast<int>(values.size() / 2));
+    return values[values.size() / 2];
+}
+
+// The frame's way through the Encoder. Like the reader, it holds a result until the next replaces it.
+class Decoder
+{
+public:
+    explicit Decoder(const FrameFormat& format)
+        : m_encoder(format, Velmora::Formats::BGRA_F32()), m_format(format)
+    {
+        m_encoder.connectFrameSink(&m_sink);
+        m_encoder.start();
+    }
+
+    const cv::Mat& decode(const cv::Mat& image)
+    {
+        m_encoder.onNewFrame(frameOf(m_format, image));
+        m_result = m_sink.takeFrame();
+        return dynamic_cast<const Velmora::IImageFrame&>(*m_result).image();
+    }
+
+private:
+    MediaConversion::FrameSinkDestination m_sink;
+    MediaConversion::Encoder m_encoder;
+    FrameFormat m_format;
+    std::unique_ptr<Velmora::IFrame> m_result;
+};
+
+void decodeToFloat(benchmark::State& state, const FrameFormat& format)
+{
+    const int width = static_cast<int>(state.range(0));
+    const int height = static_cast<int>(state.range(1));
+    cv::setNumThreads(static_cast<int>(state.range(2)));
+    Velmora::ImageFrame::setMemoryPool(
+        std::make_shared<Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource>>());
+
+    const cv::Mat image = noise(format, width, height);
+    Decoder decoder(format);
+    if (!sameBytes(decoder.decode(image), plainBgraF32(*frameOf(format, image)))) {
+        state.SkipWithError("differs from the plain arithmetic");
+        return;
+    }
+
+    cv::Mat outputs[2] = {cv::Mat(height, width, CV_32FC4), cv::Mat(height, width, CV_32FC4)};
+    for (auto& output : outputs)
+        output.setTo(0);
+    for (int frame = 0; frame < 5; ++frame)
+        decoder.decode(image);
+
+    std::vector<double> toLimit;
+    std::vector<double> fromPlain;
+    std::vector<double> limits;
+    int turn = 0;
+    for (auto _ : state) {
+        const double limit = seconds([&] { readAndWrite(image, outputs[turn ^= 1]); });
+        const double ours = seconds([&] { decoder.decode(image); });
+        const double plain = seconds([&] { plainBgraF32(*frameOf(format, image)); });
+        state.SetIterationTime(ours);
+        limits.push_back(limit * 1e3);
+        toLimit.push_back(ours / limit);
+        fromPlain.push_back(plain / ours);
+    }
+    state.counters["limit_ms"] = median(limits);
+    state.counters["ours/limit"] = median(toLimit);
+    state.counters["plain/ours"] = median(fromPlain);
+}
+
+void registerAll()
+{
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        benchmark::RegisterBenchmark(toString(format).c_str(), decodeToFloat, format)
+            ->ArgNames({"width", "height", "threads"})
+            ->ArgsProduct({{1920}, {1080}, {1, 2}})
+            ->ArgsProduct({{3840}, {2160}, {1, 2}})
+            ->Iterations(iterations)
+            ->UseManualTime()
+            ->Unit(benchmark::kMillisecond);
+}
+
+}
+
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    registerAll();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+}
