@@ -2,7 +2,6 @@
 // the memory and the plain arithmetic. All three run in turn in every iteration, and the ratios
 // reported are the medians of the iterations' own: they hold when the machine's speed drifts.
 
-#include "benchmarks/Limit.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "MediaConversion/MediaPipeline/Encoder.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
@@ -11,6 +10,7 @@
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "MediaConversion/MediaPipeline/PackedFrame.h"
 #include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "benchmarks/Limit.h"
 #include "tests/support/PlainDecoding.h"
 
 #include <benchmark/benchmark.h>
@@ -24,6 +24,7 @@
 
 namespace {
 
+using MediaConversion::plainBgraF32;
 using Velmora::FrameFormat;
 
 constexpr int iterations = 15;
@@ -35,13 +36,14 @@ std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv
     return std::make_unique<Velmora::PackedFrame>(format, image);
 }
 
-cv::Mat noise(const FrameFormat& format, int width, int height)
+cv::Mat noise(const FrameFormat& format, const cv::Size& size)
 {
     const auto& packing = format.pixelPacking;
     const auto& full = Velmora::FullFormatCvTypes();
     const auto& types = full.contains(format) ? full : Velmora::PackedFormatCvTypes();
-    cv::Mat image(height / static_cast<int>(packing.rowsPerGroup),
-                  width / static_cast<int>(packing.columnsPerGroup), openCvType(format, types));
+    cv::Mat image(size.height / static_cast<int>(packing.rowsPerGroup),
+                  size.width / static_cast<int>(packing.columnsPerGroup),
+                  openCvType(format, types));
     cv::Mat bytes(image.rows, image.cols * static_cast<int>(image.elemSize()), CV_8U, image.data,
                   image.step);
     cv::RNG(1).fill(bytes, cv::RNG::UNIFORM, 0, 256);
@@ -68,7 +70,8 @@ double median(std::vector<double> values)
     return values[values.size() / 2];
 }
 
-// The frame's way through the Encoder. Like the reader, it holds a result until the next replaces it.
+// The frame's way through the Encoder. Like the reader, it holds a result until the next replaces
+// it.
 class Decoder
 {
 public:
@@ -93,22 +96,21 @@ private:
     std::unique_ptr<Velmora::IFrame> m_result;
 };
 
-void decodeToFloat(benchmark::State& state, const FrameFormat& format)
+void decodeToFloat(benchmark::State& state, const FrameFormat& format, const cv::Size& size,
+                   int threads)
 {
-    const int width = static_cast<int>(state.range(0));
-    const int height = static_cast<int>(state.range(1));
-    cv::setNumThreads(static_cast<int>(state.range(2)));
+    cv::setNumThreads(threads);
     Velmora::ImageFrame::setMemoryPool(
         std::make_shared<Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource>>());
 
-    const cv::Mat image = noise(format, width, height);
+    const cv::Mat image = noise(format, size);
     Decoder decoder(format);
     if (!sameBytes(decoder.decode(image), plainBgraF32(*frameOf(format, image)))) {
         state.SkipWithError("differs from the plain arithmetic");
         return;
     }
 
-    cv::Mat outputs[2] = {cv::Mat(height, width, CV_32FC4), cv::Mat(height, width, CV_32FC4)};
+    cv::Mat outputs[2] = {cv::Mat(size, CV_32FC4), cv::Mat(size, CV_32FC4)};
     for (auto& output : outputs)
         output.setTo(0);
     for (int frame = 0; frame < 5; ++frame)
@@ -117,6 +119,7 @@ void decodeToFloat(benchmark::State& state, const FrameFormat& format)
     std::vector<double> toLimit;
     std::vector<double> fromPlain;
     std::vector<double> limits;
+    std::vector<double> oursAlone;
     int turn = 0;
     for (auto _ : state) {
         const double limit = seconds([&] { readAndWrite(image, outputs[turn ^= 1]); });
@@ -124,24 +127,53 @@ void decodeToFloat(benchmark::State& state, const FrameFormat& format)
         const double plain = seconds([&] { plainBgraF32(*frameOf(format, image)); });
         state.SetIterationTime(ours);
         limits.push_back(limit * 1e3);
+        oursAlone.push_back(ours * 1e3);
         toLimit.push_back(ours / limit);
         fromPlain.push_back(plain / ours);
     }
-    state.counters["limit_ms"] = median(limits);
+    state.counters["limit"] = median(limits);
+    state.counters["ours"] = median(oursAlone);
     state.counters["ours/limit"] = median(toLimit);
     state.counters["plain/ours"] = median(fromPlain);
 }
 
+// A row of a Markdown table for each benchmark.
+class TableReporter final : public benchmark::BenchmarkReporter
+{
+public:
+    bool ReportContext(const Context&) override
+    {
+        GetOutputStream() << "| format, size, threads | limit, ms | ours, ms | ours / limit "
+                             "| plain / ours |\n|---|---|---|---|---|\n";
+        return true;
+    }
+
+    void ReportRuns(const std::vector<Run>& runs) override
+    {
+        for (const auto& run : runs) {
+            if (run.error_occurred)
+                GetErrorStream() << run.run_name.function_name << ": " << run.error_message << '\n';
+            else
+                GetOutputStream() << cv::format(
+                    "| %s | %.2f | %.2f | %.2f | %.1f |\n", run.run_name.function_name.c_str(),
+                    run.counters.at("limit").value, run.counters.at("ours").value,
+                    run.counters.at("ours/limit").value, run.counters.at("plain/ours").value);
+        }
+        GetOutputStream().flush();
+    }
+};
+
 void registerAll()
 {
     for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-        benchmark::RegisterBenchmark(toString(format).c_str(), decodeToFloat, format)
-            ->ArgNames({"width", "height", "threads"})
-            ->ArgsProduct({{1920}, {1080}, {1, 2}})
-            ->ArgsProduct({{3840}, {2160}, {1, 2}})
-            ->Iterations(iterations)
-            ->UseManualTime()
-            ->Unit(benchmark::kMillisecond);
+        for (const auto& size : {cv::Size(1920, 1080), cv::Size(3840, 2160)})
+            for (const int threads : {1, 2})
+                benchmark::RegisterBenchmark(cv::format("%s, %dx%d, %d", format.pixelFormat.c_str(),
+                                                        size.width, size.height, threads)
+                                                 .c_str(),
+                                             decodeToFloat, format, size, threads)
+                    ->Iterations(iterations)
+                    ->UseManualTime();
 }
 
 }
@@ -152,6 +184,7 @@ int main(int argc, char** argv)
     if (benchmark::ReportUnrecognizedArguments(argc, argv))
         return 2;
     registerAll();
-    benchmark::RunSpecifiedBenchmarks();
+    TableReporter table;
+    benchmark::RunSpecifiedBenchmarks(&table);
     benchmark::Shutdown();
 }

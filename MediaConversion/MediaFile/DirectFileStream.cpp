@@ -1,0 +1,7 @@
+#include "MediaConversion/MediaFile/DirectFileStream.h"
+
+namespace MediaConversion {
+
+template class FileStreamOver<DirectFileBuffer>;
+
+}

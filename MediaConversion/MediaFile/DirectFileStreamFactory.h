@@ -1,0 +1,15 @@
+#pragma once
+
+#include "MediaConversion/MediaFile/FileStreams.h"
+
+namespace MediaConversion {
+
+// For readers that read directly: its streams can bypass the operating system's cache.
+class DirectFileStreamFactory final : public IFileStreamFactory, public IFileSystemInfoFactory
+{
+public:
+    std::unique_ptr<IFileStream> create() override;
+    std::unique_ptr<IFileSystemInfo> createFileSystemInfo(const std::wstring& fileName) override;
+};
+
+}

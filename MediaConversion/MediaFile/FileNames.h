@@ -1,0 +1,23 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+// Narrow file names are the bytes that the file system knows, wide ones what the readers are given.
+// Going from narrow to wide and back gives every name's own bytes again, also where they are not
+// UTF-8, and whatever locale the host has set.
+namespace MediaConversion {
+
+// Strict UTF-8; a byte b that is not part of a well-formed character becomes U+DC00 + b. Throws a
+// std::invalid_argument for a name of more than 2^31 - 1 bytes.
+std::wstring wideFileName(std::string_view narrow);
+
+// The bytes of the name; empty when a character has none or when the name holds a NUL, which no
+// file's name can.
+std::optional<std::string> narrowFileName(std::wstring_view wide);
+
+// The name for people: as above, with '?' for each character that cannot be part of a file's name.
+std::string displayFileName(std::wstring_view wide);
+
+}

@@ -1,0 +1,7 @@
+#include "MediaConversion/MediaFile/FileStream.h"
+
+namespace MediaConversion {
+
+template class FileStreamOver<std::filebuf>;
+
+}

@@ -1,0 +1,234 @@
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
+
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/FileNames.h"
+#include "MediaConversion/MediaFile/Hexadecimal.h"
+#include "MediaConversion/MediaFile/MediaFileAccessException.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/RawFrameCreator.h"
+#include "MediaConversion/MediaPipeline/PooledBuffer.h"
+
+namespace MediaConversion {
+
+using Velmora::IFrame;
+using Velmora::ImageFrame;
+using Velmora::PooledBuffer;
+using Velmora::RawFrameData;
+
+namespace {
+
+constexpr auto openMode = std::ios_base::in | std::ios_base::binary;
+constexpr auto endOfFile = "Media file has unexpectedly reached End-Of-File";
+constexpr auto directReadingRefused = "Failed to open file for direct reading";
+
+// The bytes between the read position and the end; empty when the stream cannot tell.
+std::optional<std::uint64_t> remainingBytes(IIoStream& stream)
+{
+    const auto position = stream.tell();
+    stream.seek(0, std::ios_base::end);
+    const auto end = stream.tell();
+    stream.seek(position);
+    if (!stream.fail() && position >= 0 && end >= position)
+        return static_cast<std::uint64_t>(end - position);
+    stream.clear();
+    if (position >= 0) stream.seek(position);
+    stream.clear();
+    return std::nullopt;
+}
+
+std::unique_ptr<PooledBuffer> readBytes(IIoStream& stream, std::unique_ptr<PooledBuffer> buffer)
+{
+    stream.read(reinterpret_cast<char*>(buffer->data()),
+                static_cast<std::streamsize>(buffer->size()));
+    return buffer;
+}
+
+std::uint64_t roundedUp(std::uint64_t size, std::uint64_t unit)
+{
+    return (size + unit - 1) / unit * unit;
+}
+
+std::unique_ptr<IFrame> textureFrame(std::unique_ptr<IFrame>)
+{
+    fail("Not built with OpenGL support");
+}
+
+}
+
+// The frame behind the headers of the open file.
+struct VelmoraMediaFileReader::StoredFrame
+{
+    Velmora::FrameFormat format;
+    RawFrameCreator creator;
+    FrameHeader header;
+
+    std::uint32_t dataSize() const
+    {
+        return frameDataSize(format, header.frameWidth, header.frameHeight);
+    }
+
+    void checkByteCount(std::uint64_t byteCount) const
+    {
+        creator.checkByteCount(format, header.frameHeight, header.frameWidth, byteCount);
+    }
+
+    std::unique_ptr<IFrame> create(std::unique_ptr<PooledBuffer> buffer, std::uint64_t offset,
+                                   std::uint64_t end) const
+    {
+        return creator.create(format, header.frameHeight, header.frameWidth,
+                              std::make_unique<RawFrameData>(std::move(buffer), offset, end));
+    }
+};
+
+VelmoraMediaFileReader::VelmoraMediaFileReader(IFileStreamFactory& streamFactory)
+    : m_streamFactory(streamFactory)
+{
+    const auto method = [](auto read) {
+        return [read](VelmoraMediaFileReader& reader) { return (reader.*read)(nullptr); };
+    };
+    //              texture, direct
+    m_readMethods[{false, false}] = method(&VelmoraMediaFileReader::readImage);
+    m_readMethods[{true, false}] = method(&VelmoraMediaFileReader::readTexture);
+    m_readMethods[{false, true}] = method(&VelmoraMediaFileReader::readImageDirectly);
+    m_readMethods[{true, true}] = method(&VelmoraMediaFileReader::readTextureDirectly);
+    setReadMethod(false, false);
+}
+
+void VelmoraMediaFileReader::open(std::wstring fileName)
+{
+    release();
+    auto stream = m_streamFactory.create();
+    if (!stream) fail(fileName, "Could not create filestream object");
+    stream->open(fileName, openMode);
+    if (!stream->is_open()) fail(fileName, "Failed to open file");
+    m_fileName = std::move(fileName);
+
+    stream->clear();
+    stream->seek(std::streampos(0));
+    LittleEndianReader fields(*stream);
+    if (!isMediaFileMagic(fields.read<std::uint32_t>())) fail(m_fileName, "Media file is corrupt");
+    const auto mediaHeader = readMediaHeader(fields);
+    checkState(*stream);
+    const auto frameHeader = readFrameHeader(fields);
+    checkState(*stream);
+
+    m_stream = std::move(stream);
+    m_mediaHeader = mediaHeader;
+    m_frameHeader = frameHeader;
+}
+
+MediaHeader VelmoraMediaFileReader::mediaHeader() const
+{
+    if (!m_mediaHeader) fail(m_fileName, "Media header not available, check the file is open");
+    return *m_mediaHeader;
+}
+
+FrameHeader VelmoraMediaFileReader::frameHeader() const
+{
+    if (!m_frameHeader) fail(m_fileName, "Frame header not available, check the file is open");
+    return *m_frameHeader;
+}
+
+std::unique_ptr<IFrame> VelmoraMediaFileReader::readFrame()
+{
+    return m_readMethod(*this);
+}
+
+void VelmoraMediaFileReader::setReadMethod(bool textureOutput, bool directReading)
+{
+    m_readMethod = m_readMethods.at({textureOutput, directReading});
+}
+
+void VelmoraMediaFileReader::setReadMethod(ReadMethod method)
+{
+    m_readMethod = std::move(method);
+}
+
+std::unique_ptr<IFrame> VelmoraMediaFileReader::readImage(std::unique_ptr<IFrame>)
+{
+    const auto stored = storedFrame();
+    const auto size = stored.dataSize();
+    auto pool = ImageFrame::memoryPool();
+    // A few bytes of header can claim gigabytes: no memory for what the file does not hold. The
+    // frame's own complaints come before that of the missing bytes.
+    if (const auto remaining = remainingBytes(*m_stream); remaining && *remaining < size) {
+        release();
+        stored.checkByteCount(size);
+        fail(m_fileName, endOfFile);
+    }
+    auto buffer = std::make_unique<PooledBuffer>(std::move(pool), size);
+
+    const auto stream = release();
+    auto frame = stored.create(readBytes(*stream, std::move(buffer)), 0, size);
+    checkState(*stream);
+    return frame;
+}
+
+std::unique_ptr<IFrame> VelmoraMediaFileReader::readImageDirectly(std::unique_ptr<IFrame>)
+{
+    const auto stored = storedFrame();
+    auto* const infoFactory = dynamic_cast<IFileSystemInfoFactory*>(&m_streamFactory);
+    auto* const caching = dynamic_cast<IFileCaching*>(m_stream.get());
+    const auto pixels = static_cast<std::uint64_t>(std::streamoff(m_stream->tell()));
+    const auto info =
+        infoFactory && caching ? infoFactory->createFileSystemInfo(m_fileName) : nullptr;
+    if (!info || info->alignmentUnit() == 0) fail(m_fileName, directReadingRefused);
+    const auto size = info->fileSize();
+
+    const auto stream = release();
+    stream->close();
+    caching->setCaching(m_cachingMode);
+    stream->open(m_fileName, openMode);
+    if (!stream->is_open()) fail(m_fileName, directReadingRefused);
+    auto buffer =
+        readBytes(*stream, std::make_unique<PooledBuffer>(ImageFrame::memoryPool(),
+                                                          roundedUp(size, info->alignmentUnit())));
+    // The last unit of a file is seldom a whole one: reaching the end is no failure here.
+    if (static_cast<std::uint64_t>(stream->gcount()) >= size) stream->clear();
+    auto frame = stored.create(std::move(buffer), pixels, size);
+    checkState(*stream);
+    return frame;
+}
+
+std::unique_ptr<IFrame> VelmoraMediaFileReader::readTexture(std::unique_ptr<IFrame> ignored)
+{
+    return textureFrame(readImage(std::move(ignored)));
+}
+
+std::unique_ptr<IFrame> VelmoraMediaFileReader::readTextureDirectly(std::unique_ptr<IFrame> ignored)
+{
+    return textureFrame(readImageDirectly(std::move(ignored)));
+}
+
+VelmoraMediaFileReader::StoredFrame VelmoraMediaFileReader::storedFrame() const
+{
+    const auto code = mediaHeader().mediaFormatCode;
+    const auto entry = mediaFormatCodes().find(code);
+    if (entry == mediaFormatCodes().end())
+        fail(m_fileName,
+             "Frame reading is not supported for media header format 0x" + hexadecimal(code));
+    const auto creator = rawFrameCreator(entry->second);
+    return {entry->second, creator, frameHeader()};
+}
+
+// A short read sets both bits: the second text is for an end that no read ran into.
+void VelmoraMediaFileReader::checkState(const IIoStream& stream) const
+{
+    if (stream.fail()) fail(m_fileName, endOfFile);
+    if (stream.eof()) fail(m_fileName, "Media file is bad");
+}
+
+// Closes the reader; the stream is handed on to whoever still reads from it.
+std::unique_ptr<IFileStream> VelmoraMediaFileReader::release()
+{
+    m_mediaHeader.reset();
+    m_frameHeader.reset();
+    return std::move(m_stream);
+}
+
+void VelmoraMediaFileReader::fail(const std::wstring& fileName, const std::string& message)
+{
+    throw MediaFileAccessException(displayFileName(fileName), message);
+}
+
+}

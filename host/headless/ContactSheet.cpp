@@ -1,0 +1,115 @@
+#include "host/headless/ContactSheet.h"
+
+#include "host/headless/Lettering.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <stdexcept>
+
+namespace {
+
+constexpr int largestView = 360;
+constexpr int narrowestColumn = 220;
+constexpr int margin = 40;
+constexpr int gap = 28;
+constexpr int captionHeight = 50;
+constexpr int nameSize = 15;
+constexpr int factsSize = 12;
+constexpr double landscape = 1.6;  // width to height of the sheet, roughly
+
+constexpr int backgroundGrey = 30;
+constexpr int frameGrey = 62;
+constexpr int nameGrey = 226;
+constexpr int factsGrey = 146;
+
+constexpr int squareSize = 10;
+constexpr float lightSquare = 0.95f;
+constexpr float darkSquare = 0.82f;
+
+// Small enough for the sheet; what is small already stays as it is.
+cv::Mat fitted(const Picture& picture)
+{
+    const cv::Mat pixels(picture.height, picture.width, CV_32FC4,
+                         const_cast<float*>(picture.pixels.data()));
+    const double scale =
+        std::min(1.0, double{largestView} / std::max(picture.width, picture.height));
+    const cv::Size size(std::max(1, cvRound(picture.width * scale)),
+                        std::max(1, cvRound(picture.height * scale)));
+    cv::Mat view;
+    cv::resize(pixels, view, size, 0, 0, cv::INTER_AREA);
+    return view;
+}
+
+// Puts the view over a checkerboard, which shows where it is transparent.
+cv::Mat flattened(const cv::Mat& view)
+{
+    cv::Mat image(view.size(), CV_8UC3);
+    for (int row = 0; row < view.rows; ++row)
+        for (int column = 0; column < view.cols; ++column) {
+            const auto& pixel = view.at<cv::Vec4f>(row, column);
+            const bool isLight = (row / squareSize + column / squareSize) % 2 == 0;
+            const float square = isLight ? lightSquare : darkSquare;
+            for (int channel = 0; channel < 3; ++channel)
+                image.at<cv::Vec3b>(row, column)[channel] = cv::saturate_cast<unsigned char>(
+                    255 * (square + (pixel[channel] - square) * pixel[3]));
+        }
+    return image;
+}
+
+void writeRgb(const cv::Mat& image, const std::filesystem::path& path)
+{
+    const OIIO::ImageSpec description(image.cols, image.rows, 3, OIIO::TypeDesc::UINT8);
+    const auto output = OIIO::ImageOutput::create(path.string());
+    if (!output)
+        throw std::runtime_error(OIIO::geterror());
+    if (!output->open(path.string(), description) ||
+        !output->write_image(OIIO::TypeDesc::UINT8, image.data) || !output->close())
+        throw std::runtime_error(output->geterror());
+}
+
+}
+
+void ContactSheet::add(const Picture& picture, const std::string& name)
+{
+    const auto facts = std::to_string(picture.width) + " \u00D7 " + std::to_string(picture.height) +
+                       ", " + std::to_string(picture.depth) + " bit";
+    m_views.push_back({flattened(fitted(picture)), name, facts});
+}
+
+void ContactSheet::write(const std::filesystem::path& path) const
+{
+    int columnWidth = narrowestColumn;
+    int viewHeight = 0;
+    for (const auto& view : m_views) {
+        columnWidth = std::max(columnWidth, view.image.cols);
+        viewHeight = std::max(viewHeight, view.image.rows);
+    }
+    const int cellWidth = columnWidth + gap;
+    const int cellHeight = viewHeight + captionHeight + gap;
+    const int count = static_cast<int>(m_views.size());
+    const int columns = std::clamp(
+        static_cast<int>(std::ceil(std::sqrt(count * landscape * cellHeight / cellWidth))), 1,
+        count);
+    const int rows = (count + columns - 1) / columns;
+
+    cv::Mat sheet(2 * margin - gap + rows * cellHeight, 2 * margin - gap + columns * cellWidth,
+                  CV_8UC3, cv::Scalar::all(backgroundGrey));
+    for (int index = 0; index < count; ++index) {
+        const auto& view = m_views[static_cast<std::size_t>(index)];
+        const cv::Point cell(margin + index % columns * cellWidth,
+                             margin + index / columns * cellHeight);
+        const cv::Rect place(cell + cv::Point(0, viewHeight - view.image.rows), view.image.size());
+        cv::rectangle(sheet, place + cv::Point(-1, -1) + cv::Size(2, 2),
+                      cv::Scalar::all(frameGrey));
+        view.image.copyTo(sheet(place));
+
+        const cv::Point caption = cell + cv::Point(0, viewHeight + 24);
+        drawText(sheet, shortened(view.name, nameSize, columnWidth), caption, nameSize, nameGrey);
+        drawText(sheet, view.facts, caption + cv::Point(0, 19), factsSize, factsGrey);
+    }
+    writeRgb(sheet, path);
+}

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "host/headless/Picture.h"
+
+#include <opencv2/core/mat.hpp>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+// Small views of all pictures on one page, each with its name and its facts below. Transparent
+// pictures lie on a checkerboard.
+class ContactSheet
+{
+public:
+    void add(const Picture& picture, const std::string& name);
+
+    bool empty() const { return m_views.empty(); }
+
+    // Throws a std::runtime_error.
+    void write(const std::filesystem::path& path) const;
+
+private:
+    struct View
+    {
+        cv::Mat image;  // RGB, 8 bits
+        std::string name;
+        std::string facts;
+    };
+
+    std::vector<View> m_views;
+};

@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/headless/Picture.h"
+
+#include <filesystem>
+#include <memory>
+#include <string>
+
+// A host that loads a reader plug-in as any other does, at run time and through what it registers,
+// and reads whole pictures with it.
+class HeadlessHost
+{
+public:
+    // Throws a std::runtime_error with the loader's reason when the plug-in cannot be loaded.
+    explicit HeadlessHost(const std::filesystem::path& plugIn);
+
+    // The picture of a file, by the reader that takes its first bytes. Throws a std::runtime_error
+    // with what the reader reported when it reported anything.
+    Picture read(const std::string& fileName) const;
+
+    // The texts that the registered formats show in their panels, one knob after the other.
+    std::string panelText() const;
+
+private:
+    struct Unload
+    {
+        void operator()(void* handle) const;
+    };
+
+    std::unique_ptr<void, Unload> m_plugIn;
+};

@@ -1,0 +1,76 @@
+#include "host/headless/HostedReader.h"
+
+#include <algorithm>
+#include <atomic>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+namespace {
+
+// The size comes from a file's header, which may claim anything: 2 GiB of samples and no more.
+constexpr std::int64_t largestPixelCount = std::int64_t{1} << 27;
+
+void copyRow(const DD::Image::Row& row, int width, float* pixels)
+{
+    using namespace DD::Image;
+    for (int column = 0; column < width; ++column)
+        for (const auto channel : {Chan_Red, Chan_Green, Chan_Blue, Chan_Alpha})
+            *pixels++ = row[channel][column];
+}
+
+}
+
+std::vector<std::string> ReadOperator::takeMessages()
+{
+    const std::lock_guard lock(m_messagesMutex);
+    return std::exchange(m_messages, {});
+}
+
+void ReadOperator::onCritical(const std::string& message)
+{
+    const std::lock_guard lock(m_messagesMutex);
+    m_messages.push_back(message);
+}
+
+HostedReader::HostedReader(const DD::Image::Reader::Description& description,
+                           const std::string& fileName)
+    : HostedReader(description, fileName, FileBeginning(fileName))
+{
+}
+
+HostedReader::HostedReader(const DD::Image::Reader::Description& description,
+                           const std::string& fileName, FileBeginning&& beginning)
+    : m_operator(std::make_unique<ReadOperator>(fileName)),
+      m_reader(description.newReader(m_operator.get(), beginning.releaseDescriptor(),
+                                     beginning.block(), beginning.length()))
+{
+}
+
+Picture HostedReader::picture()
+{
+    const int width = m_reader->width();
+    const int height = m_reader->height();
+    if (std::int64_t{width} * height > largestPixelCount)
+        throw std::runtime_error("Picture of " + std::to_string(width) + " x " +
+                                 std::to_string(height) + " pixels is too large for this host");
+
+    Picture picture{.width = width, .height = height, .depth = m_reader->depth(), .pixels = {}};
+    const auto rowSize = std::size_t(width) * std::size_t(Picture::channels);
+    picture.pixels.resize(rowSize * std::size_t(height));
+
+    std::atomic<int> nextRow = 0;
+    const auto pullRows = [&] {
+        DD::Image::Row row(0, width);
+        for (int y = nextRow++; y < height; y = nextRow++) {
+            m_reader->engine(y, 0, width, DD::Image::Mask_RGBA, row);
+            copyRow(row, width, picture.pixels.data() + rowSize * std::size_t(height - 1 - y));
+        }
+    };
+    const auto threadCount = std::clamp(std::thread::hardware_concurrency(), 2u, 8u);
+    std::vector<std::jthread> threads;
+    for (unsigned thread = 0; thread < threadCount; ++thread)
+        threads.emplace_back(pullRows);
+    threads.clear();
+    return picture;
+}

@@ -1,0 +1,16 @@
+#pragma once
+
+#include <opencv2/core/mat.hpp>
+
+#include <string>
+
+// Text on an RGB canvas of 8 bits, in DejaVu Sans where the machine has it and otherwise in the
+// strokes that OpenCV brings along. Sizes in pixels.
+
+int textWidth(const std::string& text, int size);
+
+// `position` is the left end of the line that the letters stand on.
+void drawText(cv::Mat& canvas, const std::string& text, cv::Point position, int size, int grey);
+
+// The text, cut and ended with dots where it would be wider than `width`.
+std::string shortened(std::string text, int size, int width);

@@ -1,0 +1,7 @@
+#include "tests/support/ParallelBackend.h"
+
+namespace {
+
+[[maybe_unused]] const bool installed = (installParallelBackend(), true);
+
+}
