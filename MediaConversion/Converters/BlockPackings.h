@@ -74,7 +74,8 @@ struct ColourBlock
     // DXT1 only: endpoints in ascending order give three colours and black.
     constexpr std::array<Rgb8, 4> colours() const
     {
-        if (colour0 > colour1) return fourColours();
+        if (colour0 > colour1)
+            return fourColours();
         const Rgb8 first = endpoint(colour0);
         const Rgb8 second = endpoint(colour1);
         return {first, second, mean(first, second), Rgb8{0, 0, 0}};
@@ -107,7 +108,8 @@ struct AlphaBlock
     // Descending endpoints give six steps between them, others four and both extremes.
     constexpr std::array<int, 8> alphas() const
     {
-        if (alpha0 > alpha1) return interpolated<7>();
+        if (alpha0 > alpha1)
+            return interpolated<7>();
         auto palette = interpolated<5>();
         palette[6] = 0;
         palette[7] = 255;

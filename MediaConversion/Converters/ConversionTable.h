@@ -72,7 +72,8 @@ const Entry& findConversion(const ConversionTable<Entry>& table, const Velmora::
                             const Velmora::FrameFormat& destination, std::string_view refusal)
 {
     const auto entry = table.find({source, destination});
-    if (entry == table.end()) fail(refusal, source, " to ", destination);
+    if (entry == table.end())
+        fail(refusal, source, " to ", destination);
     return entry->second;
 }
 

@@ -4,9 +4,9 @@
 
 namespace MediaConversion {
 
-std::unique_ptr<Velmora::FullFrame> decode(const Velmora::PackedFrame& source,
-                                           const Velmora::FrameFormat& destination,
-                                           DecodeRow decodeRow)
+std::unique_ptr<Velmora::FullFrame> decodeRows(const Velmora::PackedFrame& source,
+                                               const Velmora::FrameFormat& destination,
+                                               DecodeRow decodeRow)
 {
     auto decoded = std::make_unique<Velmora::FullFrame>(source, destination);
     const cv::Mat& groups = source.image();
@@ -24,11 +24,13 @@ std::unique_ptr<Velmora::FullFrame> decodeToRgb(const Velmora::IImageFrame* fram
                                                 const DecodeTable& conversions)
 {
     const auto* const packed = dynamic_cast<const Velmora::PackedFrame*>(frame);
-    if (!packed) fail("Can only convert PackedFrame images");
-    const DecodeRow decodeRow = findConversion(conversions, packed->format(), destination,
-                                               "RGB conversion is not supported from ");
-    if (packed->image().empty()) fail("no image data in frame");
-    return decode(*packed, destination, decodeRow);
+    if (!packed)
+        fail("Can only convert PackedFrame images");
+    const auto decode = findConversion(conversions, packed->format(), destination,
+                                       "RGB conversion is not supported from ");
+    if (packed->image().empty())
+        fail("no image data in frame");
+    return decode(*packed, destination);
 }
 
 }

@@ -16,12 +16,23 @@ namespace MediaConversion {
 using DecodeRow = void (*)(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
                            std::size_t pixelRowStep);
 
-using DecodeTable = ConversionTable<DecodeRow>;
-
 // A new full frame of the destination format with the pixels of the packed one.
-std::unique_ptr<Velmora::FullFrame> decode(const Velmora::PackedFrame& source,
-                                           const Velmora::FrameFormat& destination,
-                                           DecodeRow decodeRow);
+using DecodeFunction = std::unique_ptr<Velmora::FullFrame> (*)(
+    const Velmora::PackedFrame& source, const Velmora::FrameFormat& destination);
+
+using DecodeTable = ConversionTable<DecodeFunction>;
+
+std::unique_ptr<Velmora::FullFrame> decodeRows(const Velmora::PackedFrame& source,
+                                               const Velmora::FrameFormat& destination,
+                                               DecodeRow decodeRow);
+
+// Turns a row kernel into an entry of a table.
+template <DecodeRow decodeRow>
+std::unique_ptr<Velmora::FullFrame> decodeBy(const Velmora::PackedFrame& source,
+                                             const Velmora::FrameFormat& destination)
+{
+    return decodeRows(source, destination, decodeRow);
+}
 
 // What the decoders to RGB share: checks the frame, looks the pair up, checks the data and decodes,
 // in this order.

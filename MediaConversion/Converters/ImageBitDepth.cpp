@@ -15,7 +15,8 @@ std::unique_ptr<Velmora::IFrame> ImageBitDepth::onNewImage(
     std::shared_ptr<const Velmora::IImageFrame> frame)
 {
     const auto* const full = dynamic_cast<const Velmora::FullFrame*>(frame.get());
-    if (!full) fail("Can only convert FullFrame images");
+    if (!full)
+        fail("Can only convert FullFrame images");
     const FrameFormat& source = full->format();
     if (source.colourspace != m_destination.colourspace)
         fail("Source colourspace ", source.colourspace, " does not match destination colourspace ",

@@ -9,18 +9,16 @@ namespace MediaConversion {
 
 namespace {
 
-struct BgrF32 : FullPixel<BGR, ChannelType::F32, Velmora::Formats::BGR_F32>
-{
-};
-
 // OpenCV names its codes for a blue-first source; only whether red and blue change places matters.
 constexpr int conversionCode(ChannelOrder source, ChannelOrder destination)
 {
     const bool swaps = source.red != destination.red;
     const bool hasAlpha = source.alpha != ChannelOrder::none;
     const bool wantsAlpha = destination.alpha != ChannelOrder::none;
-    if (hasAlpha == wantsAlpha) return hasAlpha ? cv::COLOR_BGRA2RGBA : cv::COLOR_BGR2RGB;
-    if (wantsAlpha) return swaps ? cv::COLOR_BGR2RGBA : cv::COLOR_BGR2BGRA;
+    if (hasAlpha == wantsAlpha)
+        return hasAlpha ? cv::COLOR_BGRA2RGBA : cv::COLOR_BGR2RGB;
+    if (wantsAlpha)
+        return swaps ? cv::COLOR_BGR2RGBA : cv::COLOR_BGR2BGRA;
     return swaps ? cv::COLOR_RGBA2BGR : cv::COLOR_BGRA2BGR;
 }
 
@@ -40,7 +38,8 @@ std::unique_ptr<Velmora::IFrame> ImageColourspace::onNewImage(
     std::shared_ptr<const Velmora::IImageFrame> frame)
 {
     const auto* const full = dynamic_cast<const Velmora::FullFrame*>(frame.get());
-    if (!full) fail("Can only convert FullFrame images");
+    if (!full)
+        fail("Can only convert FullFrame images");
     const int code = findConversion(conversions(), full->format(), m_destination,
                                     "Colourspace conversion is not supported from ");
     auto reordered =

@@ -26,24 +26,6 @@ constexpr auto channelOfSample = [] {
     return channels;
 }();
 
-// Where a group's samples go in a pixel. This and not the pair of formats is what kernels differ
-// by: RGB samples to RGB pixels and BGR samples to BGR pixels share one.
-struct Placement
-{
-    std::array<int, 3> channelOfSample;
-    int alpha;
-    int channels;
-};
-
-constexpr Placement placement(ChannelOrder samples, ChannelOrder pixel)
-{
-    Placement placed{{}, pixel.alpha, pixel.channels()};
-    placed.channelOfSample[static_cast<std::size_t>(samples.red)] = pixel.red;
-    placed.channelOfSample[static_cast<std::size_t>(samples.green)] = pixel.green;
-    placed.channelOfSample[static_cast<std::size_t>(samples.blue)] = pixel.blue;
-    return placed;
-}
-
 template <RgbLayout Layout, ChannelType type, Placement placed>
 void unpackRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels, std::size_t)
 {
@@ -57,18 +39,20 @@ void unpackRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
             pixel[placed.channelOfSample[0]] = channelOf[samples[first]];
             pixel[placed.channelOfSample[1]] = channelOf[samples[first + 1]];
             pixel[placed.channelOfSample[2]] = channelOf[samples[first + 2]];
-            if constexpr (placed.alpha != ChannelOrder::none) pixel[placed.alpha] = opaque;
+            if constexpr (placed.alpha != ChannelOrder::none)
+                pixel[placed.alpha] = opaque;
         }
     }
 }
 
 struct Unpack
 {
-    using Entry = DecodeRow;
+    using Entry = DecodeFunction;
 
     template <class Source, class Destination>
-    static constexpr Entry entry = unpackRow<typename Source::Layout, Destination::channelType,
-                                             placement(Source::order, Destination::order)>;
+    static constexpr Entry entry =
+        decodeBy<unpackRow<typename Source::Layout, Destination::channelType,
+                           placement(Source::order, Destination::order)>>;
 };
 
 }
@@ -79,10 +63,11 @@ std::unique_ptr<Velmora::IFrame> ImageToFullFrame::onNewImage(
     std::shared_ptr<const Velmora::IImageFrame> frame)
 {
     const auto* const packed = dynamic_cast<const Velmora::PackedFrame*>(frame.get());
-    if (!packed) fail("Can only convert packed images");
-    return decode(*packed, m_destination,
-                  findConversion(conversions(), packed->format(), m_destination,
-                                 "Unpacking is not supported from "));
+    if (!packed)
+        fail("Can only convert packed images");
+    const auto unpack = findConversion(conversions(), packed->format(), m_destination,
+                                       "Unpacking is not supported from ");
+    return unpack(*packed, m_destination);
 }
 
 // 12-bit DPX groups offer RGBA_U8 and no RGB_U16, SMPTE groups the reverse: both gaps are meant.

@@ -83,10 +83,11 @@ void decodeRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
 
 struct Decode
 {
-    using Entry = DecodeRow;
+    using Entry = DecodeFunction;
 
     template <class Source, class Destination>
-    static constexpr Entry entry = decodeRow<Source, Destination::order, Destination::channelType>;
+    static constexpr Entry entry =
+        decodeBy<decodeRow<Source, Destination::order, Destination::channelType>>;
 };
 
 }

@@ -132,10 +132,10 @@ void decodeRow(const std::uint8_t* blocks, int blockCount, std::uint8_t* pixels,
 
 struct Decode
 {
-    using Entry = DecodeRow;
+    using Entry = DecodeFunction;
 
     template <class Source, class Destination>
-    static constexpr Entry entry = decodeRow<Source, Destination::order>;
+    static constexpr Entry entry = decodeBy<decodeRow<Source, Destination::order>>;
 };
 
 }

@@ -86,6 +86,8 @@ struct RgbU16       : FullPixel<RGB,  ChannelType::U16,      Velmora::Formats::R
 struct BgrU8        : FullPixel<BGR,  ChannelType::U8,       Velmora::Formats::BGR_U8>        {};
 struct BgrU10       : FullPixel<BGR,  ChannelType::U10,      Velmora::Formats::BGR_U10>       {};
 struct BgrU12       : FullPixel<BGR,  ChannelType::U12,      Velmora::Formats::BGR_U12>       {};
+struct BgrU16       : FullPixel<BGR,  ChannelType::U16,      Velmora::Formats::BGR_U16>       {};
+struct BgrF32       : FullPixel<BGR,  ChannelType::F32,      Velmora::Formats::BGR_F32>       {};
 struct RgbaU8       : FullPixel<RGBA, ChannelType::U8,       Velmora::Formats::RGBA_U8>       {};
 struct BgraU8       : FullPixel<BGRA, ChannelType::U8,       Velmora::Formats::BGRA_U8>       {};
 struct BgraU16      : FullPixel<BGRA, ChannelType::U16,      Velmora::Formats::BGRA_U16>      {};

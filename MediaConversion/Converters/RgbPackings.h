@@ -11,7 +11,8 @@
 namespace MediaConversion {
 
 // The samples of a group, pixel after pixel; the three samples of a pixel follow one another in the
-// order that the packing's name begins with.
+// order that the packing's name begins with. Layouts that frames are packed into have `pack` as
+// well.
 template <class Layout>
 concept RgbLayout = requires(const std::uint8_t* group)
 {
@@ -40,6 +41,11 @@ struct DpxFilled
     {
         const auto word = littleEndianWord(group);
         return {word >> 22 & 0x3FFu, word >> 12 & 0x3FFu, word >> 2 & 0x3FFu};
+    }
+
+    static constexpr void pack(const std::array<unsigned, 3>& samples, std::uint8_t* group)
+    {
+        storeLittleEndianWord(samples[0] << 22 | samples[1] << 12 | samples[2] << 2, group);
     }
 };
 
@@ -79,7 +85,34 @@ struct Smpte2110
         return {sample(high >> 52), sample(high >> 40), sample(high >> 28),
                 sample(high >> 16), sample(high >> 4),  sample(high << 8 | group[8])};
     }
+
+    static constexpr void pack(const std::array<unsigned, 6>& samples, std::uint8_t* group)
+    {
+        std::uint64_t high = 0;
+        for (std::size_t sample = 0; sample < 5; ++sample)
+            high = high << 12 | samples[sample];
+        storeBigEndianLongword(high << 4 | samples[5] >> 8, group);
+        group[8] = static_cast<std::uint8_t>(samples[5]);
+    }
 };
+
+// Which channel of a pixel each sample of a group belongs to. This and not the pair of formats is
+// what kernels differ by: RGB samples to RGB pixels and BGR samples to BGR pixels share one.
+struct Placement
+{
+    std::array<int, 3> channelOfSample;
+    int alpha;
+    int channels;
+};
+
+constexpr Placement placement(ChannelOrder samples, ChannelOrder pixel)
+{
+    Placement placed{{}, pixel.alpha, pixel.channels()};
+    placed.channelOfSample[static_cast<std::size_t>(samples.red)] = pixel.red;
+    placed.channelOfSample[static_cast<std::size_t>(samples.green)] = pixel.green;
+    placed.channelOfSample[static_cast<std::size_t>(samples.blue)] = pixel.blue;
+    return placed;
+}
 
 // A named packing: a layout, and which colour its first sample is.
 template <RgbLayout LayoutType, ChannelOrder sampleOrder, FrameFormat (*namedFormat)()>

@@ -43,12 +43,15 @@ concept YCbCrPacking = requires(const std::uint8_t* group)
     {
         Packing::hasAlpha
         } -> std::convertible_to<bool>;
-    Packing::samples(group).luma;
+    {
+        Packing::samples(group)
+        } -> std::same_as<typename Packing::Samples>;
 };
 
 // Y of the left pixel, Cb, Y of the right pixel, Cr; 8 bits each.
 struct Yuyv422
 {
+    using Samples = YCbCrSamples<2>;
     static constexpr int bytes = 4;
     static constexpr int rows = 1;
     static constexpr unsigned lumaMax = 255;
@@ -57,9 +60,15 @@ struct Yuyv422
 
     static FrameFormat format() { return Velmora::Formats::YUYV_422(); }
 
-    static constexpr YCbCrSamples<2> samples(const std::uint8_t* group)
+    static constexpr Samples samples(const std::uint8_t* group)
     {
         return {{group[0], group[2]}, group[1], group[3]};
+    }
+
+    static constexpr void pack(const Samples& samples, std::uint8_t* group)
+    {
+        storeLittleEndianWord(
+            samples.luma[0] | samples.cb << 8 | samples.luma[1] << 16 | samples.cr << 24, group);
     }
 };
 
@@ -67,6 +76,7 @@ struct Yuyv422
 // two bits, Cb's at the top.
 struct Zeq422
 {
+    using Samples = YCbCrSamples<2>;
     static constexpr int bytes = 5;
     static constexpr int rows = 1;
     static constexpr unsigned lumaMax = 1023;
@@ -75,12 +85,21 @@ struct Zeq422
 
     static FrameFormat format() { return Velmora::Formats::ZEQ_422(); }
 
-    static constexpr YCbCrSamples<2> samples(const std::uint8_t* group)
+    static constexpr Samples samples(const std::uint8_t* group)
     {
         const unsigned low = group[4];
         return {{group[1] << 2 | (low >> 4 & 3), group[3] << 2 | (low & 3)},
                 group[0] << 2 | low >> 6,
                 group[2] << 2 | (low >> 2 & 3)};
+    }
+
+    static constexpr void pack(const Samples& samples, std::uint8_t* group)
+    {
+        const auto& [left, right] = samples.luma;
+        storeLittleEndianWord(
+            samples.cb >> 2 | left >> 2 << 8 | samples.cr >> 2 << 16 | right >> 2 << 24, group);
+        group[4] = static_cast<std::uint8_t>((samples.cb & 3) << 6 | (left & 3) << 4 |
+                                             (samples.cr & 3) << 2 | (right & 3));
     }
 };
 
@@ -89,6 +108,7 @@ struct Zeq422
 // first.
 struct Zeq4224Hybrid
 {
+    using Samples = YCbCrASamples<2>;
     static constexpr int bytes = 8;
     static constexpr int rows = 1;
     static constexpr unsigned lumaMax = 4095;
@@ -97,18 +117,26 @@ struct Zeq4224Hybrid
 
     static FrameFormat format() { return Velmora::Formats::ZEQ_4224_HYBRID(); }
 
-    static constexpr YCbCrASamples<2> samples(const std::uint8_t* group)
+    static constexpr Samples samples(const std::uint8_t* group)
     {
         const auto first = littleEndianWord(group);
         const auto second = littleEndianWord(group + 4);
         return {{{second >> 10 & 0xFFFu, first >> 10 & 0xFFFu}, second & 0x3FFu, first >> 22},
                 {second >> 22, first & 0x3FFu}};
     }
+
+    static constexpr void pack(const Samples& samples, std::uint8_t* group)
+    {
+        storeLittleEndianWord(samples.cr << 22 | samples.luma[1] << 10 | samples.alpha[1], group);
+        storeLittleEndianWord(samples.alpha[0] << 22 | samples.luma[0] << 10 | samples.cb,
+                              group + 4);
+    }
 };
 
 // Cb, Cr, and Y of two rows of two pixels; 8 bits each.
 struct Zeq420
 {
+    using Samples = YCbCrSamples<4>;
     static constexpr int bytes = 6;
     static constexpr int rows = 2;
     static constexpr unsigned lumaMax = 255;
@@ -117,9 +145,17 @@ struct Zeq420
 
     static FrameFormat format() { return Velmora::Formats::ZEQ_420(); }
 
-    static constexpr YCbCrSamples<4> samples(const std::uint8_t* group)
+    static constexpr Samples samples(const std::uint8_t* group)
     {
         return {{group[2], group[3], group[4], group[5]}, group[0], group[1]};
+    }
+
+    static constexpr void pack(const Samples& samples, std::uint8_t* group)
+    {
+        storeLittleEndianHalfword(samples.cb | samples.cr << 8, group);
+        storeLittleEndianWord(
+            samples.luma[0] | samples.luma[1] << 8 | samples.luma[2] << 16 | samples.luma[3] << 24,
+            group + 2);
     }
 };
 
