@@ -35,10 +35,12 @@ DirectFileBuffer::~DirectFileBuffer()
 
 DirectFileBuffer* DirectFileBuffer::open(const char* fileName, std::ios_base::openmode mode)
 {
-    if (is_open() || (mode & ~std::ios_base::binary) != std::ios_base::in) return nullptr;
+    if (is_open() || (mode & ~std::ios_base::binary) != std::ios_base::in)
+        return nullptr;
     const bool uncached = m_cachingMode == CachingMode::Uncached;
     m_descriptor = ::open(fileName, O_RDONLY | O_CLOEXEC | (uncached ? O_DIRECT : 0));
-    if (!is_open()) return nullptr;
+    if (!is_open())
+        return nullptr;
     struct stat status;
     if (::fstat(m_descriptor, &status) != 0) {
         close();
@@ -53,7 +55,8 @@ DirectFileBuffer* DirectFileBuffer::open(const char* fileName, std::ios_base::op
 
 DirectFileBuffer* DirectFileBuffer::close()
 {
-    if (!is_open()) return nullptr;
+    if (!is_open())
+        return nullptr;
     const bool closed = ::close(m_descriptor) == 0;
     m_descriptor = -1;
     m_blockEnd = 0;
@@ -64,14 +67,16 @@ DirectFileBuffer* DirectFileBuffer::close()
 
 DirectFileBuffer::int_type DirectFileBuffer::underflow()
 {
-    if (!is_open()) return traits_type::eof();
+    if (!is_open())
+        return traits_type::eof();
     if (!m_block)
         m_block.reset(static_cast<char*>(
             ::operator new (static_cast<std::size_t>(m_blockSize), std::align_val_t{pageSize})));
     const auto wanted = position();
     const auto start = wanted - wanted % m_unit;
     const auto end = start + readAt(start, m_block.get(), m_blockSize);
-    if (end <= wanted) return traits_type::eof();
+    if (end <= wanted)
+        return traits_type::eof();
     setg(m_block.get(), m_block.get() + (wanted - start), m_block.get() + (end - start));
     m_blockEnd = end;
     return traits_type::to_int_type(*gptr());
@@ -84,8 +89,10 @@ std::streamsize DirectFileBuffer::xsgetn(char* destination, std::streamsize coun
         if (gptr() == egptr()) {
             const auto straight = readStraight(destination + taken, count - taken);
             taken += straight;
-            if (straight > 0) continue;
-            if (traits_type::eq_int_type(underflow(), traits_type::eof())) break;
+            if (straight > 0)
+                continue;
+            if (traits_type::eq_int_type(underflow(), traits_type::eof()))
+                break;
         }
         const auto piece = std::min<std::streamsize>(egptr() - gptr(), count - taken);
         std::copy_n(gptr(), piece, destination + taken);
@@ -116,8 +123,10 @@ std::streamsize DirectFileBuffer::readAt(off_type position, char* destination,
     for (;;) {
         const auto taken =
             ::pread(m_descriptor, destination, static_cast<std::size_t>(count), position);
-        if (taken >= 0) return taken;
-        if (errno != EINTR) throw std::system_error(errno, std::generic_category());
+        if (taken >= 0)
+            return taken;
+        if (errno != EINTR)
+            throw std::system_error(errno, std::generic_category());
     }
 }
 
@@ -126,17 +135,21 @@ DirectFileBuffer::pos_type DirectFileBuffer::seekoff(off_type offset,
                                                      std::ios_base::openmode which)
 {
     struct stat status;
-    if (!is_open()) return pos_type(off_type(-1));
-    if (direction == std::ios_base::beg) return seekpos(offset, which);
+    if (!is_open())
+        return pos_type(off_type(-1));
+    if (direction == std::ios_base::beg)
+        return seekpos(offset, which);
     if (direction == std::ios_base::cur)
         return offset == 0 ? pos_type(position()) : seekpos(position() + offset, which);
-    if (::fstat(m_descriptor, &status) != 0) return pos_type(off_type(-1));
+    if (::fstat(m_descriptor, &status) != 0)
+        return pos_type(off_type(-1));
     return seekpos(status.st_size + offset, which);
 }
 
 DirectFileBuffer::pos_type DirectFileBuffer::seekpos(pos_type position, std::ios_base::openmode)
 {
-    if (!is_open() || position < 0) return pos_type(off_type(-1));
+    if (!is_open() || position < 0)
+        return pos_type(off_type(-1));
     setg(nullptr, nullptr, nullptr);
     m_blockEnd = position;
     return position;

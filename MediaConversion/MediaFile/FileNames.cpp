@@ -53,11 +53,14 @@ Decoded decodeFirst(std::string_view text)
 {
     const Decoded nothing{undecodable + byteAt(text, 0), 1};
     for (const auto& form : forms) {
-        if ((byteAt(text, 0) & form.leadMask) != form.lead) continue;
-        if (text.size() < form.size) return nothing;
+        if ((byteAt(text, 0) & form.leadMask) != form.lead)
+            continue;
+        if (text.size() < form.size)
+            return nothing;
         char32_t character = byteAt(text, 0) & ~form.leadMask;
         for (std::size_t index = 1; index < form.size; ++index) {
-            if ((byteAt(text, index) & 0xC0) != 0x80) return nothing;
+            if ((byteAt(text, index) & 0xC0) != 0x80)
+                return nothing;
             character = character << 6 | (byteAt(text, index) & 0x3F);
         }
         if (character < form.first || character > form.last || isSurrogate(character))
@@ -75,9 +78,11 @@ bool encode(wchar_t wide, std::string& narrow)
         narrow += static_cast<char>(character - undecodable);
         return true;
     }
-    if (character == 0 || isSurrogate(character)) return false;
+    if (character == 0 || isSurrogate(character))
+        return false;
     for (const auto& form : forms) {
-        if (character > form.last) continue;
+        if (character > form.last)
+            continue;
         auto shift = 6 * (form.size - 1);
         narrow += static_cast<char>(form.lead | character >> shift);
         while (shift > 0) {
@@ -109,7 +114,8 @@ std::optional<std::string> narrowFileName(std::wstring_view wide)
 {
     std::string narrow;
     for (const auto character : wide)
-        if (!encode(character, narrow)) return std::nullopt;
+        if (!encode(character, narrow))
+            return std::nullopt;
     return narrow;
 }
 
@@ -117,7 +123,8 @@ std::string displayFileName(std::wstring_view wide)
 {
     std::string narrow;
     for (const auto character : wide)
-        if (!encode(character, narrow)) narrow += '?';
+        if (!encode(character, narrow))
+            narrow += '?';
     return narrow;
 }
 

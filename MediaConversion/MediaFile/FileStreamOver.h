@@ -69,7 +69,8 @@ public:
 
     void close() override
     {
-        if (!m_buffer.close()) m_stream.setstate(std::ios_base::failbit);
+        if (!m_buffer.close())
+            m_stream.setstate(std::ios_base::failbit);
     }
 
 protected:

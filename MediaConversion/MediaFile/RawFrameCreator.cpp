@@ -27,8 +27,10 @@ constexpr RawFrameCreator creatorOf{
 
 RawFrameCreator rawFrameCreator(const Velmora::FrameFormat& format)
 {
-    if (Velmora::FullFormatCvTypes().contains(format)) return creatorOf<Velmora::FullFrame>;
-    if (Velmora::PackedFormatCvTypes().contains(format)) return creatorOf<Velmora::PackedFrame>;
+    if (Velmora::FullFormatCvTypes().contains(format))
+        return creatorOf<Velmora::FullFrame>;
+    if (Velmora::PackedFormatCvTypes().contains(format))
+        return creatorOf<Velmora::PackedFrame>;
     // The two blanks before the name are part of the message.
     fail("Raw frame creator not available for frame format  ", format);
 }

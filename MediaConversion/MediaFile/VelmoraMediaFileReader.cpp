@@ -25,13 +25,15 @@ constexpr auto directReadingRefused = "Failed to open file for direct reading";
 std::optional<std::uint64_t> remainingBytes(IIoStream& stream)
 {
     const auto position = stream.tell();
-    stream.seek(0, std::ios_base::end);
-    const auto end = stream.tell();
-    stream.seek(position);
-    if (!stream.fail() && position >= 0 && end >= position)
-        return static_cast<std::uint64_t>(end - position);
-    stream.clear();
-    if (position >= 0) stream.seek(position);
+    if (position >= 0) {
+        stream.seek(0, std::ios_base::end);
+        const auto end = stream.tell();
+        stream.seek(position);
+        if (!stream.fail() && end >= position)
+            return static_cast<std::uint64_t>(end - position);
+        stream.clear();
+        stream.seek(position);
+    }
     stream.clear();
     return std::nullopt;
 }
@@ -98,15 +100,18 @@ void VelmoraMediaFileReader::open(std::wstring fileName)
 {
     release();
     auto stream = m_streamFactory.create();
-    if (!stream) fail(fileName, "Could not create filestream object");
+    if (!stream)
+        fail(fileName, "Could not create filestream object");
     stream->open(fileName, openMode);
-    if (!stream->is_open()) fail(fileName, "Failed to open file");
+    if (!stream->is_open())
+        fail(fileName, "Failed to open file");
     m_fileName = std::move(fileName);
 
     stream->clear();
     stream->seek(std::streampos(0));
     LittleEndianReader fields(*stream);
-    if (!isMediaFileMagic(fields.read<std::uint32_t>())) fail(m_fileName, "Media file is corrupt");
+    if (!isMediaFileMagic(fields.read<std::uint32_t>()))
+        fail(m_fileName, "Media file is corrupt");
     const auto mediaHeader = readMediaHeader(fields);
     checkState(*stream);
     const auto frameHeader = readFrameHeader(fields);
@@ -119,13 +124,15 @@ void VelmoraMediaFileReader::open(std::wstring fileName)
 
 MediaHeader VelmoraMediaFileReader::mediaHeader() const
 {
-    if (!m_mediaHeader) fail(m_fileName, "Media header not available, check the file is open");
+    if (!m_mediaHeader)
+        fail(m_fileName, "Media header not available, check the file is open");
     return *m_mediaHeader;
 }
 
 FrameHeader VelmoraMediaFileReader::frameHeader() const
 {
-    if (!m_frameHeader) fail(m_fileName, "Frame header not available, check the file is open");
+    if (!m_frameHeader)
+        fail(m_fileName, "Frame header not available, check the file is open");
     return *m_frameHeader;
 }
 
@@ -172,19 +179,22 @@ std::unique_ptr<IFrame> VelmoraMediaFileReader::readImageDirectly(std::unique_pt
     const auto pixels = static_cast<std::uint64_t>(std::streamoff(m_stream->tell()));
     const auto info =
         infoFactory && caching ? infoFactory->createFileSystemInfo(m_fileName) : nullptr;
-    if (!info || info->alignmentUnit() == 0) fail(m_fileName, directReadingRefused);
+    if (!info || info->alignmentUnit() == 0)
+        fail(m_fileName, directReadingRefused);
     const auto size = info->fileSize();
 
     const auto stream = release();
     stream->close();
     caching->setCaching(m_cachingMode);
     stream->open(m_fileName, openMode);
-    if (!stream->is_open()) fail(m_fileName, directReadingRefused);
+    if (!stream->is_open())
+        fail(m_fileName, directReadingRefused);
     auto buffer =
         readBytes(*stream, std::make_unique<PooledBuffer>(ImageFrame::memoryPool(),
                                                           roundedUp(size, info->alignmentUnit())));
     // The last unit of a file is seldom a whole one: reaching the end is no failure here.
-    if (static_cast<std::uint64_t>(stream->gcount()) >= size) stream->clear();
+    if (static_cast<std::uint64_t>(stream->gcount()) >= size)
+        stream->clear();
     auto frame = stored.create(std::move(buffer), pixels, size);
     checkState(*stream);
     return frame;
@@ -214,8 +224,10 @@ VelmoraMediaFileReader::StoredFrame VelmoraMediaFileReader::storedFrame() const
 // A short read sets both bits: the second text is for an end that no read ran into.
 void VelmoraMediaFileReader::checkState(const IIoStream& stream) const
 {
-    if (stream.fail()) fail(m_fileName, endOfFile);
-    if (stream.eof()) fail(m_fileName, "Media file is bad");
+    if (stream.fail())
+        fail(m_fileName, endOfFile);
+    if (stream.eof())
+        fail(m_fileName, "Media file is bad");
 }
 
 // Closes the reader; the stream is handed on to whoever still reads from it.

@@ -2,8 +2,10 @@
 #include "MediaConversion/MediaPipeline/ImageFrame.h"
 #include "MediaConversion/MediaPipeline/OpenCvMatAllocator.h"
 
+#include <memory>
 #include <mutex>
 #include <utility>
+#include <vector>
 
 namespace Velmora {
 
@@ -13,7 +15,7 @@ namespace {
 struct Installation
 {
     std::shared_ptr<IMemoryPool> pool;
-    OpenCvMatAllocator* allocator = nullptr;
+    std::vector<std::unique_ptr<OpenCvMatAllocator>> allocators;  // the last one is in use
     std::mutex mutex;
 };
 
@@ -31,14 +33,15 @@ void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
     std::shared_ptr<IMemoryPool> replaced;  // outlives the lock: the pool may die here
     const std::lock_guard lock(installed.mutex);
     replaced = std::exchange(installed.pool, std::move(pool));
-    if (auto* const allocator = std::exchange(installed.allocator, nullptr)) allocator->retire();
+    if (!installed.allocators.empty())
+        installed.allocators.back()->retire();
     if (!installed.pool) {
         // Not null, which OpenCV 4 would call at the next matrix.
         cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator());
         return;
     }
-    installed.allocator = new OpenCvMatAllocator(installed.pool);  // stays for ever, see retire()
-    cv::Mat::setDefaultAllocator(installed.allocator);
+    installed.allocators.push_back(std::make_unique<OpenCvMatAllocator>(installed.pool));
+    cv::Mat::setDefaultAllocator(installed.allocators.back().get());
 }
 
 std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()

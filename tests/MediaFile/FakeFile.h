@@ -22,6 +22,7 @@ struct FakeFile
         0;  // counted from 1 over all openings; sets the bits after the bytes are there
     std::ios_base::iostate faultBits = std::ios_base::goodbit;
     bool seeksToItsEnd = true;
+    bool opensFailedAtItsEnd = false;
     bool hasStreams = true;
     int openings = 1000;                           // how many succeed
     bool hasInfo = true;                           // the factory tells size and alignment
@@ -67,6 +68,8 @@ public:
         m_file.calls.push_back(forReading ? "open" : "open in another mode");
         m_isOpen = m_file.openings-- > 0;
         m_stream = std::istringstream(m_file.bytes);
+        if (m_file.opensFailedAtItsEnd)
+            m_stream.ignore(1 << 20).get();
     }
     void open(const std::string&, std::ios_base::openmode mode) override { open(L"", mode); }
     void open(const char*, std::ios_base::openmode mode) override { open(L"", mode); }

@@ -78,6 +78,7 @@ TEST(FileNames, bytesThatAreNotUtf8KeepTheirValue)
         EXPECT_EQ(wideFileName(narrow), wide);
         EXPECT_EQ(narrowFileName(wide), narrow);
     }
+    EXPECT_EQ(wideFileName(std::string_view("\xE2\x82\xAC", 2)), L"\xDCE2\xDC82");
 }
 
 TEST(FileNames, whatNoFileCanBeCalledIsRefusedAndShownAsQuestionMark)

@@ -91,6 +91,17 @@ TEST_F(VelmoraMediaFileReaderTest, takesTheFramesSizeAndIgnoresWhatFollowsTheFra
     EXPECT_EQ(pool->largest, 18u);
 }
 
+TEST_F(VelmoraMediaFileReaderTest, readsFromWhereverTheStreamStands)
+{
+    giveFile(smallPicture());
+    file.opensFailedAtItsEnd = true;
+    open();
+    expectFrame(RGB_U8(), 2, 3, noise(18));
+    file.seeksToItsEnd = false;
+    open();
+    expectFrame(RGB_U8(), 2, 3, noise(18));
+}
+
 TEST_F(VelmoraMediaFileReaderTest, readsAFrameOfNoPixels)
 {
     giveFile(MediaFileBytes::picture(0x206, 0, 0, ""));
