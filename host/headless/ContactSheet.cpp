@@ -75,9 +75,9 @@ void writeRgb(const cv::Mat& image, const std::filesystem::path& path)
 
 void ContactSheet::add(const Picture& picture, const std::string& name)
 {
-    const auto facts = std::to_string(picture.width) + " \u00D7 " + std::to_string(picture.height) +
+    const auto facts = std::to_string(picture.width) + " x " + std::to_string(picture.height) +
                        ", " + std::to_string(picture.depth) + " bit";
-    m_views.push_back({flattened(fitted(picture)), name, facts});
+    m_views.push_back({flattened(fitted(picture)), drawable(name), facts});
 }
 
 void ContactSheet::write(const std::filesystem::path& path) const

@@ -22,11 +22,6 @@ bool fontExists()
     return exists;
 }
 
-bool isContinuation(char byte)
-{
-    return (byte & 0xC0) == 0x80;
-}
-
 }
 
 int textWidth(const std::string& text, int size)
@@ -50,14 +45,24 @@ void drawText(cv::Mat& canvas, const std::string& text, cv::Point position, int 
     OIIO::ImageBufAlgo::render_text(image, position.x, position.y, text, size, font, colour);
 }
 
+std::string drawable(const std::string& text)
+{
+    std::string ascii;
+    for (const char byte : text) {
+        const bool isContinuation = (byte & 0xC0) == 0x80;
+        if (byte >= ' ' && byte <= '~')
+            ascii += byte;
+        else if (!isContinuation)
+            ascii += '?';
+    }
+    return ascii;
+}
+
 std::string shortened(std::string text, int size, int width)
 {
     if (textWidth(text, size) <= width)
         return text;
-    while (!text.empty() && textWidth(text + "...", size) > width) {
-        while (text.size() > 1 && isContinuation(text.back()))
-            text.pop_back();
+    while (!text.empty() && textWidth(text + "...", size) > width)
         text.pop_back();
-    }
     return text + "...";
 }
