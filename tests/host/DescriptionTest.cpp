@@ -4,8 +4,6 @@
 #include <gtest/gtest.h>
 
 #include <optional>
-#include <thread>
-#include <vector>
 
 using namespace DD::Image;
 using namespace testing;
@@ -66,19 +64,4 @@ TEST(Description, isFoundByNameAndByTheFirstBytes)
     EXPECT_EQ(findByBlock("axx"), &first);
     EXPECT_EQ(findByBlock("bxx"), &second);
     EXPECT_EQ(findByBlock("xab"), nullptr);
-}
-
-TEST(Description, mayComeAndGoOnSeveralThreads)
-{
-    {
-        std::vector<std::jthread> threads;
-        for (int thread = 0; thread < 4; ++thread)
-            threads.emplace_back([] {
-                for (int repetition = 0; repetition < 200; ++repetition) {
-                    const Description description("n\0", "", noReader, beginsWith<'n'>, noFormat);
-                    EXPECT_THAT(Description::all(), Contains(&description));
-                }
-            });
-    }
-    EXPECT_THAT(Description::all(), IsEmpty());
 }
