@@ -19,6 +19,9 @@ public:
 class TextureToFullFrame    final : public TextureProcessor { using TextureProcessor::TextureProcessor; };
 class TextureYCbCr42xToRGB  final : public TextureProcessor { using TextureProcessor::TextureProcessor; };
 class TextureYCoCgDXT5toRGB final : public TextureProcessor { using TextureProcessor::TextureProcessor; };
+class TextureToPackedFrame  final : public TextureProcessor { using TextureProcessor::TextureProcessor; };
+class TextureRGBtoYCbCr42x  final : public TextureProcessor { using TextureProcessor::TextureProcessor; };
+class TextureRGBtoYCoCgDXT5 final : public TextureProcessor { using TextureProcessor::TextureProcessor; };
 // clang-format on
 
 }

@@ -2,7 +2,10 @@
 
 #include "MediaConversion/Converters/ImageBitDepth.h"
 #include "MediaConversion/Converters/ImageColourspace.h"
+#include "MediaConversion/Converters/ImageRGBtoYCbCr42x.h"
+#include "MediaConversion/Converters/ImageRGBtoYCoCgDXT5.h"
 #include "MediaConversion/Converters/ImageToFullFrame.h"
+#include "MediaConversion/Converters/ImageToPackedFrame.h"
 #include "MediaConversion/Converters/ImageYCbCr42xToRGB.h"
 #include "MediaConversion/Converters/ImageYCoCgDXT5toRGB.h"
 #include "MediaConversion/Converters/TextureProcessors.h"
@@ -37,6 +40,18 @@ class ConvertYCbCr42xToRGB final
 
 class ConvertYCoCgDXT5toRGB final
     : public ConvertingFilter<ConvertYCoCgDXT5toRGB, ImageYCoCgDXT5toRGB, TextureYCoCgDXT5toRGB>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertToPackedFrame final
+    : public ConvertingFilter<ConvertToPackedFrame, ImageToPackedFrame, TextureToPackedFrame>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertRGBtoYCbCr42x final
+    : public ConvertingFilter<ConvertRGBtoYCbCr42x, ImageRGBtoYCbCr42x, TextureRGBtoYCbCr42x>
+{ using ControllableFilter::ControllableFilter; };
+
+class ConvertRGBtoYCoCgDXT5 final
+    : public ConvertingFilter<ConvertRGBtoYCoCgDXT5, ImageRGBtoYCoCgDXT5, TextureRGBtoYCoCgDXT5>
 { using ControllableFilter::ControllableFilter; };
 
 // clang-format on

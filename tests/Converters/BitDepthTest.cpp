@@ -154,9 +154,10 @@ TEST(BitDepth, checksColourspaceThenOrderThenTypes)
         {ARGB_U8(),    fullFormat("ARGB", F32), "OpenCV type not defined for frame format RGBA_F32_ARGB"},
     };
     // clang-format on
-    for (const auto& [source, destination, text] : cases)
-        expectError<std::runtime_error>(
-            text, [&] { convertedPixels(source, randomMatrix(source, 2, 3), destination); });
+    for (const auto& row : cases)
+        expectError<std::runtime_error>(row.text, [&] {
+            convertedPixels(row.source, randomMatrix(row.source, 2, 3), row.destination);
+        });
 }
 
 TEST(BitDepth, scalesRoundsAndSaturates)

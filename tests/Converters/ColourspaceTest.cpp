@@ -79,14 +79,8 @@ TEST(Colourspace, hasItsTableOfPairs)
 
 TEST(Colourspace, refusesPairsOutsideItsTable)
 {
-    struct Case
-    {
-        FrameFormat source;
-        FrameFormat destination;
-        const char* pair;
-    };
     // clang-format off
-    const Case cases[] = {
+    const RefusedPair refusedPairs[] = {
         {RGB_U8(),    RGB_U8(),    "RGB_U8_RGB to RGB_U8_RGB"},
         {RGB_U8(),    ARGB_U8(),   "RGB_U8_RGB to RGBA_U8_ARGB"},
         {ARGB_U8(),   BGRA_U8(),   "RGBA_U8_ARGB to RGBA_U8_BGRA"},
@@ -98,10 +92,12 @@ TEST(Colourspace, refusesPairsOutsideItsTable)
         {RGB_U8(),    YUYV_422(),  "RGB_U8_RGB to YCbCr_ITU_T871_U8_YUYV-422"},
     };
     // clang-format on
-    for (const auto& [source, destination, pair] : cases)
+    for (const auto& refused : refusedPairs)
         expectError<std::runtime_error>(
-            std::string("Colourspace conversion is not supported from ") + pair,
-            [&] { convertedPixels(source, randomMatrix(source, 2, 2), destination); });
+            std::string("Colourspace conversion is not supported from ") + refused.text, [&] {
+                convertedPixels(refused.source, randomMatrix(refused.source, 2, 2),
+                                refused.destination);
+            });
 }
 
 TEST(Colourspace, takesFullFramesOnly)

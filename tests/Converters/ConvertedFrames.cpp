@@ -2,6 +2,7 @@
 
 #include "tests/support/PlainDecoding.h"
 
+#include <cmath>
 #include <cstring>
 #include <iomanip>
 #include <random>

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
-#include <initializer_list>
 #include <memory>
 #include <string>
 #include <utility>
@@ -38,6 +37,14 @@ struct ConversionRow
 {
     Velmora::FrameFormat source;
     std::vector<Velmora::FrameFormat> destinations;
+};
+
+// A pair that a table lacks, and the text that names it in the message.
+struct RefusedPair
+{
+    Velmora::FrameFormat source;
+    Velmora::FrameFormat destination;
+    const char* text;
 };
 
 // Expects a table of conversions to hold the pairs of the rows and no others.

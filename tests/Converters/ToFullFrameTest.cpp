@@ -68,14 +68,8 @@ TEST(ToFullFrame, hasItsTableOfPairs)
 
 TEST(ToFullFrame, refusesPairsOutsideItsTable)
 {
-    struct Case
-    {
-        FrameFormat source;
-        FrameFormat destination;
-        const char* pair;
-    };
     // clang-format off
-    const Case cases[] = {
+    const RefusedPair refusedPairs[] = {
         {RGB_SMPTE_2110(), RGBA_U8(),      "RGB_U12_RGB-SMPTE-2110 to RGBA_U8_RGBA"},
         {BGR_SMPTE_2110(), RGBA_U8(),      "RGB_U12_BGR-SMPTE-2110 to RGBA_U8_RGBA"},
         {RGB_DPX_PACKED(), RGB_U16(),      "RGB_U12_RGB-DPX-PACKED to RGB_U16_RGB"},
@@ -90,10 +84,12 @@ TEST(ToFullFrame, refusesPairsOutsideItsTable)
         {RGB_DPX_FILLED(), RGB_SMPTE_2110(), "RGB_U10_RGB-DPX-FILLED to RGB_U12_RGB-SMPTE-2110"},
     };
     // clang-format on
-    for (const auto& [source, destination, pair] : cases)
+    for (const auto& refused : refusedPairs)
         expectError<std::runtime_error>(
-            std::string("Unpacking is not supported from ") + pair,
-            [&] { converted<ImageToFullFrame>(source, randomMatrix(source, 2, 2), destination); });
+            std::string("Unpacking is not supported from ") + refused.text, [&] {
+                converted<ImageToFullFrame>(refused.source, randomMatrix(refused.source, 2, 2),
+                                            refused.destination);
+            });
 }
 
 TEST(ToFullFrame, takesPackedFramesOnly)

@@ -73,14 +73,8 @@ TEST(YCbCr42xToRGB, hasItsTableOfPairs)
 
 TEST(YCbCr42xToRGB, refusesPairsOutsideItsTable)
 {
-    struct Case
-    {
-        FrameFormat source;
-        FrameFormat destination;
-        const char* pair;
-    };
     // clang-format off
-    const Case cases[] = {
+    const RefusedPair refusedPairs[] = {
         {YUYV_422(),        RGBA_U8(),       "YCbCr_ITU_T871_U8_YUYV-422 to RGBA_U8_RGBA"},
         {YUYV_422(),        RGB_U16(),       "YCbCr_ITU_T871_U8_YUYV-422 to RGB_U16_RGB"},
         {ZEQ_422(),         RGBA_U8(),       "YCbCr_ITU_T871_U10_ZEQ-422 to RGBA_U8_RGBA"},
@@ -92,12 +86,14 @@ TEST(YCbCr42xToRGB, refusesPairsOutsideItsTable)
         {RGB_DXT1(),        RGB_U8(),        "RGB_U8_RGB-DXT1 to RGB_U8_RGB"},
     };
     // clang-format on
-    for (const auto& [source, destination, pair] : cases)
+    for (const auto& refused : refusedPairs)
         // A frame without data has the same message: the pair is looked up first.
-        for (const auto& groups : {randomMatrix(source, 2, 2), randomMatrix(source, 0, 0)})
+        for (const auto& groups :
+             {randomMatrix(refused.source, 2, 2), randomMatrix(refused.source, 0, 0)})
             expectError<std::runtime_error>(
-                std::string("RGB conversion is not supported from ") + pair,
-                [&] { converted<ImageYCbCr42xToRGB>(source, groups, destination); });
+                std::string("RGB conversion is not supported from ") + refused.text, [&] {
+                    converted<ImageYCbCr42xToRGB>(refused.source, groups, refused.destination);
+                });
 }
 
 TEST(YCbCr42xToRGB, takesPackedFramesOnly)
@@ -118,14 +114,13 @@ TEST(YCbCr42xToRGB, takesPackedFramesOnly)
 
 TEST(YCbCr42xToRGB, refusesFramesWithoutData)
 {
-    for (const auto& entry : ImageYCbCr42xToRGB::conversions()) {
-        const auto& [source, destination] = entry.first;
-        for (const auto& [rows, columns] : {std::pair{0, 0}, std::pair{0, 3}, std::pair{3, 0}})
+    for (const auto& entry : ImageYCbCr42xToRGB::conversions())
+        for (const auto& size : {cv::Size(0, 0), cv::Size(3, 0), cv::Size(0, 3)})
             expectError<std::runtime_error>("no image data in frame", [&] {
-                converted<ImageYCbCr42xToRGB>(source, randomMatrix(source, rows, columns),
-                                              destination);
+                const auto& source = entry.first.first;
+                converted<ImageYCbCr42xToRGB>(source, randomMatrix(source, size.height, size.width),
+                                              entry.first.second);
             });
-    }
 }
 
 TEST(YCbCr42xToRGB, decodesByTheMatrix)
@@ -159,6 +154,39 @@ TEST(YCbCr42xToRGB, decodesByTheMatrix)
     for (const auto& row : cases)
         expectChannels(row, converted<ImageYCbCr42xToRGB>(
                                 row.source, groupsOf(row.source, row.group), row.destination));
+}
+
+// Groups whose green lies so close to the middle of two values that another order of the additions,
+// or luma times a reciprocal, gives the other one.
+TEST(YCbCr42xToRGB, computesGreenInTheOrderWritten)
+{
+    struct Case
+    {
+        FrameFormat source;
+        std::vector<std::uint8_t> group;
+        FrameFormat destination;
+        double green;
+    };
+    // clang-format off
+    const Case cases[] = {
+        {ZEQ_422(), tenBitGroup(6, 520, 767, 0),   BGRA_U8(),  127},
+        {ZEQ_422(), tenBitGroup(6, 861, 767, 0),   BGRA_U8(),  213},
+        {ZEQ_422(), tenBitGroup(35, 84, 238, 0),   BGRA_U8(),  111},
+        {ZEQ_422(), tenBitGroup(697, 144, 576, 0), BGRA_U8(),  8},
+        {ZEQ_422(), tenBitGroup(6, 520, 767, 0),   BGRA_U16(), 32767},
+        {ZEQ_422(), tenBitGroup(6, 861, 767, 0),   BGRA_U16(), 54613},
+        {ZEQ_422(), tenBitGroup(35, 425, 238, 0),  BGRA_U16(), 50244},
+        {ZEQ_4224_HYBRID(), hybridGroup(229, 903, {730, 0}, {0, 0}),  BGRA_F32(), 3.94587474e-08},
+        {ZEQ_4224_HYBRID(), hybridGroup(332, 558, {3625, 0}, {0, 0}), BGRA_F32(), 0.913149297},
+    };
+    // clang-format on
+    for (const auto& [source, group, destination, green] : cases) {
+        const auto pixels =
+            converted<ImageYCbCr42xToRGB>(source, groupsOf(source, group), destination);
+        const double expected = destination == BGRA_F32() ? double(float(green)) : green;
+        EXPECT_EQ(channelValues(pixels)[1], expected) << toString(source);
+        expectDecodedAsPlain(source, groupsOf(source, group));
+    }
 }
 
 // Calls `check` with matrices of groups that hold all 2^24 triples of 8-bit samples between them:

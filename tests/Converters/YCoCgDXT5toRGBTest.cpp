@@ -4,6 +4,7 @@
 #include "tests/support/ExpectError.h"
 #include "tests/support/PlainDecoding.h"
 
+#include <algorithm>
 #include <string>
 
 namespace MediaConversion {
@@ -90,14 +91,8 @@ TEST(YCoCgDXT5toRGB, hasItsTableOfPairs)
 
 TEST(YCoCgDXT5toRGB, refusesPairsOutsideItsTable)
 {
-    struct Case
-    {
-        FrameFormat source;
-        FrameFormat destination;
-        const char* pair;
-    };
     // clang-format off
-    const Case cases[] = {
+    const RefusedPair refusedPairs[] = {
         {YCoCg_DXT5(), RGBA_U8(),   "YCoCg_U8_YCoCg-DXT5 to RGBA_U8_RGBA"},
         {YCoCg_DXT5(), BGRA_F32(),  "YCoCg_U8_YCoCg-DXT5 to RGBA_F32_BGRA"},
         {YCoCg_DXT5(), CoCgAY_U8(), "YCoCg_U8_YCoCg-DXT5 to YCoCgA_U8_CoCgAY"},
@@ -106,12 +101,14 @@ TEST(YCoCgDXT5toRGB, refusesPairsOutsideItsTable)
         {YUYV_422(),   RGB_U8(),    "YCbCr_ITU_T871_U8_YUYV-422 to RGB_U8_RGB"},
     };
     // clang-format on
-    for (const auto& [source, destination, pair] : cases)
+    for (const auto& refused : refusedPairs)
         // A frame without data has the same message: the pair is looked up first.
-        for (const auto& blocks : {randomMatrix(source, 2, 2), randomMatrix(source, 0, 0)})
+        for (const auto& blocks :
+             {randomMatrix(refused.source, 2, 2), randomMatrix(refused.source, 0, 0)})
             expectError<std::runtime_error>(
-                std::string("RGB conversion is not supported from ") + pair,
-                [&] { converted<ImageYCoCgDXT5toRGB>(source, blocks, destination); });
+                std::string("RGB conversion is not supported from ") + refused.text, [&] {
+                    converted<ImageYCoCgDXT5toRGB>(refused.source, blocks, refused.destination);
+                });
 }
 
 TEST(YCoCgDXT5toRGB, takesPackedFramesOnly)
@@ -133,10 +130,10 @@ TEST(YCoCgDXT5toRGB, takesPackedFramesOnly)
 TEST(YCoCgDXT5toRGB, refusesFramesWithoutData)
 {
     for (const auto& source : {YCoCg_DXT5(), RGB_DXT1()})
-        for (const auto& [rows, columns] : {std::pair{0, 0}, std::pair{0, 3}, std::pair{3, 0}})
+        for (const auto& size : {cv::Size(0, 0), cv::Size(3, 0), cv::Size(0, 3)})
             expectError<std::runtime_error>("no image data in frame", [&] {
-                converted<ImageYCoCgDXT5toRGB>(source, randomMatrix(source, rows, columns),
-                                               BGRA_U8());
+                converted<ImageYCoCgDXT5toRGB>(
+                    source, randomMatrix(source, size.height, size.width), BGRA_U8());
             });
 }
 
@@ -146,7 +143,7 @@ TEST(YCoCgDXT5toRGB, decodesBlocksByTheirRules)
     const auto lastTexel = dxt1(0xFFFF, 0, allTexels(1) & ~(1u << 30));
     std::vector<double> lastTexelWhite(48, 0.0);
     std::fill(lastTexelWhite.end() - 3, lastTexelWhite.end(), 255.0);
-    // Index 0 is Co code 0 or 255, Cg neutral only at index 2: hence both endpoints alike in red.
+    // Both endpoints alike in red and blue give these codes exactly; Cg is neutral at index 2.
     const auto coded = [](unsigned y, unsigned red, unsigned blue) {
         return dxt5(y, y, 0,
                     dxt1(colour565(red, 31, blue), colour565(red, 33, blue), allTexels(2)));
@@ -159,6 +156,7 @@ TEST(YCoCgDXT5toRGB, decodesBlocksByTheirRules)
         {"white",              RGB_DXT1(),   dxt1(0xFFFF, 0xFFFF, allTexels(0)), RGB_U8(),  {255, 255, 255}},
         {"black",              RGB_DXT1(),   dxt1(0x0000, 0x0000, allTexels(0)), RGB_U8(),  {0, 0, 0}},
         {"halfUp",             RGB_DXT1(),   dxt1(grey, 0, allTexels(0)),        BGRA_U8(), {132, 130, 132, 255}},
+        {"rounded",            RGB_DXT1(),   dxt1(colour565(3, 11, 28), 0, allTexels(0)), RGB_U8(), {25, 45, 230}},
         {"redAlone",           RGB_DXT1(),   dxt1(colour565(31, 0, 0), 0, allTexels(0)), RGB_U8(),  {255, 0, 0}},
         {"blueAlone",          RGB_DXT1(),   dxt1(colour565(0, 0, 31), 0, allTexels(0)), BGR_U8(),  {255, 0, 0}},
         {"twoThirds",          RGB_DXT1(),   dxt1(0xFFFF, grey, allTexels(2)),   RGB_U8(),  {214, 213, 214}},
