@@ -54,8 +54,8 @@ ConversionRegistry expand(std::initializer_list<Rule> rules)
 
 }
 
-// YUYV_422 and ZEQ_422 to RGBA_U8 name a pair that their processor lacks: the Encoder is built, and
-// a frame is refused with the processor's own text.
+// 166 chains. Those of YUYV_422 and ZEQ_422 to RGBA_U8 name a pair that their processor lacks: the
+// Encoder is built, and a frame is refused with the processor's own text.
 const ConversionRegistry& conversionRegistry()
 {
     using namespace Velmora::Formats;
@@ -105,6 +105,33 @@ const ConversionRegistry& conversionRegistry()
         // From blocks
         {{YCoCg_DXT5},             {RGB_U8, BGR_U8, BGRA_U8},          {by<ConvertYCoCgDXT5toRGB>()}},
         {{YCoCg_DXT5},             {BGRA_F32},                         {by<ConvertYCoCgDXT5toRGB>(BGRA_U8), by<ConvertBitDepth>()}},
+
+        // Between packings
+        {{BGR_SMPTE_2110},         {RGB_SMPTE_2110},                   {by<ConvertToFullFrame>(BGR_U12), by<ConvertToPackedFrame>()}},
+        {{BGR_DPX_PACKED},         {BGR_SMPTE_2110},                   {by<ConvertToFullFrame>(BGR_U12), by<ConvertToPackedFrame>()}},
+        {{RGB_DPX_PACKED},         {RGB_SMPTE_2110},                   {by<ConvertToFullFrame>(RGB_U12), by<ConvertToPackedFrame>()}},
+        {{RGB_SMPTE_2110},         {ZEQ_422},                          {by<ConvertToFullFrame>(RGB_U12), by<ConvertBitDepth>(RGB_U15plus1), by<ConvertRGBtoYCbCr42x>()}},
+
+        // To 10-bit words and 12-bit groups
+        {{RGB_U8, BGR_U8, BGR_U16, BGR_F32, BGRA_U8, BGRA_U16, BGRA_F32, ARGB_U8, ARGB_U15plus1},
+         {RGB_DPX_FILLED, BGR_DPX_FILLED, RGB_SMPTE_2110, BGR_SMPTE_2110},
+                                                                       {by<ConvertToPackedFrame>()}},
+        {{RGB_U10},                {RGB_DPX_FILLED},                   {by<ConvertToPackedFrame>()}},
+        {{RGB_U12},                {RGB_SMPTE_2110},                   {by<ConvertToPackedFrame>()}},
+
+        // To YCbCr
+        {{RGB_U8, BGR_U8},         {YUYV_422, ZEQ_420},                {by<ConvertRGBtoYCbCr42x>()}},
+        {{BGR_U16, BGR_F32, BGRA_U8, BGRA_U16, BGRA_F32},
+         {YUYV_422, ZEQ_422, ZEQ_420},                                 {by<ConvertRGBtoYCbCr42x>()}},
+        {{ARGB_U8, ARGB_U15plus1}, {YUYV_422, ZEQ_422},                {by<ConvertRGBtoYCbCr42x>()}},
+        {{RGB_U15plus1},           {ZEQ_422},                          {by<ConvertRGBtoYCbCr42x>()}},
+        {{BGRA_F32},               {ZEQ_4224_HYBRID},                  {by<ConvertRGBtoYCbCr42x>()}},
+
+        // To blocks
+        {{RGB_U8, BGR_U8, RGBA_U8, BGRA_U8}, {YCoCg_DXT5},             {by<ConvertRGBtoYCoCgDXT5>()}},
+        {{BGR_U16, BGR_F32},       {YCoCg_DXT5},                       {by<ConvertBitDepth>(BGR_U8), by<ConvertRGBtoYCoCgDXT5>()}},
+        {{BGRA_U16, BGRA_F32},     {YCoCg_DXT5},                       {by<ConvertBitDepth>(BGRA_U8), by<ConvertRGBtoYCoCgDXT5>()}},
+        {{RGB_U8, BGR_U8},         {RGB_DXT1},                         {by<ConvertColourspace>(RGBA_U8), by<ConvertRGBtoYCoCgDXT5>()}},
     }));
     // clang-format on
     return registry;

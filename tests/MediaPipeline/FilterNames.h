@@ -23,7 +23,10 @@ inline std::string nameOf(const MediaConversion::IFrameFilter& filter)
              NamedFilter{"ConvertBitDepth", isFilter<ConvertBitDepth>},
              NamedFilter{"ConvertColourspace", isFilter<ConvertColourspace>},
              NamedFilter{"ConvertNoOperation", isFilter<ConvertNoOperation>},
+             NamedFilter{"ConvertRGBtoYCbCr42x", isFilter<ConvertRGBtoYCbCr42x>},
+             NamedFilter{"ConvertRGBtoYCoCgDXT5", isFilter<ConvertRGBtoYCoCgDXT5>},
              NamedFilter{"ConvertToFullFrame", isFilter<ConvertToFullFrame>},
+             NamedFilter{"ConvertToPackedFrame", isFilter<ConvertToPackedFrame>},
              NamedFilter{"ConvertYCbCr42xToRGB", isFilter<ConvertYCbCr42xToRGB>},
              NamedFilter{"ConvertYCoCgDXT5toRGB", isFilter<ConvertYCoCgDXT5toRGB>},
          })
