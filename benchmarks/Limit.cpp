@@ -9,6 +9,7 @@
 namespace {
 
 constexpr std::size_t step = 16;
+constexpr int stripes = 256;
 
 cv::v_uint8x16 readAll(const uchar* bytes, std::size_t count)
 {
@@ -24,18 +25,22 @@ void writeAll(uchar* bytes, std::size_t count, const cv::v_uint8x16& value)
         cv::v_store(bytes + i, value);
 }
 
+std::size_t bytesOf(const cv::Mat& matrix)
+{
+    return matrix.total() * matrix.elemSize();
+}
+
 }
 
 void readAndWrite(const cv::Mat& input, cv::Mat& output)
 {
-    // A row of groups may stand for several rows of pixels.
-    const int rowsPerRow = output.rows / input.rows;
-    cv::parallel_for_(cv::Range(0, input.rows), [&](const cv::Range& band) {
-        for (int row = band.start; row < band.end; ++row) {
-            const auto sum = readAll(input.ptr(row), input.cols * input.elemSize());
-            for (int pixelRow = row * rowsPerRow; pixelRow < (row + 1) * rowsPerRow; ++pixelRow)
-                writeAll(output.ptr(pixelRow), output.cols * output.elemSize(), sum);
-        }
+    const std::size_t inputStripe = bytesOf(input) / stripes;
+    const std::size_t outputStripe = bytesOf(output) / stripes;
+    cv::parallel_for_(cv::Range(0, stripes), [&](const cv::Range& band) {
+        for (auto stripe = static_cast<std::size_t>(band.start);
+             stripe < static_cast<std::size_t>(band.end); ++stripe)
+            writeAll(output.data + stripe * outputStripe, outputStripe,
+                     readAll(input.data + stripe * inputStripe, inputStripe));
     });
     benchmark::DoNotOptimize(output.data);
 }

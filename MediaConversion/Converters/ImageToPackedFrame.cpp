@@ -1,5 +1,6 @@
 #include "MediaConversion/Converters/ImageToPackedFrame.h"
 
+#include "MediaConversion/Converters/Lanes.h"
 #include "MediaConversion/Converters/RgbPackings.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
 
@@ -9,43 +10,46 @@ namespace MediaConversion {
 
 namespace {
 
-template <unsigned bits, ChannelType type>
-constexpr unsigned convertChannel(typename Channel<type>::Element channel)
-{
-    constexpr double fullScale = (1u << bits) - 1;
-    const double value = channel / Channel<type>::fullScale;
-    return static_cast<unsigned>(clamped(value * fullScale, 0.0, fullScale) + 0.5);
-}
+template <unsigned bits>
+constexpr double sampleMax = (1u << bits) - 1;
 
 template <unsigned bits>
 constexpr auto sampleOfByte = [] {
     std::array<std::uint16_t, 256> samples{};
     for (unsigned channel = 0; channel < samples.size(); ++channel)
         samples[channel] = static_cast<std::uint16_t>(
-            convertChannel<bits, ChannelType::U8>(static_cast<std::uint8_t>(channel)));
+            clamped(channel / 255.0 * sampleMax<bits>, 0.0, sampleMax<bits>) + 0.5);
     return samples;
 }();
 
-template <unsigned bits, ChannelType type>
-unsigned sampleOfChannel(typename Channel<type>::Element channel)
+// The channels of a pixel as samples, in the pixel's own order.
+template <unsigned bits, ChannelType type, int channels>
+std::array<unsigned, 4> samplesOfPixel(const typename Channel<type>::Element* pixel)
 {
-    if constexpr (type == ChannelType::U8)
-        return sampleOfByte<bits>[channel];
-    else
-        return convertChannel<bits, type>(channel);
+    if constexpr (type == ChannelType::U8) {
+        constexpr auto& sampleOf = sampleOfByte<bits>;
+        return {sampleOf[pixel[0]], sampleOf[pixel[1]], sampleOf[pixel[2]],
+                channels == 4 ? sampleOf[pixel[3]] : 0u};
+    } else {
+        const auto values = Lanes::load<channels>(pixel) / Channel<type>::fullScale;
+        std::array<unsigned, 4> samples;
+        cv::v_store(samples.data(), cv::v_reinterpret_as_u32(values.quantised(sampleMax<bits>)));
+        return samples;
+    }
 }
 
 template <RgbLayout Layout, ChannelType type, Placement placed>
 void packRow(const std::uint8_t* pixels, std::size_t, std::uint8_t* groups, int groupCount)
 {
-    using Element = typename Channel<type>::Element;
-    const auto* pixel = reinterpret_cast<const Element*>(pixels);
+    const auto* pixel = reinterpret_cast<const typename Channel<type>::Element*>(pixels);
     for (int group = 0; group < groupCount; ++group, groups += Layout::bytes) {
         std::array<unsigned, 3 * Layout::pixels> samples;
-        for (std::size_t first = 0; first < samples.size(); first += 3, pixel += placed.channels)
+        for (std::size_t first = 0; first < samples.size(); first += 3, pixel += placed.channels) {
+            const auto channels = samplesOfPixel<Layout::bits, type, placed.channels>(pixel);
             for (std::size_t sample = 0; sample < 3; ++sample)
                 samples[first + sample] =
-                    sampleOfChannel<Layout::bits, type>(pixel[placed.channelOfSample[sample]]);
+                    channels[static_cast<std::size_t>(placed.channelOfSample[sample])];
+        }
         Layout::pack(samples, groups);
     }
 }

@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 
 namespace MediaConversion {
 
@@ -16,6 +17,21 @@ public:
     Lanes(double first, double second, double third, double fourth)
         : m_low(first, second), m_high(third, fourth)
     {
+    }
+
+    // The channels of a pixel as they are stored, with a fourth lane of no meaning where there are
+    // three.
+    template <int channels, class Element>
+    static Lanes load(const Element* pixel)
+    {
+        if constexpr (channels == 4 && std::is_same_v<Element, float>) {
+            const auto floats = cv::v_load(pixel);
+            return {cv::v_cvt_f64(floats), cv::v_cvt_f64_high(floats)};
+        } else {
+            return {static_cast<double>(pixel[0]), static_cast<double>(pixel[1]),
+                    static_cast<double>(pixel[2]),
+                    channels == 4 ? static_cast<double>(pixel[3]) : 0};
+        }
     }
 
     // The same value in every lane but one.
@@ -35,6 +51,19 @@ public:
     {
         const auto factors = cv::v_setall_f64(factor);
         return {m_low * factors, m_high * factors};
+    }
+
+    Lanes operator/(double divisor) const
+    {
+        const auto divisors = cv::v_setall_f64(divisor);
+        return {m_low / divisors, m_high / divisors};
+    }
+
+    // Values of 0 to 1 as whole numbers up to full scale, clamped and rounded half up. A NaN
+    // becomes 0.
+    cv::v_int32x4 quantised(double fullScale) const
+    {
+        return cv::v_combine_low(quantised(m_low, fullScale), quantised(m_high, fullScale));
     }
 
     // Writes the first `channels` lanes, values of 0 to 1, as channels of the type: the bytes that
@@ -72,9 +101,7 @@ private:
     void storeIntegers(std::uint8_t* pixel) const
     {
         using Element = typename Channel<type>::Element;
-        constexpr double fullScale = Channel<type>::fullScale;
-        const auto words =
-            cv::v_combine_low(quantised(m_low, fullScale), quantised(m_high, fullScale));
+        const auto words = quantised(Channel<type>::fullScale);
         const auto halves = cv::v_pack_u(words, words);
         std::uint64_t packed = cv::v_reinterpret_as_u64(halves).get0();
         if constexpr (sizeof(Element) == 1)
