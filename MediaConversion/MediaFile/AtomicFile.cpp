@@ -1,0 +1,125 @@
+#include "MediaConversion/MediaFile/AtomicFile.h"
+
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/FileNames.h"
+#include "MediaConversion/MediaFile/Hexadecimal.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <random>
+#include <system_error>
+#include <utility>
+
+namespace MediaConversion {
+
+namespace {
+
+constexpr mode_t allPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
+constexpr mode_t newFilePermissions = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+
+[[noreturn]] void failWith(int error)
+{
+    fail(std::generic_category().message(error));
+}
+
+// The result of a system call, which is made again when a signal interrupts it.
+template <class SystemCall>
+auto completed(SystemCall systemCall)
+{
+    for (;;) {
+        const auto result = systemCall();
+        if (result >= 0)
+            return result;
+        if (errno != EINTR)
+            failWith(errno);
+    }
+}
+
+std::string checkedName(const std::wstring& fileName)
+{
+    const auto narrow = narrowFileName(fileName);
+    if (!narrow || narrow->empty())
+        fail("Not a file name");
+    return *narrow;
+}
+
+// Of fixed length, as the file's own name may be as long as a name can be.
+std::string temporaryNameBeside(const std::string& fileName)
+{
+    std::random_device random;
+    const auto folder = fileName.substr(0, fileName.rfind('/') + 1);
+    return folder + ".zeq." + hexadecimal(random()) + hexadecimal(random()) + ".tmp";
+}
+
+}
+
+AtomicFile::AtomicFile(const std::wstring& fileName) : m_name(checkedName(fileName))
+{
+    findTarget();
+    m_temporaryName = temporaryNameBeside(m_name);
+    m_descriptor = completed([this] {
+        return ::open(m_temporaryName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
+                      m_permissions.value_or(newFilePermissions));
+    });
+}
+
+AtomicFile::~AtomicFile()
+{
+    if (m_descriptor >= 0)
+        ::close(m_descriptor);
+    if (!m_temporaryName.empty())
+        ::unlink(m_temporaryName.c_str());
+}
+
+void AtomicFile::write(std::span<const std::byte> bytes)
+{
+    while (!bytes.empty()) {
+        const auto count =
+            completed([&] { return ::write(m_descriptor, bytes.data(), bytes.size()); });
+        bytes = bytes.subspan(static_cast<std::size_t>(count));
+    }
+}
+
+void AtomicFile::commit()
+{
+    // Opening the file has taken the umask off.
+    if (m_permissions)
+        completed([this] { return ::fchmod(m_descriptor, *m_permissions); });
+    completed([this] { return ::fsync(m_descriptor); });
+    // An interrupted close has closed the file.
+    if (::close(std::exchange(m_descriptor, -1)) != 0 && errno != EINTR)
+        failWith(errno);
+    completed([this] { return ::rename(m_temporaryName.c_str(), m_name.c_str()); });
+    m_temporaryName.clear();
+}
+
+// What stands under the name: nothing yet, or a file that may be replaced.
+void AtomicFile::findTarget()
+{
+    struct stat status;
+    if (::stat(m_name.c_str(), &status) != 0) {
+        const int reason = errno;
+        const bool isNew = reason == ENOENT && ::lstat(m_name.c_str(), &status) != 0;
+        if (!isNew)
+            failWith(reason);
+        return;
+    }
+    if (S_ISDIR(status.st_mode))
+        failWith(EISDIR);
+    if (!S_ISREG(status.st_mode))
+        fail("Not a regular file");
+    // To rename, the folder's permissions are enough, but a file is protected for a reason.
+    if (::faccessat(AT_FDCWD, m_name.c_str(), W_OK, AT_EACCESS) != 0)
+        failWith(errno);
+    std::error_code error;
+    m_name = std::filesystem::canonical(m_name, error).string();
+    if (error)
+        fail(error.message());
+    m_permissions = status.st_mode & allPermissions;
+}
+
+}

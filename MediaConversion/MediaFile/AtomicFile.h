@@ -1,0 +1,39 @@
+#pragma once
+
+#include "MediaConversion/MediaFile/IAtomicFile.h"
+
+#include <sys/types.h>
+
+#include <optional>
+#include <string>
+
+namespace MediaConversion {
+
+// Grows in the folder of its name, under a hidden, random one (".zeq.*.tmp") that only a killed
+// process leaves behind. A file that is replaced passes on its permissions, but neither its owner
+// nor its other hard links; one that must not be written is not replaced. Of a symbolic link the
+// file behind it is replaced. A link to nothing is refused, and so is all else that is no regular
+// file.
+class AtomicFile final : public IAtomicFile
+{
+public:
+    // A new, empty file that is to stand under this name.
+    explicit AtomicFile(const std::wstring& fileName);
+    ~AtomicFile() override;
+
+    AtomicFile(const AtomicFile&) = delete;
+    AtomicFile& operator=(const AtomicFile&) = delete;
+
+    void write(std::span<const std::byte> bytes) override;
+    void commit() override;
+
+private:
+    void findTarget();
+
+    std::string m_name;
+    std::optional<mode_t> m_permissions;  // of the file that is replaced
+    std::string m_temporaryName;          // empty when the file stands under its own
+    int m_descriptor = -1;
+};
+
+}

@@ -1,0 +1,130 @@
+#include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
+
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/AtomicFile.h"
+#include "MediaConversion/MediaFile/FileNames.h"
+#include "MediaConversion/MediaFile/FrameHeader.h"
+#include "MediaConversion/MediaFile/LittleEndianWriter.h"
+#include "MediaConversion/MediaFile/MediaFileAccessException.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <utility>
+
+namespace MediaConversion {
+
+using Velmora::ImageFrame;
+
+namespace {
+
+// What both headers say of a frame.
+struct StoredFrame
+{
+    std::uint32_t mediaFormatCode;
+    std::uint16_t width;   // pixels
+    std::uint16_t height;  // pixels
+};
+
+std::uint32_t mediaFormatCodeOf(const Velmora::FrameFormat& format)
+{
+    const auto& codes = mediaFormatCodes();
+    const auto entry = std::ranges::find_if(
+        codes, [&](const auto& codeAndFormat) { return codeAndFormat.second == format; });
+    if (entry == codes.end())
+        fail("Frame writing is not supported for frame format ", format);
+    return entry->first;
+}
+
+// Throws for a frame that would not be read back.
+StoredFrame storedFrame(const ImageFrame& frame)
+{
+    const auto& packing = frame.format().pixelPacking;
+    const auto& image = frame.image();
+    const auto code = mediaFormatCodeOf(frame.format());
+    if (image.rows <= 0 || image.cols <= 0)
+        fail("Frame has no pixels");
+    // In 64 bits: the frame's own width and height are ints.
+    const auto width = static_cast<std::uint64_t>(image.cols) * packing.columnsPerGroup;
+    const auto height = static_cast<std::uint64_t>(image.rows) * packing.rowsPerGroup;
+    constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
+    if (width > limit || height > limit)
+        fail("Media file cannot hold a frame of ", width, "x", height, " pixels");
+    const auto byteCount = std::uint64_t{image.total()} * image.elemSize();
+    const StoredFrame stored{code, static_cast<std::uint16_t>(width),
+                             static_cast<std::uint16_t>(height)};
+    if (frameDataSize(frame.format(), stored.width, stored.height) != byteCount)
+        fail("Media file cannot hold a frame of ", byteCount, " bytes");
+    return stored;
+}
+
+LittleEndianWriter headersOf(const StoredFrame& frame, const MediaFileOptions& options)
+{
+    LittleEndianWriter fields;
+    fields.write(options.magic == MediaFileMagic::ZeqZ ? "zeqZ" : "zeq ");
+    fields.write(options.headerByte0);
+    fields.write(options.headerByte1);
+    fields.write(options.headerRevision);
+    fields.write(options.headerByte3);
+    fields.write(frame.mediaFormatCode);
+    fields.write(options.width.value_or(frame.width));
+    fields.writeZeros<2>();
+    fields.write(options.height.value_or(frame.height));
+    fields.writeZeros<2>();
+    if (options.headerRevision > 1) {
+        fields.writeZeros<4>();
+        fields.writeZeros<16>();
+    }
+    fields.write(frame.width);
+    fields.write(options.frameField1);
+    fields.write(frame.height);
+    fields.writeZeros<2>();
+    return fields;
+}
+
+// As few writes as the matrix allows: one, or one a row when it is a part of a wider one.
+void writePixels(IAtomicFile& file, const cv::Mat& image)
+{
+    const int pieces = image.isContinuous() ? 1 : image.rows;
+    const auto pieceSize = image.total() * image.elemSize() / static_cast<std::size_t>(pieces);
+    for (int piece = 0; piece < pieces; ++piece)
+        file.write(std::as_bytes(std::span(image.ptr(piece), pieceSize)));
+}
+
+// Puts the file's name, and before the reason what could not be done, to a failure.
+template <class Operation>
+auto named(const std::wstring& fileName, std::string_view failure, Operation operation)
+{
+    try {
+        return operation();
+    } catch (const std::runtime_error& error) {
+        throw MediaFileAccessException(displayFileName(fileName), joined(failure, error.what()));
+    }
+}
+
+}
+
+VelmoraMediaFileWriter::VelmoraMediaFileWriter(CreateFile createFile)
+    : m_createFile(std::move(createFile))
+{
+    if (!m_createFile)
+        m_createFile = [](const std::wstring& fileName) {
+            return std::make_unique<AtomicFile>(fileName);
+        };
+}
+
+void VelmoraMediaFileWriter::write(const std::wstring& fileName, const ImageFrame& frame,
+                                   const MediaFileOptions& options) const
+{
+    const auto stored = named(fileName, "", [&] { return storedFrame(frame); });
+    const auto file =
+        named(fileName, "Failed to create file: ", [&] { return m_createFile(fileName); });
+    named(fileName, "Failed to write file: ", [&] {
+        file->write(headersOf(stored, options).bytes());
+        writePixels(*file, frame.image());
+        file->commit();
+    });
+}
+
+}

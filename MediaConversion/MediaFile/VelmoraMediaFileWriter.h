@@ -1,0 +1,57 @@
+#pragma once
+
+#include "MediaConversion/MediaFile/IAtomicFile.h"
+#include "MediaConversion/MediaPipeline/ImageFrame.h"
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace MediaConversion {
+
+// The first four bytes of a media file. Readers take them alike.
+enum class MediaFileMagic : std::uint32_t
+{
+    Zeq = 0,   // "zeq "
+    ZeqZ = 1,  // "zeqZ"
+};
+
+// What a media file says beside its frame. The fields without a meaning of their own are written as
+// they stand here.
+struct MediaFileOptions
+{
+    MediaFileMagic magic = MediaFileMagic::Zeq;
+    std::uint8_t headerByte0 = 0;
+    std::uint8_t headerByte1 = 0;
+    std::uint8_t headerRevision = 0;  // more than 1 adds the extension block, filled with zeros
+    std::uint8_t headerByte3 = 0;
+    std::uint16_t frameField1 = 0;
+
+    // The picture in pixels, as hosts show it; when left out, as wide and as high as the frame.
+    std::optional<std::uint16_t> width = std::nullopt;
+    std::optional<std::uint16_t> height = std::nullopt;
+};
+
+// Writes frames as media files, as VelmoraMediaFileReader reads them: the bytes of the frame's
+// matrix as they are, without a conversion.
+class VelmoraMediaFileWriter
+{
+public:
+    using CreateFile = std::function<std::unique_ptr<IAtomicFile>(const std::wstring& fileName)>;
+
+    // Files are AtomicFiles unless others are given; creating one fails as its operations do.
+    explicit VelmoraMediaFileWriter(CreateFile createFile = {});
+
+    // Replaces a file that is there. Throws a MediaFileAccessException when the frame's format has
+    // no code or its size no place in a media file, and when the file cannot be written; what stood
+    // under the name then stays as it was.
+    void write(const std::wstring& fileName, const Velmora::ImageFrame& frame,
+               const MediaFileOptions& options = {}) const;
+
+private:
+    CreateFile m_createFile;
+};
+
+}

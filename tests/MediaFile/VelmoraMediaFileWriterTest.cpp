@@ -1,0 +1,133 @@
+#include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
+
+#include "MediaConversion/MediaFile/AtomicFile.h"
+#include "MediaConversion/MediaFile/FileNames.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
+#include "tests/MediaFile/ReaderFixture.h"
+#include "tests/MediaFile/TemporaryFolder.h"
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+
+#include <csignal>
+#include <fstream>
+
+using namespace MediaConversion;
+using namespace MediaFileTests;
+using namespace Velmora::Formats;
+namespace fs = std::filesystem;
+
+namespace {
+
+using Bytes = std::istreambuf_iterator<char>;
+using Entries = fs::directory_iterator;
+
+struct VelmoraMediaFileWriterTest : ReaderFixture
+{
+    // Writes `pixels`, with `rest` groups behind each row of the frame; returns the failure's text.
+    std::string write(const std::string& fileName, const Velmora::FrameFormat& format, int rows,
+                      int columns, const MediaFileOptions& options = {}, int rest = 0)
+    try {
+        const int type = CV_8UC(static_cast<int>(format.pixelPacking.bytesPerGroup));
+        const auto image = cv::Mat(rows, columns + rest, type, pixels.data()).colRange(0, columns);
+        const Velmora::ImageFrame frame({{format, type}}, format, image, false);
+        writer.write(wideFileName(fileName), frame, options);
+        return "";
+    } catch (const MediaFileAccessException& exception) {
+        EXPECT_EQ(exception.fileName(), displayFileName(wideFileName(fileName)));
+        return exception.what();
+    }
+    std::string content() const { return {Bytes(std::ifstream(name).rdbuf()), {}}; }
+    auto filesInFolder() const { return std::distance(Entries(folder.file("")), {}); }
+
+    TemporaryFolder folder;
+    // Not UTF-8, and as long as a name can be.
+    std::string name = folder.file("\xFF\xC3(" + std::string(252, 'n'));
+    VelmoraMediaFileWriter writer;
+    std::string pixels = "first row...the other...";
+};
+
+TEST_F(VelmoraMediaFileWriterTest, everyFormatAndKindOfFileIsReadBack)
+{
+    for (const auto& [code, format] : mediaFormatCodes())
+        for (const auto revision : std::initializer_list<std::uint8_t>{0, 1, 2, 255})
+            for (const auto magic : {MediaFileMagic::Zeq, MediaFileMagic::ZeqZ}) {
+                pixels = noise(4 * 8 * format.pixelPacking.bytesPerGroup);
+                write(name, format, 4, 8, {magic, 1, 2, revision, 4, 0xA1A2, 0xB1B2, 0xC1C2});
+                file.bytes = content();
+                EXPECT_EQ(file.bytes.substr(0, 4), magic == MediaFileMagic::Zeq ? "zeq " : "zeqZ");
+                open();
+                EXPECT_EQ(reader.mediaHeader(),
+                          (MediaHeader{1, 2, revision, 4, code, 0xB1B2, 0xC1C2}));
+                EXPECT_EQ(reader.frameHeader().frameField1, 0xA1A2);
+                expectFrame(format, 4, 8, pixels);
+            }
+}
+
+TEST_F(VelmoraMediaFileWriterTest, replacesFilesAndKeepsTheirPermissionsAndLinks)
+{
+    const std::string start("zeq \0\0\0\0\0\2\0\0\3\0\0\0\2\0\0\0", 20);
+    const auto end = std::string("\3\0\0\0\2\0\0\0", 8) + "first rowthe other";
+    const auto umask = ::umask(027);
+    write(name, RGB_U8(), 2, 3, {}, 1);
+    ::umask(umask);
+    EXPECT_EQ(content(), start + end);
+    EXPECT_EQ(fs::status(name).permissions(), fs::perms{0640});
+
+    fs::permissions(name, fs::perms{0606});
+    fs::create_symlink(name, folder.file("link"));
+    write(folder.file("link"), RGB_U8(), 2, 3, {.headerRevision = 2}, 1);
+    EXPECT_TRUE(fs::is_symlink(folder.file("link")));
+    EXPECT_EQ(content(), std::string(start).replace(6, 1, "\2") + std::string(20, '\0') + end);
+    EXPECT_EQ(fs::status(name).permissions(), fs::perms{0606});
+    EXPECT_EQ(filesInFolder(), 2);
+}
+
+TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
+{
+    const std::tuple<std::string, Velmora::FrameFormat, int, int, std::string> cases[] = {
+        // clang-format off
+        {"",                   RGB_U10(),     0, 65536, "Frame writing is not supported for frame format RGB_U10_RGB"},
+        {"",                   RGB_U8(),      0, 65536, "Frame has no pixels"},
+        {"",                   RGB_U8(),  65536,     1, "Media file cannot hold a frame of 1x65536 pixels"},
+        {"",                   ZEQ_420(),     1, 32768, "Media file cannot hold a frame of 65536x2 pixels"},
+        {"",                   BGRA_U8(), 32768, 32768, "Media file cannot hold a frame of 4294967296 bytes"},
+        {"",                   BGRA_U8(), 16384, 65535, "Failed to create file: Not a file name"},
+        {name + '\0',          RGB_U8(),  65535,     1, "Failed to create file: Not a file name"},
+        {folder.file(""),      ZEQ_420(),     1, 32767, "Failed to create file: Is a directory"},
+        {folder.file("fifo"),  RGB_U8(),      1,     1, "Failed to create file: Not a regular file"},
+        {folder.file("link"),  RGB_U8(),      1,     1, "Failed to create file: No such file or directory"},
+        {name + "n",           RGB_U8(),      1,     1, "Failed to create file: File name too long"},
+        {name + "/below",      RGB_U8(),      1,     1, "Failed to create file: Not a directory"},
+        // clang-format on
+    };
+    writeFile(name, "old");
+    ::mkfifo(folder.file("fifo").c_str(), 0666);
+    fs::create_symlink("nothing", folder.file("link"));
+    for (const auto& [fileName, format, rows, columns, text] : cases)
+        EXPECT_EQ(write(fileName, format, rows, columns), text);
+
+    rlimit limit;
+    ::getrlimit(RLIMIT_FSIZE, &limit);
+    const auto unlimited = limit;
+    std::signal(SIGXFSZ, SIG_IGN);
+    for (limit.rlim_cur = 0; limit.rlim_cur < 28 + 18; ++limit.rlim_cur) {
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+        EXPECT_EQ(write(name, RGB_U8(), 2, 3), "Failed to write file: File too large");
+    }
+    ::setrlimit(RLIMIT_FSIZE, &unlimited);
+    std::signal(SIGXFSZ, SIG_DFL);
+    EXPECT_EQ(content(), "old");
+    EXPECT_EQ(filesInFolder(), 3);
+
+    writer = VelmoraMediaFileWriter([this](const std::wstring& fileName) {
+        auto created = std::make_unique<AtomicFile>(fileName);
+        fs::create_directory(folder.file("new"));
+        return created;
+    });
+    EXPECT_EQ(write(folder.file("new"), RGB_U8(), 2, 3), "Failed to write file: Is a directory");
+    EXPECT_EQ(filesInFolder(), 4);
+}
+
+}
