@@ -26,20 +26,36 @@ constexpr auto fractionOfByte = [] {
     return fractions;
 }();
 
-// A channel of two neighbouring pixels as fractions of full scale. Only F32 is clamped: what
-// U15plus1 channels hold above full scale goes on into the codes.
-template <ChannelType type>
-Pair fractions(typename Channel<type>::Element left, typename Channel<type>::Element right)
+// Two neighbouring pixels, channel by channel in the order of the pixel, as fractions of full
+// scale. Only F32 is clamped: what U15plus1 channels hold above full scale goes on into the codes.
+template <ChannelType type, int channels>
+std::array<Pair, 4> fractions(const typename Channel<type>::Element* left)
 {
-    if constexpr (type == ChannelType::U8) {
-        return Pair(fractionOfByte[left], fractionOfByte[right]);
+    const auto* const right = left + channels;
+    std::array<Pair, 4> pairs;
+    if constexpr (type == ChannelType::F32 && channels == 4) {
+        const auto clampedPixel = [](const float* pixel) {
+            const auto floor = cv::v_max(cv::v_load(pixel), cv::v_setzero_f32());  // 0 for NaN
+            return cv::v_min(floor, cv::v_setall_f32(1));
+        };
+        cv::v_float32x4 lower;
+        cv::v_float32x4 upper;
+        cv::v_zip(clampedPixel(left), clampedPixel(right), lower, upper);
+        pairs = {cv::v_cvt_f64(lower), cv::v_cvt_f64_high(lower), cv::v_cvt_f64(upper),
+                 cv::v_cvt_f64_high(upper)};
     } else {
-        const Pair channels(left, right);
-        if constexpr (type == ChannelType::F32)
-            return cv::v_min(cv::v_max(channels, cv::v_setzero_f64()), both(1));  // NaN becomes 0
-        else
-            return channels / both(Channel<type>::fullScale);
+        for (int channel = 0; channel < channels; ++channel) {
+            auto& pair = pairs[static_cast<std::size_t>(channel)];
+            if constexpr (type == ChannelType::U8) {
+                pair = Pair(fractionOfByte[left[channel]], fractionOfByte[right[channel]]);
+            } else {
+                pair = Pair(left[channel], right[channel]) / both(Channel<type>::fullScale);
+                if constexpr (type == ChannelType::F32)
+                    pair = cv::v_min(cv::v_max(pair, cv::v_setzero_f64()), both(1));
+            }
+        }
     }
+    return pairs;
 }
 
 // The codes of two values, neither clamped nor masked.
@@ -57,15 +73,19 @@ struct PixelPair
     Pair cb;
     Pair cr;
 
+    Pair alpha;
+
     explicit PixelPair(const typename Channel<type>::Element* left)
     {
-        const auto* const right = left + order.channels();
-        const auto red = fractions<type>(left[order.red], right[order.red]);
-        const auto green = fractions<type>(left[order.green], right[order.green]);
-        const auto blue = fractions<type>(left[order.blue], right[order.blue]);
+        const auto channels = fractions<type, order.channels()>(left);
+        const auto& red = channels[order.red];
+        const auto& green = channels[order.green];
+        const auto& blue = channels[order.blue];
         luma = red * both(0.299) + green * both(0.587) + blue * both(0.114);
         cb = blue * both(0.5) - red * both(0.168736) - green * both(0.331264) + both(0.5);
         cr = red * both(0.5) - green * both(0.418688) - blue * both(0.081312) + both(0.5);
+        if constexpr (order.alpha != ChannelOrder::none)
+            alpha = channels[order.alpha];
     }
 
     Pair leftChroma() const { return cv::v_combine_low(cb, cr); }
@@ -103,9 +123,7 @@ typename Packing::Samples samplesOf(const std::uint8_t* pixels, std::size_t pixe
         return {{topLeft, topRight, below[0], below[1]}, cb, cr};
     } else if constexpr (Packing::hasAlpha) {
         const auto [left, right, cb, cr] = fields<Packing>(top.luma, top.leftChroma());
-        const auto alpha =
-            fractions<type>(first[order.alpha], first[order.channels() + order.alpha]);
-        const auto alphas = fields<Packing>(top.luma, alpha);
+        const auto alphas = fields<Packing>(top.luma, top.alpha);
         return {{{left, right}, cb, cr}, {alphas[2], alphas[3]}};
     } else {
         const auto [left, right, cb, cr] =
