@@ -8,6 +8,10 @@ namespace Velmora {
 
 namespace {
 
+// The step by which callers of an allocator leave a dimension open: CV_AUTOSTEP of OpenCV's C
+// interface. cv::Mat::AUTO_STEP, for callers of cv::Mat, is another number.
+constexpr std::size_t automaticStep = 0x7fffffff;
+
 // As CV_Assert does, but with the place that callers know the allocator by.
 void require(bool holds, const char* condition, const char* function, int line)
 {
@@ -39,7 +43,7 @@ cv::UMatData* OpenCvMatAllocator::allocate(int dims, const int* sizes, int type,
     std::size_t total = CV_ELEM_SIZE(type);
     for (int i = dims - 1; i >= 0; --i) {
         if (step) {
-            if (data && step[i] != cv::Mat::AUTO_STEP) {
+            if (data && step[i] != automaticStep) {
                 require(total <= step[i], "total <= step[i]",
                         "Velmora::OpenCvMatAllocator::allocate", __LINE__);
                 total = step[i];
