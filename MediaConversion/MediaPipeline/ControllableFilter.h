@@ -44,7 +44,8 @@ public:
     void disconnectFrameSink(IFrameSink* frameSink) override
     {
         requireState(State::Idle);
-        if (frameSink != m_frameSink) fail("frameSink was not connected");
+        if (frameSink != m_frameSink)
+            fail("frameSink was not connected");
         m_frameSink = nullptr;
     }
 
@@ -53,21 +54,25 @@ public:
     {
         requireState(State::Idle);
         m_state = State::Active;
-        if (auto* const next = dynamic_cast<IFrameControl*>(m_frameSink)) next->start();
+        if (auto* const next = dynamic_cast<IFrameControl*>(m_frameSink))
+            next->start();
     }
 
     void stop() override
     {
         requireState(State::Active);
-        if (auto* const next = dynamic_cast<IFrameControl*>(m_frameSink)) next->stop();
+        if (auto* const next = dynamic_cast<IFrameControl*>(m_frameSink))
+            next->stop();
         m_state = State::Idle;
     }
 
     void onNewFrame(std::unique_ptr<Velmora::IFrame> frame) override
     {
         requireState(State::Active);
-        if (!frame) fail("no frame data");
-        if (!m_frameSink) fail("no frame sink connected");
+        if (!frame)
+            fail("no frame data");
+        if (!m_frameSink)
+            fail("no frame sink connected");
         // Two statements: the input frame's memory is back in the pool before the sink is called.
         auto processed = m_processing.process(std::move(frame));
         m_frameSink->onNewFrame(std::move(processed));
@@ -76,7 +81,8 @@ public:
 private:
     void requireState(State state) const
     {
-        if (m_state != state) fail("State must be ", state, " for this operation");
+        if (m_state != state)
+            fail("State must be ", state, " for this operation");
     }
 
     Processing m_processing;

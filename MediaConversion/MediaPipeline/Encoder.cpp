@@ -49,7 +49,8 @@ Encoder::Encoder(const FrameFormat& inputFormat, const FrameFormat& outputFormat
         add(std::make_unique<ConvertNoOperation>(outputFormat));
         return;
     }
-    for (const auto& step : chain(inputFormat, outputFormat)) add(step.factory(step.format));
+    for (const auto& step : chain(inputFormat, outputFormat))
+        add(step.factory(step.format));
 }
 
 void Encoder::start()
@@ -81,8 +82,10 @@ void Encoder::disconnectFrameSink(IFrameSink* frameSink)
 void Encoder::onNewFrame(std::unique_ptr<Velmora::IFrame> frame)
 {
     requireState(EncoderState::Encoding);
-    if (!frame) fail("no frame data");
-    if (frame->format() != m_inputFormat) fail("input format must be ", m_inputFormat);
+    if (!frame)
+        fail("no frame data");
+    if (frame->format() != m_inputFormat)
+        fail("input format must be ", m_inputFormat);
     m_pipeline.onNewFrame(std::move(frame));
 }
 
@@ -94,7 +97,8 @@ void Encoder::add(std::unique_ptr<IFrameFilter> filter)
 
 void Encoder::requireState(EncoderState state) const
 {
-    if (m_state != state) fail("Encoder state must be ", state, " for this operation");
+    if (m_state != state)
+        fail("Encoder state must be ", state, " for this operation");
 }
 
 }

@@ -22,7 +22,8 @@ public:
     {
         const std::shared_ptr<const Velmora::IFrame> lent(std::move(frame));
         if (auto image = std::dynamic_pointer_cast<const Velmora::IImageFrame>(lent)) {
-            if (image->image().empty()) fail("no image data in frame");
+            if (image->image().empty())
+                fail("no image data in frame");
             return m_imageProcessor.onNewImage(std::move(image));
         }
         if (auto texture = std::dynamic_pointer_cast<const Velmora::ITextureFrame>(lent))

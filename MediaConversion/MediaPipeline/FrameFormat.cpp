@@ -18,7 +18,8 @@ std::string nameOf(Enumeration value, const std::array<std::string_view, 6>& nam
                    std::string_view enumeration)
 {
     const auto index = static_cast<std::uint32_t>(value);
-    if (index < names.size()) return std::string(names[index]);
+    if (index < names.size())
+        return std::string(names[index]);
     return "(Unknown " + std::string(enumeration) + " " + std::to_string(index) + ")";
 }
 

@@ -9,23 +9,28 @@ namespace MediaConversion {
 
 void FramePipeline::addFilter(std::unique_ptr<IFrameFilter> filter)
 {
-    if (!filter) throw std::invalid_argument("filter is nullptr");
+    if (!filter)
+        throw std::invalid_argument("filter is nullptr");
     m_filters.reserve(m_filters.size() + 1);
-    if (!m_filters.empty()) m_filters.back()->connectFrameSink(filter.get());
+    if (!m_filters.empty())
+        m_filters.back()->connectFrameSink(filter.get());
     m_filters.push_back(std::move(filter));
     m_filters.back()->connectFrameSink(m_frameSink);
 }
 
 void FramePipeline::connectFrameSink(IFrameSink* frameSink)
 {
-    if (!m_filters.empty()) m_filters.back()->connectFrameSink(frameSink);
+    if (!m_filters.empty())
+        m_filters.back()->connectFrameSink(frameSink);
     m_frameSink = frameSink;
 }
 
 void FramePipeline::disconnectFrameSink(IFrameSink* frameSink)
 {
-    if (frameSink != m_frameSink) fail("frameSink was not connected");
-    if (!m_filters.empty()) m_filters.back()->disconnectFrameSink(frameSink);
+    if (frameSink != m_frameSink)
+        fail("frameSink was not connected");
+    if (!m_filters.empty())
+        m_filters.back()->disconnectFrameSink(frameSink);
     m_frameSink = nullptr;
 }
 
@@ -41,15 +46,18 @@ void FramePipeline::stop()
 
 void FramePipeline::onNewFrame(std::unique_ptr<Velmora::IFrame> frame)
 {
-    if (m_filters.empty()) fail("Pipeline is empty");
+    if (m_filters.empty())
+        fail("Pipeline is empty");
     m_filters.front()->onNewFrame(std::move(frame));
 }
 
 // The first filter's: it hands a start or stop down the chain.
 IFrameControl& FramePipeline::control() const
 {
-    if (!m_frameSink) fail("No frameSink connected");
-    if (m_filters.empty()) fail("Pipeline is empty");
+    if (!m_frameSink)
+        fail("No frameSink connected");
+    if (m_filters.empty())
+        fail("Pipeline is empty");
     return dynamic_cast<IFrameControl&>(*m_filters.front());
 }
 

@@ -13,7 +13,8 @@ class FrameSinkDestination final : public IFrameSinkDestination
 public:
     void onNewFrame(std::unique_ptr<Velmora::IFrame> frame) override
     {
-        if (!frame) fail("no frame data");
+        if (!frame)
+            fail("no frame data");
         m_frame = std::move(frame);
     }
 

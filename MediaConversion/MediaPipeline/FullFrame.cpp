@@ -12,7 +12,8 @@ namespace {
 cv::Mat matrixOver(const FrameFormat& format, int width, int height,
                    const RawFrameData* rawFrameData)
 {
-    if (!rawFrameData) MediaConversion::fail("no rawFrameData");
+    if (!rawFrameData)
+        MediaConversion::fail("no rawFrameData");
     FullFrame::checkByteCount(format, width, height, rawFrameData->pixelByteCount());
     return cv::Mat(height, width, openCvType(format, FullFormatCvTypes()), rawFrameData->pixels());
 }
@@ -46,8 +47,8 @@ void FullFrame::checkByteCount(const FrameFormat& format, int width, int height,
 {
     openCvType(format, FullFormatCvTypes());
     // In 64 bits: a file's own 32-bit byte count wraps for a frame that is too large for it.
-    const auto expected = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height) *
-                          format.pixelPacking.bytesPerGroup;
+    const auto expected = std::uint64_t{static_cast<std::uint32_t>(width)} *
+                          static_cast<std::uint32_t>(height) * format.pixelPacking.bytesPerGroup;
     if (byteCount != expected)
         MediaConversion::fail("Expecting input data byte count ", expected, ", got ", byteCount);
 }

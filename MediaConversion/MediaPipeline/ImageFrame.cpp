@@ -44,7 +44,8 @@ int ImageFrame::height() const
 
 const RawFrameData& ImageFrame::rawFrameData() const
 {
-    if (!m_rawFrameData) MediaConversion::fail("ImageFrame does not contain any raw data");
+    if (!m_rawFrameData)
+        MediaConversion::fail("ImageFrame does not contain any raw data");
     return *m_rawFrameData;
 }
 

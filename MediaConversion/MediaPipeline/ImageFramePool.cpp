@@ -5,17 +5,17 @@
 #include <memory>
 #include <mutex>
 #include <utility>
-#include <vector>
 
 namespace Velmora {
 
 namespace {
 
-// What is installed process-wide. Never destroyed: matrices may outlive every static object.
+// What is installed process-wide. Never destroyed: matrices may outlive every static object. There
+// is one allocator for all pools, as OpenCV hands its address to other threads without a lock.
 struct Installation
 {
     std::shared_ptr<IMemoryPool> pool;
-    std::vector<std::unique_ptr<OpenCvMatAllocator>> allocators;  // the last one is in use
+    OpenCvMatAllocator allocator{nullptr};
     std::mutex mutex;
 };
 
@@ -33,15 +33,10 @@ void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
     std::shared_ptr<IMemoryPool> replaced;  // outlives the lock: the pool may die here
     const std::lock_guard lock(installed.mutex);
     replaced = std::exchange(installed.pool, std::move(pool));
-    if (!installed.allocators.empty())
-        installed.allocators.back()->retire();
-    if (!installed.pool) {
-        // Not null, which OpenCV 4 would call at the next matrix.
-        cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator());
-        return;
-    }
-    installed.allocators.push_back(std::make_unique<OpenCvMatAllocator>(installed.pool));
-    cv::Mat::setDefaultAllocator(installed.allocators.back().get());
+    installed.allocator.setPool(installed.pool);
+    // Not null, which OpenCV 4 would call at the next matrix.
+    cv::Mat::setDefaultAllocator(installed.pool ? &installed.allocator
+                                                : cv::Mat::getStdAllocator());
 }
 
 std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()

@@ -76,7 +76,8 @@ cv::UMatData* OpenCvMatAllocator::allocate(int dims, const int* sizes, int type,
 
 void OpenCvMatAllocator::deallocate(cv::UMatData* data) const
 {
-    if (!data) return;
+    if (!data)
+        return;
     require(data->urefcount == 0, "u->urefcount == 0", "Velmora::OpenCvMatAllocator::deallocate",
             __LINE__);
     require(data->refcount == 0, "u->refcount == 0", "Velmora::OpenCvMatAllocator::deallocate",
@@ -97,11 +98,10 @@ void OpenCvMatAllocator::deallocate(cv::UMatData* data) const
     delete data;
 }
 
-void OpenCvMatAllocator::retire()
+void OpenCvMatAllocator::setPool(std::shared_ptr<IMemoryPool> pool)
 {
-    std::shared_ptr<IMemoryPool> retired;  // outlives the lock: the pool may die here
     const std::lock_guard lock(m_loansMutex);
-    retired = std::exchange(m_pool, nullptr);
+    m_pool.swap(pool);  // the replaced pool may die with the parameter, when the lock is gone
 }
 
 std::shared_ptr<IMemoryPool> OpenCvMatAllocator::pool() const

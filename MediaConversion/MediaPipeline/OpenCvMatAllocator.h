@@ -32,13 +32,13 @@ public:
 
     void deallocate(cv::UMatData* data) const override;
 
-    // Gives up the pool: new matrices get OpenCV's own memory, the blocks of living ones go back to
-    // the pool as they die. OpenCV keeps raw pointers to an allocator in its matrices, so one that
-    // was ever installed must stay for ever.
-    void retire();
+    // Lends from another pool from now on, or, without one, hands out OpenCV's own memory. The
+    // blocks of matrices that are alive go back to the pool that lent them. OpenCV keeps raw
+    // pointers to an allocator in its matrices, so one that was ever installed must stay for ever.
+    void setPool(std::shared_ptr<IMemoryPool> pool);
 
 private:
-    // Every record shares the pool, so that a retired allocator keeps it just as long as needed.
+    // Every record shares the pool, so that a replaced pool lives just as long as needed.
     struct Loan
     {
         std::shared_ptr<IMemoryPool> pool;

@@ -24,7 +24,8 @@ cv::Mat newMatrix(const FrameFormat& format, int width, int height)
 cv::Mat matrixOver(const FrameFormat& format, int width, int height,
                    const RawFrameData* rawFrameData)
 {
-    if (!rawFrameData) MediaConversion::fail("no rawFrameData");
+    if (!rawFrameData)
+        MediaConversion::fail("no rawFrameData");
     PackedFrame::checkByteCount(format, width, height, rawFrameData->pixelByteCount());
     const auto shape = shapeOf(format, width, height);
     return cv::Mat(shape.groupRows, shape.groupColumns, shape.cvType, rawFrameData->pixels());

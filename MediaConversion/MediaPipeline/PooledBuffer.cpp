@@ -10,12 +10,17 @@ namespace Velmora {
 PooledBuffer::PooledBuffer(std::shared_ptr<IMemoryPool> pool, std::uint64_t size)
     : m_pool(std::move(pool)), m_resource(m_pool->acquire(size)), m_size(size)
 {
-    if (!m_resource) MediaConversion::fail("Could not acquire memory resource of size ", size);
+    if (!m_resource)
+        MediaConversion::fail("Could not acquire memory resource of size ", size);
 }
 
-PooledBuffer::PooledBuffer(const PooledBuffer& other) : PooledBuffer(other.m_pool, other.m_size)
+PooledBuffer::PooledBuffer(const PooledBuffer& other)
 {
-    std::copy_n(other.data(), m_size, data());
+    if (!other.m_resource)
+        return;
+    PooledBuffer copy(other.m_pool, other.m_size);
+    std::copy_n(other.data(), other.m_size, copy.data());
+    *this = std::move(copy);
 }
 
 PooledBuffer::PooledBuffer(PooledBuffer&& other) noexcept
@@ -35,7 +40,8 @@ PooledBuffer& PooledBuffer::operator=(PooledBuffer other) noexcept
 
 PooledBuffer::~PooledBuffer()
 {
-    if (m_resource) m_pool->release(m_resource);
+    if (m_resource)
+        m_pool->release(m_resource);
 }
 
 std::byte* PooledBuffer::data() const

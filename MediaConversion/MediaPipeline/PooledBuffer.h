@@ -27,8 +27,8 @@ public:
 
 private:
     std::shared_ptr<IMemoryPool> m_pool;
-    IMemoryResource* m_resource;
-    std::uint64_t m_size;
+    IMemoryResource* m_resource = nullptr;
+    std::uint64_t m_size = 0;
 };
 
 }

@@ -11,11 +11,13 @@ RawFrameData::RawFrameData(std::unique_ptr<PooledBuffer> data, std::uint64_t pix
     : m_data(std::move(data)), m_pixelDataOffset(pixelDataOffset), m_pixelDataEnd(pixelDataEnd)
 {
     using MediaConversion::fail;
-    if (!m_data) fail("Null data");
+    if (!m_data)
+        fail("Null data");
     const auto size = m_data->size();
     if (m_pixelDataOffset > size)
         fail("Pixel data offset (", m_pixelDataOffset, ") exceeds data size (", size, ")");
-    if (m_pixelDataEnd == 0) return;
+    if (m_pixelDataEnd == 0)
+        return;
     if (m_pixelDataEnd < m_pixelDataOffset)
         fail("Pixel data end (", m_pixelDataEnd, ") is before pixel data offset (",
              m_pixelDataOffset, ")");

@@ -60,7 +60,8 @@ private:
     IMemoryResource* reuse(std::uint64_t size)
     {
         for (auto& [address, entry] : m_resources) {
-            if (entry.inUse || entry.resource->size() < size) continue;
+            if (entry.inUse || entry.resource->size() < size)
+                continue;
             entry.inUse = 1;
             entry.idleCount = 0;
             return address;

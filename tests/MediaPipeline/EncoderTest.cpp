@@ -32,13 +32,13 @@ std::string filtersOf(const Encoder& encoder)
 
 std::unique_ptr<IFrame> blackFrame(const Velmora::FrameFormat& format, int width, int height)
 {
-    if (!Velmora::PackedFormatCvTypes().contains(format)) {
-        auto frame = std::make_unique<Velmora::FullFrame>(format, width, height);
-        cv::Mat(frame->image()).setTo(0);
-        return frame;
-    }
-    auto frame = std::make_unique<Velmora::PackedFrame>(format, width, height);
-    std::fill(frame->image().datastart, frame->image().dataend, uchar{0});
+    std::unique_ptr<Velmora::ImageFrame> frame;
+    if (Velmora::PackedFormatCvTypes().contains(format))
+        frame = std::make_unique<Velmora::PackedFrame>(format, width, height);
+    else
+        frame = std::make_unique<Velmora::FullFrame>(format, width, height);
+    const cv::Mat& image = frame->image();
+    std::fill_n(image.data, image.total() * image.elemSize(), uchar{0});
     return frame;
 }
 
@@ -64,6 +64,7 @@ TEST(Encoder, buildsTheChainOfThePairOrTwoThroughTheHub)
              Case{"ZEQ_4224_HYBRID", "BGRA_U8",  "ConvertYCbCr42xToRGB ConvertBitDepth"},
              Case{"ZEQ_4224_HYBRID", "RGBA_U8",  "ConvertYCbCr42xToRGB ConvertBitDepth ConvertColourspace"},
              Case{"RGB_DPX_FILLED",  "RGB_U8",   "ConvertToFullFrame ConvertBitDepth ConvertColourspace"},
+             Case{"ZEQ_420",         "ZEQ_422",  "ConvertYCbCr42xToRGB ConvertRGBtoYCbCr42x"},
              Case{"YCoCg_DXT5",      "RGBA_U8",  "ConvertYCoCgDXT5toRGB ConvertBitDepth ConvertBitDepth ConvertColourspace"},
          }) {
         // clang-format on

@@ -68,6 +68,9 @@ TEST(Filters, refuseWhatTheirProcessorsRefuse)
     const char* const noOpenGl = "Not built with OpenGL support";
     expectRefusals<ConvertBitDepth>(full, noTextures);
     expectRefusals<ConvertColourspace>(full, noTextures);
+    expectRefusals<ConvertToPackedFrame>(full, noOpenGl);
+    expectRefusals<ConvertRGBtoYCbCr42x>(full, noOpenGl);
+    expectRefusals<ConvertRGBtoYCoCgDXT5>(full, noOpenGl);
     expectRefusals<ConvertToFullFrame>("Can only convert packed images", noOpenGl);
     expectRefusals<ConvertYCbCr42xToRGB>("Can only convert PackedFrame images", noOpenGl);
     expectRefusals<ConvertYCoCgDXT5toRGB>("Can only convert PackedFrame images", noOpenGl);

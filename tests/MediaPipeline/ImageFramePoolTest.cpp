@@ -121,6 +121,7 @@ TEST(ImageFramePool, mayBeReplacedWhileThreadsAllocate)
     std::atomic<int> spoiled = 0;
     std::atomic<bool> swapping = true;
     std::vector<std::weak_ptr<IMemoryPool>> pools;
+    const InstalledPool installed;
     {
         std::vector<std::jthread> threads;
         for (int number = 1; number <= 3; ++number)

@@ -207,7 +207,7 @@ TEST_F(OpenCvMatAllocatorTest, whenRetiredLendsOpenCvsOwnMemoryAndReturnsWhatItL
 {
     EXPECT_CALL(*m_pool, acquire(8)).WillOnce(Return(&m_resource));
     cv::UMatData* const lent = allocate({2, 4}, CV_8UC1, nullptr, nullptr);
-    m_allocator.retire();
+    m_allocator.setPool(nullptr);
 
     std::size_t steps[2] = {1, 1};
     cv::UMatData* const plain = allocate({2, 4}, CV_16UC1, nullptr, steps);

@@ -45,14 +45,14 @@ TEST(PackedMatrixShape, refusesPartialGroupsAndForeignElements)
         const char* text;
     };
     // clang-format off
-    for (const auto& [packing, cvType, width, height, text] : {
+    for (const auto& offer : {
              Case{{5, 4, 2, 2}, 24, 1921, 1079, "Frame format column pixel packing of 2 pixels is incompatible with supplied image columns of 1921"},
              Case{{5, 4, 4, 4}, 24, 4,    1079, "Frame format row pixel packing of 4 pixels is incompatible with supplied image rows of 1079"},
              Case{{5, 4, 1, 2}, 24, 4,    1,    "Mismatch in channel count between packing format (5) and underlying image matrix (1 bytes per channel, 4 channels)"},
              Case{{5, 4, 1, 2}, 10, 4,    1,    "Mismatch in channel count between packing format (5) and underlying image matrix (2 bytes per channel, 2 channels)"},
              Case{{4, 4, 1, 2}, 12, 4,    1,    "Mismatch in channel count between packing format (4) and underlying image matrix (4 bytes per channel, 2 channels)"},
          })
-        expectError<std::runtime_error>(text, [&] { packedMatrixShape(packed(packing), cvType, width, height); });
+        expectError<std::runtime_error>(offer.text, [&] { packedMatrixShape(packed(offer.packing), offer.cvType, offer.width, offer.height); });
     // clang-format on
 }
 

@@ -63,7 +63,7 @@ TEST(RawFrameData, refusesPixelsOutsideTheBufferAndReturnsIt)
         const char* text;
     };
     // clang-format off
-    for (const auto& [offset, end, text] : {
+    for (const auto& position : {
              Case{101, 0,       "Pixel data offset (101) exceeds data size (100)"},
              Case{102, 101,     "Pixel data offset (102) exceeds data size (100)"},
              Case{highest, 1,   "Pixel data offset (18446744073709551615) exceeds data size (100)"},
@@ -76,9 +76,9 @@ TEST(RawFrameData, refusesPixelsOutsideTheBufferAndReturnsIt)
         const auto pool = newPool();
         auto buffer = std::make_unique<PooledBuffer>(pool, 100);
         const std::byte* const block = buffer->data();
-        expectError<std::runtime_error>(text,
-                                        [&] { RawFrameData(std::move(buffer), offset, end); });
-        EXPECT_EQ(pool->acquire(100)->data(), block) << text;
+        expectError<std::runtime_error>(
+            position.text, [&] { RawFrameData(std::move(buffer), position.offset, position.end); });
+        EXPECT_EQ(pool->acquire(100)->data(), block) << position.text;
     }
     expectError<std::runtime_error>("Null data", [] { RawFrameData(nullptr, 5, 1); });
 }
