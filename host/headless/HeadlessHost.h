@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/headless/Picture.h"
+#include "imaging/Picture.h"
 
 #include <filesystem>
 #include <memory>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "host/headless/FileBeginning.h"
-#include "host/headless/Picture.h"
+#include "imaging/Picture.h"
 
 #include <DDImage/Reader.h>
 

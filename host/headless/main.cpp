@@ -1,8 +1,8 @@
-#include "host/headless/ContactSheet.h"
 #include "host/headless/HeadlessHost.h"
 #include "host/headless/Options.h"
 #include "host/headless/OutputNames.h"
-#include "host/headless/PictureFiles.h"
+#include "imaging/ContactSheet.h"
+#include "imaging/PictureFiles.h"
 
 #include <exception>
 #include <iostream>

@@ -1,4 +1,4 @@
-#include "host/headless/PictureFiles.h"
+#include "imaging/PictureFiles.h"
 
 #include <OpenImageIO/imageio.h>
 

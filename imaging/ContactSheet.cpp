@@ -1,14 +1,12 @@
-#include "host/headless/ContactSheet.h"
+#include "imaging/ContactSheet.h"
 
-#include "host/headless/Lettering.h"
-
-#include <OpenImageIO/imageio.h>
+#include "imaging/ImageOutput.h"
+#include "imaging/Lettering.h"
 
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
-#include <stdexcept>
 
 namespace {
 
@@ -60,17 +58,6 @@ cv::Mat flattened(const cv::Mat& view)
     return image;
 }
 
-void writeRgb(const cv::Mat& image, const std::filesystem::path& path)
-{
-    const OIIO::ImageSpec description(image.cols, image.rows, 3, OIIO::TypeDesc::UINT8);
-    const auto output = OIIO::ImageOutput::create(path.string());
-    if (!output)
-        throw std::runtime_error(OIIO::geterror());
-    if (!output->open(path.string(), description) ||
-        !output->write_image(OIIO::TypeDesc::UINT8, image.data) || !output->close())
-        throw std::runtime_error(output->geterror());
-}
-
 }
 
 void ContactSheet::add(const Picture& picture, const std::string& name)
@@ -111,5 +98,6 @@ void ContactSheet::write(const std::filesystem::path& path) const
         drawText(sheet, shortened(view.name, nameSize, columnWidth), caption, nameSize, nameGrey);
         drawText(sheet, view.facts, caption + cv::Point(0, 19), factsSize, factsGrey);
     }
-    writeRgb(sheet, path);
+    writeImage(path, OIIO::ImageSpec(sheet.cols, sheet.rows, 3, OIIO::TypeDesc::UINT8),
+               {OIIO::TypeDesc::UINT8, sheet.data});
 }

@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <vector>
 
-// A picture as the host pulled it from a reader: float samples, red, green, blue and alpha
-// interleaved, the rows from the top down.
+// A picture as a reader gave it: float samples, red, green, blue and alpha interleaved, the rows
+// from the top down.
 struct Picture
 {
     static constexpr int channels = 4;

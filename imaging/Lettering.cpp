@@ -1,4 +1,4 @@
-#include "host/headless/Lettering.h"
+#include "imaging/Lettering.h"
 
 #include <OpenImageIO/imagebuf.h>
 #include <OpenImageIO/imagebufalgo.h>

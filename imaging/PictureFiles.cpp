@@ -1,8 +1,6 @@
-#include "host/headless/PictureFiles.h"
+#include "imaging/PictureFiles.h"
 
-#include <OpenImageIO/imageio.h>
-
-#include <stdexcept>
+#include "imaging/ImageOutput.h"
 
 namespace {
 
@@ -12,12 +10,7 @@ void write(const Picture& picture, const std::filesystem::path& path, OIIO::Type
     description.alpha_channel = 3;
     description["oiio:UnassociatedAlpha"] = 1;
 
-    const auto output = OIIO::ImageOutput::create(path.string());
-    if (!output)
-        throw std::runtime_error(OIIO::geterror());
-    if (!output->open(path.string(), description) ||
-        !output->write_image(OIIO::TypeDesc::FLOAT, picture.pixels.data()) || !output->close())
-        throw std::runtime_error(output->geterror());
+    writeImage(path, description, {OIIO::TypeDesc::FLOAT, picture.pixels.data()});
 }
 
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "host/headless/Picture.h"
+#include "imaging/Picture.h"
 
 #include <opencv2/core/mat.hpp>
 

@@ -1,0 +1,179 @@
+#include "MediaConversion/Errors.h"
+#include "tools/Commands.h"
+#include "tools/CommonArguments.h"
+#include "tools/FrameConversion.h"
+#include "tools/PictureTypes.h"
+#include "tools/StagedFile.h"
+
+#include <filesystem>
+#include <iostream>
+
+namespace Zeq {
+
+namespace {
+
+struct Options
+{
+    std::vector<std::string> files;  // the last one is the output
+    std::string frames;
+    std::string format;
+    std::string depth;
+    std::string extension;
+    bool skipsExisting = false;
+    JobSettings jobs;
+};
+
+std::vector<std::string> formatNames()
+{
+    std::vector<std::string> names;
+    for (const auto& format : mediaFormats())
+        names.push_back(format.name);
+    return names;
+}
+
+std::vector<std::string> extensions()
+{
+    std::vector<std::string> all{"zeq"};
+    for (const auto& type : pictureTypes())
+        all.insert(all.end(), type.extensions.begin(), type.extensions.end());
+    return all;
+}
+
+std::string listed(const std::vector<std::string>& words)
+{
+    std::string text;
+    std::string line;
+    for (const auto& word : words) {
+        if (line.size() + word.size() > 84) {
+            text += line + "\n";
+            line.clear();
+        }
+        line += (line.empty() ? "  " : ", ") + word;
+    }
+    return text + line;
+}
+
+std::string description()
+{
+    return sequencesText + std::string(R"(
+An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
+their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete.
+
+Values are kept as they are stored: no colour conversion, no multiplication by alpha. Without
+--depth a picture gets one that loses nothing, or is refused. Without --format a media file is
+RGB-U8, or RGBA-U8 with alpha; of a picture of more than 8 bits it is RGB-DPX-FILLED for 10 bits
+and RGB-SMPTE-2110, 12 bits, for more, and with alpha ZEQ-4224-HYBRID, 12 bits, which halves the
+horizontal resolution of the colours.
+
+  zeq convert shot.####.zeq png/shot.####.png
+  zeq convert --format ZEQ-422 --frames 1001-1100 shot.%04d.exr media/shot.%04d.zeq
+  zeq convert --to dpx --skip-existing *.zeq dpx/
+
+Formats:
+)") + listed(formatNames()) +
+           "\n\nKinds of files:\n" + listed(extensions());
+}
+
+WantedResult wantedResult(const Options& options)
+{
+    WantedResult wanted;
+    if (!options.format.empty())
+        wanted.format = findMediaFormat(options.format);
+    if (!options.depth.empty())
+        wanted.depth = depthNamed(options.depth);
+    return wanted;
+}
+
+std::string outputExtension(const Options& options, const std::string& output)
+{
+    if (!isFolderName(output)) {
+        if (!options.extension.empty())
+            throw UsageError("--to is for an OUTPUT that is a folder");
+        return {};
+    }
+    if (!options.extension.empty())
+        return options.extension;
+    if (options.format.empty())
+        throw UsageError("--to is needed for an OUTPUT that is a folder");
+    return "zeq";
+}
+
+std::vector<Conversion> planned(const Options& options, const WantedResult& wanted)
+{
+    if (options.files.size() < 2)
+        throw UsageError("OUTPUT is required");
+    const auto& output = options.files.back();
+    const auto extension = outputExtension(options, output);
+    checkOutputName(extension.empty() ? output : "x." + extension, wanted);
+    const auto plan = planConversions(
+        inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
+        extension);
+    if (output.ends_with('/'))
+        std::filesystem::create_directories(output);
+    return plan;
+}
+
+int run(const Options& options)
+{
+    const auto wanted = wantedResult(options);
+    const auto plan = planned(options, wanted);
+
+    std::vector<Job> jobs;
+    std::size_t skipped = 0;
+    for (const auto& conversion : plan) {
+        if (options.skipsExisting && std::filesystem::exists(conversion.output)) {
+            ++skipped;
+            continue;
+        }
+        jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
+                        [&conversion, &wanted](MemoryBudget& budget) {
+                            convertFile(conversion, wanted, budget);
+                        }});
+    }
+
+    const StagingScope staging;
+    const auto failures = runJobs(jobs, options.jobs);
+    if (!options.jobs.isQuiet && plan.size() > 1)
+        std::cout << jobs.size() - failures << " converted, " << skipped << " skipped, " << failures
+                  << " failed\n";
+    return failures ? ExitStatus::failure : ExitStatus::success;
+}
+
+}
+
+Command convert()
+{
+    const auto options = std::make_shared<Options>();
+    std::vector<Argument> arguments{{.names = "FILE",
+                                     .value = "FILE... OUTPUT",
+                                     .target = &options->files,
+                                     .help = "what is converted, and what it becomes",
+                                     .isRequired = true},
+                                    {.names = "-f,--format",
+                                     .value = "FORMAT",
+                                     .target = &options->format,
+                                     .help = "the format of media files, as below",
+                                     .choices = formatNames()},
+                                    {.names = "-d,--depth",
+                                     .value = "DEPTH",
+                                     .target = &options->depth,
+                                     .help = "of other pictures: 8, 10, 12, 16 bits, half or float",
+                                     .choices = depthNames()},
+                                    {.names = "--to",
+                                     .value = "KIND",
+                                     .target = &options->extension,
+                                     .help = "the kind of files in a folder, as below",
+                                     .choices = extensions()},
+                                    framesArgument(options->frames),
+                                    {.names = "--skip-existing",
+                                     .value = "",
+                                     .target = &options->skipsExisting,
+                                     .help = "leave outputs that exist as they are"}};
+    const auto jobs = jobArguments(options->jobs);
+    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
+    return {.description = description(), .arguments = arguments, .run = [options] {
+                return Zeq::run(*options);
+            }};
+}
+
+}

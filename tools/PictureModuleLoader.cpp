@@ -1,0 +1,40 @@
+#include "MediaConversion/Errors.h"
+#include "tools/Files.h"
+#include "tools/PictureModule.h"
+
+#include <dlfcn.h>
+
+#include <filesystem>
+
+namespace Zeq {
+
+namespace {
+
+// Beside the program in the build tree, and in the folder for its libraries once it is installed.
+std::string moduleFile()
+{
+    const std::filesystem::path folder = programFolder();
+    const auto beside = folder / "zeqPictures.so";
+    return std::filesystem::exists(beside) ? beside : folder / LIBRARY_FOLDER / "zeqPictures.so";
+}
+
+const IPictureModule& load()
+{
+    void* const handle = ::dlopen(moduleFile().c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!handle)
+        MediaConversion::fail("Pictures cannot be read or written: ", ::dlerror());
+    const auto entry = reinterpret_cast<PictureModuleEntry>(::dlsym(handle, pictureModuleEntry));
+    if (!entry)
+        MediaConversion::fail("Pictures cannot be read or written: ", ::dlerror());
+    return *entry();
+}
+
+}
+
+const IPictureModule& pictureModule()
+{
+    static const IPictureModule& module = load();
+    return module;
+}
+
+}

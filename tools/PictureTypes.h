@@ -1,0 +1,35 @@
+#pragma once
+
+#include "imaging/SampleDepth.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Zeq {
+
+// A kind of picture file that is written.
+struct PictureType
+{
+    std::vector<std::string> extensions;
+    std::vector<SampleDepth> depths;  // in the order in which they are tried
+    bool holdsAlpha;
+};
+
+const std::vector<PictureType>& pictureTypes();
+
+// By extension, without the dot and in any case; null for what is not written.
+const PictureType* findPictureType(const std::string& extension);
+
+// "8", "10", "12", "16", "half" or "float", as people ask for a depth.
+std::string nameOf(SampleDepth depth);
+std::vector<std::string> depthNames();
+SampleDepth depthNamed(const std::string& name);
+
+// The depth in which samples are stored without loss; throws when there is none.
+SampleDepth losslessDepth(const PictureType& type, SampleDepth source, bool hasAlpha);
+
+// The depth that was asked for; throws when the type does not have it.
+SampleDepth checkedDepth(const PictureType& type, SampleDepth depth, bool hasAlpha);
+
+}

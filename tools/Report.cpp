@@ -1,0 +1,30 @@
+#include "tools/Report.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <iostream>
+
+namespace Zeq {
+
+void reportError(const std::string& text)
+{
+    auto line = text;
+    std::ranges::replace(line, '\n', ' ');
+    line = "zeq: " + line + "\n";
+    std::fwrite(line.data(), 1, line.size(), stderr);
+}
+
+void reportError(const std::string& file, const std::string& text)
+{
+    reportError(file + ": " + text);
+}
+
+bool flushOutput()
+{
+    if (std::cout.flush())
+        return true;
+    reportError("The output could not be written");
+    return false;
+}
+
+}

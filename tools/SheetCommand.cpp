@@ -1,0 +1,107 @@
+#include "tools/Commands.h"
+#include "tools/CommonArguments.h"
+#include "tools/InputFiles.h"
+#include "tools/OpenFile.h"
+#include "tools/PictureModule.h"
+#include "tools/PictureTypes.h"
+#include "tools/Report.h"
+#include "tools/StagedFile.h"
+
+#include "tools/Files.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <filesystem>
+#include <iostream>
+
+namespace Zeq {
+
+namespace {
+
+struct Options
+{
+    std::vector<std::string> files;
+    std::string frames;
+    std::string output;
+};
+
+int bitsOf(SampleDepth depth)
+{
+    switch (depth) {
+        case SampleDepth::U8:
+            return 8;
+        case SampleDepth::U10:
+            return 10;
+        case SampleDepth::U12:
+            return 12;
+        case SampleDepth::U16:
+        case SampleDepth::F16:
+            return 16;
+        case SampleDepth::F32:
+            return 32;
+    }
+    return 0;
+}
+
+Picture pictureIn(const std::string& name)
+{
+    const auto file = openFile(name);
+    const auto& contents = file->contents();
+    MemoryBudget budget(0);  // for its check of sizes that no machine holds
+    const auto reservation = budget.reserve(contents.byteCount + 2 * floatByteCount(contents));
+    const auto image = readPicture(*file);
+    Picture picture{.width = image.cols,
+                    .height = image.rows,
+                    .depth = bitsOf(contents.depth),
+                    .pixels = std::vector<float>(image.total() * Picture::channels)};
+    cv::Mat pixels(image.size(), image.type(), picture.pixels.data());
+    cv::cvtColor(image, pixels, cv::COLOR_BGRA2RGBA);
+    return picture;
+}
+
+int run(const Options& options)
+{
+    if (!findPictureType(extensionOf(options.output)))
+        throw UsageError(options.output + ": files of this kind are not written");
+    const StagingScope staging;
+    const auto sheet = pictureModule().createContactSheet();
+    int shown = 0;
+    int failures = 0;
+    for (const auto& file : inputFiles(options.files, options.frames)) {
+        try {
+            sheet->add(pictureIn(file.name), std::filesystem::path(file.name).filename());
+            ++shown;
+        } catch (const std::exception& error) {
+            reportError(file.name, error.what());
+            ++failures;
+        }
+    }
+    if (shown > 0) {
+        StagedFile staged(options.output);
+        sheet->write(staged.fileName());
+        staged.commit();
+        std::cout << options.output << ": " << shown << (shown == 1 ? " file\n" : " files\n");
+    }
+    return failures ? ExitStatus::failure : ExitStatus::success;
+}
+
+}
+
+Command sheet()
+{
+    const auto options = std::make_shared<Options>();
+    return {
+        .description = sequencesText + std::string(R"(
+Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)"),
+        .arguments = {filesArgument(options->files, "media files and other pictures"),
+                      {.names = "-o,--output",
+                       .value = "SHEET",
+                       .target = &options->output,
+                       .help = "the file to write: sheet.png",
+                       .isRequired = true},
+                      framesArgument(options->frames)},
+        .run = [options] { return Zeq::run(*options); },
+    };
+}
+
+}

@@ -1,0 +1,114 @@
+#include "tools/Commands.h"
+#include "tools/CommonArguments.h"
+#include "tools/ConversionPlan.h"
+#include "tools/OpenFile.h"
+#include "tools/PictureModule.h"
+#include "tools/StagedFile.h"
+
+#include <opencv2/imgproc.hpp>
+
+#include <charconv>
+#include <filesystem>
+
+namespace Zeq {
+
+namespace {
+
+constexpr int largestSize = 4096;
+
+struct Options
+{
+    std::vector<std::string> files;
+    std::string frames;
+    std::string folder;
+    std::string size = "256";
+    JobSettings jobs;
+};
+
+int parseSize(const std::string& text)
+{
+    int size = 0;
+    const auto* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, size);
+    if (error != std::errc() || stop != end || size < 1 || size > largestSize)
+        throw UsageError("--size: " + text + " is no number from 1 to " +
+                         std::to_string(largestSize));
+    return size;
+}
+
+// Colours count as much as they show: where a pixel is transparent, its colour means nothing.
+cv::Mat reduced(cv::Mat picture, cv::Size size)
+{
+    picture.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
+        for (int channel = 0; channel < 3; ++channel)
+            pixel[channel] *= pixel[3];
+    });
+    cv::Mat small;
+    cv::resize(picture, small, size, 0, 0, cv::INTER_AREA);
+    small.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
+        for (int channel = 0; channel < 3 && pixel[3] > 0; ++channel)
+            pixel[channel] /= pixel[3];
+    });
+    return small;
+}
+
+void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
+{
+    const auto file = openFile(conversion.input);
+    const auto& contents = file->contents();
+    const auto reservation = budget.reserve(contents.byteCount + floatByteCount(contents));
+    cv::Mat picture = readPicture(*file);
+    const int side = std::max(picture.cols, picture.rows);
+    if (side > largestSide) {
+        const double scale = double(largestSide) / side;
+        picture = reduced(picture, {std::max(1, cvRound(picture.cols * scale)),
+                                    std::max(1, cvRound(picture.rows * scale))});
+    }
+    StagedFile staged(conversion.output);
+    pictureModule().write(staged.fileName(), picture, {contents.hasAlpha, SampleDepth::U8});
+    staged.commit();
+}
+
+int run(const Options& options)
+{
+    const int size = parseSize(options.size);
+    const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
+    const auto plan = planConversions(inputFiles(options.files, options.frames), folder, "png");
+    std::filesystem::create_directories(folder);
+
+    std::vector<Job> jobs;
+    for (const auto& conversion : plan)
+        jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
+                        [&conversion, size](MemoryBudget& budget) {
+                            makeThumbnail(conversion, size, budget);
+                        }});
+    const StagingScope staging;
+    return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
+}
+
+}
+
+Command thumbnail()
+{
+    const auto options = std::make_shared<Options>();
+    std::vector<Argument> arguments{filesArgument(options->files, "media files and other pictures"),
+                                    {.names = "-o,--output",
+                                     .value = "DIR",
+                                     .target = &options->folder,
+                                     .help = "the folder to write to, made if it does not exist",
+                                     .isRequired = true},
+                                    {.names = "--size",
+                                     .value = "N",
+                                     .target = &options->size,
+                                     .help = "the longer side in pixels (default: 256)"},
+                                    framesArgument(options->frames)};
+    const auto jobs = jobArguments(options->jobs);
+    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
+    return {.description = sequencesText + std::string(R"(
+Writes shot.png with 8 bits for shot.zeq, with alpha where the file has it. What is small already
+keeps its size.)"),
+            .arguments = arguments,
+            .run = [options] { return Zeq::run(*options); }};
+}
+
+}

@@ -1,0 +1,21 @@
+#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+#include "MediaConversion/MediaPipeline/ImageFrame.h"
+#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "tools/Command.h"
+#include "tools/CommandLine.h"
+#include "tools/Report.h"
+
+int main(int argumentCount, char** arguments)
+try {
+    Velmora::ImageFrame::setMemoryPool(
+        std::make_shared<Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource>>());
+    const int status = Zeq::runCommandLine(argumentCount, arguments);
+    return Zeq::flushOutput() ? status : Zeq::ExitStatus::failure;
+} catch (const Zeq::UsageError& error) {
+    Zeq::reportError(error.what());
+    Zeq::reportError("try 'zeq --help' or 'zeq COMMAND --help'");
+    return Zeq::ExitStatus::usage;
+} catch (const std::exception& error) {
+    Zeq::reportError(error.what());
+    return Zeq::ExitStatus::failure;
+}
