@@ -1,0 +1,161 @@
+#include "MediaConversion/MediaFile/FileNames.h"
+#include "MediaConversion/MediaFile/FileStreamFactory.h"
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
+#include "MediaConversion/MediaPipeline/Encoder.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
+#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
+#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "tests/support/InstalledPool.h"
+
+#include <gtest/gtest.h>
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <memory>
+
+// What a picture loses on its way to a format and back.
+namespace MediaConversion {
+namespace {
+
+using namespace Velmora::Formats;
+using Velmora::FrameFormat;
+using Velmora::IFrame;
+
+std::unique_ptr<IFrame> converted(std::unique_ptr<IFrame> frame, const FrameFormat& destination)
+{
+    FrameSinkDestination sink;
+    Encoder encoder(frame->format(), destination);
+    encoder.connectFrameSink(&sink);
+    encoder.start();
+    encoder.onNewFrame(std::move(frame));
+    return sink.takeFrame();
+}
+
+cv::Mat floatsOf(std::unique_ptr<IFrame> frame)
+{
+    const auto floats = converted(std::move(frame), BGRA_F32());
+    return dynamic_cast<const Velmora::IImageFrame&>(*floats).image().clone();
+}
+
+cv::Mat photograph(const std::string& name)
+{
+    FileStreamFactory factory;
+    VelmoraMediaFileReader reader(factory);
+    reader.open(wideFileName(PROJECT_FOLDER + name));
+    return floatsOf(reader.readFrame());
+}
+
+// From black to the colour, finer than any format's steps.
+cv::Mat ramp(const cv::Vec3f& colour)
+{
+    cv::Mat image(4, 8192, CV_32FC4);
+    for (int row = 0; row < image.rows; ++row)
+        for (int column = 0; column < image.cols; ++column) {
+            const float value = static_cast<float>(column) / static_cast<float>(image.cols - 1);
+            image.at<cv::Vec4f>(row, column) = {colour[0] * value, colour[1] * value,
+                                                colour[2] * value, 1};
+        }
+    return image;
+}
+
+// The picture with the chroma that groups of pixels are left with; blue comes first.
+cv::Mat subsampled(const cv::Mat& image, const cv::Size& group, bool fromLeft)
+{
+    cv::Mat result = image.clone();
+    for (int row = 0; row < image.rows; ++row)
+        for (int column = 0; column < image.cols; ++column) {
+            double blueLessLuma = 0;
+            double redLessLuma = 0;
+            const auto luma = [](const cv::Vec4f& pixel) {
+                return 0.299 * pixel[2] + 0.587 * pixel[1] + 0.114 * pixel[0];
+            };
+            const cv::Rect pixels(column / group.width * group.width,
+                                  row / group.height * group.height, fromLeft ? 1 : group.width,
+                                  group.height);
+            for (int y = pixels.y; y < pixels.y + pixels.height; ++y)
+                for (int x = pixels.x; x < pixels.x + pixels.width; ++x) {
+                    const auto& pixel = image.at<cv::Vec4f>(y, x);
+                    blueLessLuma += (pixel[0] - luma(pixel)) / pixels.area();
+                    redLessLuma += (pixel[2] - luma(pixel)) / pixels.area();
+                }
+            const double y = luma(image.at<cv::Vec4f>(row, column));
+            const double green = y - (0.114 * blueLessLuma + 0.299 * redLessLuma) / 0.587;
+            auto& pixel = result.at<cv::Vec4f>(row, column);
+            pixel[0] = static_cast<float>(std::clamp(y + blueLessLuma, 0.0, 1.0));
+            pixel[1] = static_cast<float>(std::clamp(green, 0.0, 1.0));
+            pixel[2] = static_cast<float>(std::clamp(y + redLessLuma, 0.0, 1.0));
+        }
+    return result;
+}
+
+double psnr(const cv::Mat& one, const cv::Mat& other)
+{
+    return 10 * std::log10(3.0 * static_cast<double>(one.total()) /
+                           std::pow(cv::norm(one, other, cv::NORM_L2), 2));
+}
+
+// Half a step of the samples, as it shows in blue, where chroma weighs most; and a little for the
+// matrices, of which the one is not quite the inverse of the other.
+constexpr double bound(double lumaSteps, double chromaSteps)
+{
+    return 0.5 / lumaSteps + 1.772 * 0.5 / chromaSteps + 2e-6;
+}
+
+struct Case
+{
+    FrameFormat format;
+    cv::Size chromaGroup;
+    bool chromaFromLeft;
+    double largestError;  // 0 for blocks, whose error has no bound
+};
+
+TEST(RoundTrip, losesWhatTheBitsOfAFormatCannotHold)
+{
+    const InstalledPool installed;
+    const double none = 1e30;
+    const Case cases[] = {
+        // clang-format off
+        {RGB_U8(),          {1, 1}, false, bound(255, none)  },
+        {BGRA_U8(),         {1, 1}, false, bound(255, none)  },
+        {RGB_DPX_FILLED(),  {1, 1}, false, bound(1023, none) },
+        {BGR_DPX_FILLED(),  {1, 1}, false, bound(1023, none) },
+        {RGB_SMPTE_2110(),  {1, 1}, false, bound(4095, none) },
+        {BGR_SMPTE_2110(),  {1, 1}, false, bound(4095, none) },
+        {YUYV_422(),        {2, 1}, false, bound(255, 255)   },
+        {ZEQ_422(),         {2, 1}, false, bound(1023, 1023) },
+        {ZEQ_4224_HYBRID(), {2, 1}, true,  bound(4095, 1023) },
+        {ZEQ_420(),         {2, 2}, false, bound(255, 255)   },
+        {YCoCg_DXT5(),      {1, 1}, false, 0                 },
+        // clang-format on
+    };
+    const std::pair<const char*, cv::Mat> pictures[] = {
+        {"coffee", photograph("/samples/coffee.rgb-smpte-2110.zeq")},
+        {"cat", photograph("/tests/data/cat.rgb-u8.zeq")},
+        {"grey ramp", ramp({1, 1, 1})},
+        {"red ramp", ramp({0, 0, 1})},
+        {"blue ramp", ramp({1, 0, 0})},
+    };
+    std::printf("PSNR in dB of picture -> format -> picture\n%-42s", "");
+    for (const auto& [name, picture] : pictures)
+        std::printf("%11s", name);
+    for (const auto& [format, chromaGroup, chromaFromLeft, largestError] : cases) {
+        std::printf("\n%-42s", toString(format).c_str());
+        for (const auto& [name, picture] : pictures) {
+            const auto back = floatsOf(
+                converted(std::make_unique<Velmora::FullFrame>(BGRA_F32(), picture), format));
+            std::printf("%11.2f", psnr(back, picture));
+            const cv::Mat possible = subsampled(picture, chromaGroup, chromaFromLeft);
+            if (largestError > 0)
+                EXPECT_LE(cv::norm(back, possible, cv::NORM_INF), largestError)
+                    << toString(format) << ' ' << name;
+            else
+                EXPECT_GE(psnr(back, picture), 32) << name;
+        }
+    }
+    std::printf("\n");
+}
+
+}
+}
