@@ -1,65 +1,66 @@
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 
-#include "MediaConversion/MediaFile/FrameHeader.h"
-#include "MediaConversion/MediaFile/Hexadecimal.h"
 #include "MediaConversion/MediaFile/RawFrameCreator.h"
-#include "MediaConversion/MediaPipeline/Formats.h"
-#include "tests/support/ExpectError.h"
-
-#include <gtest/gtest.h>
-
-#include <stdexcept>
+#include "tests/MediaFile/ReaderFixture.h"
 
 using namespace MediaConversion;
+using namespace MediaFileTests;
 using namespace Velmora::Formats;
 
 namespace {
 
-TEST(MediaFormatCodes, areTheseThirteen)
-{
-    const std::map<std::uint32_t, Velmora::FrameFormat> expected{
-        {0x20000000, YCoCg_DXT5()},     {0x00010202, BGR_SMPTE_2110()},
-        {0x00010200, RGB_SMPTE_2110()}, {0x0001100C, ZEQ_4224_HYBRID()},
-        {0x00001202, BGR_DPX_FILLED()}, {0x00001200, RGB_DPX_FILLED()},
-        {0x00001108, ZEQ_422()},        {0x00000206, BGRA_U8()},
-        {0x00000204, RGBA_U8()},        {0x00000202, BGR_U8()},
-        {0x00000200, RGB_U8()},         {0x00000040, ZEQ_420()},
-        {0x00000008, YUYV_422()},
-    };
-    EXPECT_EQ(mediaFormatCodes(), expected);
-}
+using MediaFormatCodesTest = ReaderFixture;
 
-TEST(Hexadecimal, hasAtLeastFourLowerCaseDigits)
+TEST_F(MediaFormatCodesTest, areThirteenAndEachMakesItsFrame)
 {
-    const std::pair<std::uint32_t, const char*> cases[] = {
-        {0, "0000"},
-        {0x8, "0008"},
-        {0x201, "0201"},
-        {0xABCD, "abcd"},
-        {0x1100C, "1100c"},
-        {0x20000001, "20000001"},
-        {0xFFFFFFFF, "ffffffff"},
-    };
-    for (const auto& [code, text] : cases)
-        EXPECT_EQ(hexadecimal(code), text);
-}
-
-TEST(FrameDataSize, countsWholeGroupsInThirtyTwoBits)
-{
+    // The matrix of a picture of 8 x 4 pixels.
     const struct
     {
+        std::uint32_t code;
         Velmora::FrameFormat format;
-        std::uint32_t width, height, bytes;
+        int rows, columns, bytesPerElement;
     } cases[] = {
-        {ZEQ_422(), 1920, 1080, 5'184'000}, {ZEQ_422(), 1921, 1, 960 * 5},
-        {RGB_U8(), 1920, 1080, 6'220'800},  {YCoCg_DXT5(), 1920, 1080, 2'073'600},
-        {YCoCg_DXT5(), 7, 7, 16},           {ZEQ_420(), 1920, 1081, 540 * 960 * 6},
-        {BGRA_U8(), 0, 65535, 0},           {BGRA_U8(), 32768, 32768, 0},
-        {BGRA_U8(), 32768, 32769, 131'072}, {RGB_U8(), 65535, 65535, 4'294'574'083},
+        // clang-format off
+        {0x00000008, YUYV_422(),        4, 4, 4 },
+        {0x00000040, ZEQ_420(),         2, 4, 6 },
+        {0x00000200, RGB_U8(),          4, 8, 3 },
+        {0x00000202, BGR_U8(),          4, 8, 3 },
+        {0x00000204, RGBA_U8(),         4, 8, 4 },
+        {0x00000206, BGRA_U8(),         4, 8, 4 },
+        {0x00001108, ZEQ_422(),         4, 4, 5 },
+        {0x00001200, RGB_DPX_FILLED(),  4, 8, 4 },
+        {0x00001202, BGR_DPX_FILLED(),  4, 8, 4 },
+        {0x0001100C, ZEQ_4224_HYBRID(), 4, 4, 8 },
+        {0x00010200, RGB_SMPTE_2110(),  4, 4, 9 },
+        {0x00010202, BGR_SMPTE_2110(),  4, 4, 9 },
+        {0x20000000, YCoCg_DXT5(),      1, 2, 16},
+        // clang-format on
     };
-    for (const auto& [format, width, height, bytes] : cases)
-        EXPECT_EQ(frameDataSize(format, width, height), bytes)
-            << toString(format) << ' ' << width << 'x' << height;
+    EXPECT_EQ(mediaFormatCodes().size(), std::size(cases));
+    for (const auto& [code, format, rows, columns, bytesPerElement] : cases) {
+        SCOPED_TRACE(toString(format));
+        const auto data = noise(static_cast<std::size_t>(rows * columns * bytesPerElement));
+        giveFile(MediaFileBytes::picture(code, 8, 4, data));
+        expectFrame(format, rows, columns, data);
+    }
+}
+
+TEST_F(MediaFormatCodesTest, othersAreRefusedWhenTheFrameIsReadAndTheFileStaysOpen)
+{
+    const std::string text = "Frame reading is not supported for media header format 0x";
+    for (const auto& [code, digits] : {std::pair{0x201u, "0201"}, {0xABCD1234u, "abcd1234"}}) {
+        giveFile(MediaFileBytes::picture(code, 8, 4, ""));
+        open();
+        expectReadError(text + digits);
+        EXPECT_EQ(reader.mediaHeader().mediaFormatCode, code);
+    }
+}
+
+TEST(FrameDataSize, countsWholeGroups)
+{
+    EXPECT_EQ(frameDataSize(ZEQ_422(), 1921, 1080), 5'184'000u);
+    EXPECT_EQ(frameDataSize(ZEQ_420(), 1920, 1081), 540u * 960 * 6);
+    EXPECT_EQ(frameDataSize(YCoCg_DXT5(), 7, 7), 16u);
 }
 
 TEST(RawFrameCreator, refusesFormatsThatAreNeitherFullNorPacked)

@@ -5,7 +5,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace MediaFileTests {
+namespace MediaConversion::MediaFileTests {
 
 // A folder for a test's files inside the folder that the test runs in.
 class TemporaryFolder
@@ -13,10 +13,8 @@ class TemporaryFolder
 public:
     TemporaryFolder()
     {
-        std::string name = (std::filesystem::current_path() / "MediaFileTest.XXXXXX").string();
-        if (!::mkdtemp(name.data()))
+        if (!::mkdtemp(m_path.data()))
             throw std::runtime_error("No temporary folder");
-        m_path = name;
     }
 
     TemporaryFolder(const TemporaryFolder&) = delete;
@@ -24,10 +22,10 @@ public:
 
     ~TemporaryFolder() { std::filesystem::remove_all(m_path); }
 
-    std::string file(const std::string& name) const { return m_path.string() + "/" + name; }
+    std::string file(const std::string& name) const { return m_path + "/" + name; }
 
 private:
-    std::filesystem::path m_path;
+    std::string m_path = std::filesystem::current_path() / "MediaFileTest.XXXXXX";
 };
 
 }

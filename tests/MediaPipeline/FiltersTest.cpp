@@ -1,64 +1,206 @@
 #include "MediaConversion/MediaPipeline/Filters.h"
 
 #include "MediaConversion/MediaPipeline/Formats.h"
+#include "MediaConversion/MediaPipeline/FramePipeline.h"
 #include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
-#include "tests/MediaPipeline/FakeFrames.h"
-#include "tests/support/ExpectError.h"
+#include "tests/MediaPipeline/Fakes.h"
+
+#include <functional>
 
 namespace MediaConversion {
 namespace {
 
 using namespace Velmora::Formats;
+using testing::StrictMock;
+using testing::Throw;
+using Velmora::IFrame;
 
-template <class Filter>
-std::unique_ptr<Velmora::IFrame> convert(std::unique_ptr<Velmora::IFrame> frame,
-                                         const Velmora::FrameFormat& destination = BGRA_U8())
+const char* const mustBeIdle = "State must be Idle for this operation";
+const char* const mustBeActive = "State must be Active for this operation";
+
+// Does with a frame what the test says.
+struct Processing
 {
-    FrameSinkDestination sink;
-    Filter filter(destination);
-    filter.connectFrameSink(&sink);
-    filter.start();
-    filter.onNewFrame(std::move(frame));
-    return sink.takeFrame();
+    using Process = std::function<std::unique_ptr<IFrame>(std::unique_ptr<IFrame>)>;
+
+    explicit Processing(Process given) : process(std::move(given)) {}
+
+    Process process;
+};
+
+class ControllableFilterTest : public testing::Test
+{
+protected:
+    std::unique_ptr<IFrame> newFrame() { return std::make_unique<OtherFrame>(BGR_U8(), &m_life); }
+
+    void pushExpecting(const char* text)
+    {
+        expectFailure(text, [&] { m_filter.onNewFrame(newFrame()); });
+        EXPECT_TRUE(m_life.expired()) << "The frame is still there";
+    }
+
+    StrictMock<MockControllableSink> m_sink;
+    std::weak_ptr<int> m_life;  // of the frame made last
+    Processing::Process m_process = [](std::unique_ptr<IFrame> frame) { return frame; };
+    ControllableFilter<Processing> m_filter{
+        [this](std::unique_ptr<IFrame> frame) { return m_process(std::move(frame)); }};
+};
+
+TEST_F(ControllableFilterTest, isConnectedWhileIdleAndUsedWhileActive)
+{
+    MockSink other;
+    expectFailure(mustBeActive, [&] { m_filter.stop(); });
+    expectFailure(mustBeActive, [&] { m_filter.onNewFrame(nullptr); });
+    pushExpecting(mustBeActive);
+    m_filter.connectFrameSink(&m_sink);
+    expectFailure("frameSink was not connected", [&] { m_filter.disconnectFrameSink(&other); });
+    EXPECT_CALL(m_sink, start());
+    m_filter.start();
+
+    expectFailure(mustBeIdle, [&] { m_filter.start(); });
+    expectFailure(mustBeIdle, [&] { m_filter.connectFrameSink(&other); });
+    expectFailure(mustBeIdle, [&] { m_filter.disconnectFrameSink(&other); });
+    EXPECT_CALL(m_sink, onNewFrame);
+    m_filter.onNewFrame(newFrame());
+    EXPECT_CALL(m_sink, stop());
+    m_filter.stop();
+
+    m_filter.disconnectFrameSink(&m_sink);
+    m_filter.start();  // the sink is not started again
+    expectFailure("no frame data", [&] { m_filter.onNewFrame(nullptr); });
+    pushExpecting("no frame sink connected");
+    EXPECT_EQ(toString(State{4294967295}), "Unknown State 4294967295");
 }
 
-TEST(ConvertNoOperation, passesFramesOfItsFormatOn)
+TEST_F(ControllableFilterTest, changesItsStateFirstWhenStartedAndLastWhenStopped)
 {
-    auto frame = std::make_unique<OtherFrame>(ZEQ_422());
-    const Velmora::IFrame* const passedIn = frame.get();
-    EXPECT_EQ(convert<ConvertNoOperation>(std::move(frame), ZEQ_422()).get(), passedIn);
+    m_filter.connectFrameSink(&m_sink);
+    const auto whileActive = [&] {
+        expectFailure("no frame data", [&] { m_filter.onNewFrame(nullptr); });
+    };
+    EXPECT_CALL(m_sink, start()).WillOnce([&] {
+        whileActive();
+        fail("sink failed to start");
+    });
+    expectFailure("sink failed to start", [&] { m_filter.start(); });
+    whileActive();
 
-    auto narrower = BGRA_U8();
-    narrower.pixelPacking.columnsPerGroup = 2;
-    for (const auto& [format, text] : {
-             std::pair(BGRA_F32(),
-                       "Source format RGBA_F32_BGRA does not match destination format "
-                       "RGBA_U8_BGRA"),
-             std::pair(narrower,
-                       "Source format RGBA_U8_BGRA does not match destination format "
-                       "RGBA_U8_BGRA"),
-         }) {
-        std::weak_ptr<int> life;
-        auto other = std::make_unique<OtherFrame>(format, &life);
-        expectError<std::runtime_error>(
-            text, [&] { convert<ConvertNoOperation>(std::move(other), BGRA_U8()); });
-        EXPECT_TRUE(life.expired());
+    EXPECT_CALL(m_sink, stop()).WillOnce([] { fail("sink failed to stop"); }).WillOnce(whileActive);
+    expectFailure("sink failed to stop", [&] { m_filter.stop(); });
+    whileActive();
+    m_filter.stop();
+    expectFailure(mustBeActive, [&] { m_filter.stop(); });
+}
+
+TEST_F(ControllableFilterTest, destroysFramesBeforeItPushesTheResultOrFails)
+{
+    m_filter.connectFrameSink(&m_sink);
+    EXPECT_CALL(m_sink, start());
+    m_filter.start();
+    m_process = [](std::unique_ptr<IFrame>) -> std::unique_ptr<IFrame> {
+        fail("not to be processed");
+    };
+    pushExpecting("not to be processed");  // and the sink sees nothing
+
+    m_process = [](const auto&) { return std::make_unique<OtherFrame>(RGB_U8()); };
+    EXPECT_CALL(m_sink, onNewFrame)
+        .WillOnce(Throw(std::runtime_error("sink is full")))
+        .WillOnce([&](std::unique_ptr<IFrame> frame) {
+            EXPECT_TRUE(m_life.expired());
+            EXPECT_EQ(frame->format(), RGB_U8());
+        });
+    pushExpecting("sink is full");
+    m_filter.onNewFrame(newFrame());
+}
+
+TEST(FramePipeline, chainsFiltersAddedBeforeAndAfterItsSink)
+{
+    for (int filtersBefore = 0; filtersBefore <= 2; ++filtersBefore) {
+        FrameSinkDestination sink;
+        FramePipeline pipeline;
+        const auto addFilters = [&](int count) {
+            for (int number = 0; number < count; ++number)
+                pipeline.addFilter(std::make_unique<ConvertNoOperation>(RGB_U8()));
+        };
+        addFilters(filtersBefore);
+        pipeline.connectFrameSink(&sink);
+        addFilters(3 - filtersBefore);
+        pipeline.start();
+        pipeline.onNewFrame(std::make_unique<OtherFrame>(RGB_U8()));
+        EXPECT_NE(sink.takeFrame(), nullptr);
+        auto wider = RGB_U8();
+        wider.pixelPacking.columnsPerGroup = 2;
+        expectFailure("Source format RGB_U8_RGB does not match destination format RGB_U8_RGB",
+                      [&] { pipeline.onNewFrame(std::make_unique<OtherFrame>(wider)); });
+        pipeline.stop();
+        pipeline.disconnectFrameSink(&sink);
+        expectFailure("No frameSink connected", [&] { pipeline.start(); });
     }
 }
 
-// What a filter says to an image that is neither full nor packed, and to a texture.
+TEST(FramePipeline, isUsableWithASinkAndAFilter)
+{
+    FrameSinkDestination sink;
+    FramePipeline pipeline;
+    expectError<std::invalid_argument>("filter is nullptr", [&] { pipeline.addFilter(nullptr); });
+    expectFailure("frameSink was not connected", [&] { pipeline.disconnectFrameSink(&sink); });
+    for (const auto operation : {&FramePipeline::start, &FramePipeline::stop}) {
+        expectFailure("No frameSink connected", [&] { (pipeline.*operation)(); });
+        pipeline.connectFrameSink(&sink);
+        expectFailure("Pipeline is empty", [&] { (pipeline.*operation)(); });
+        pipeline.disconnectFrameSink(&sink);
+    }
+    expectFailure("Pipeline is empty", [&] { pipeline.onNewFrame(nullptr); });
+}
+
+TEST(FrameSinkDestination, keepsTheFrameReceivedLast)
+{
+    FrameSinkDestination destination;
+    EXPECT_EQ(destination.takeFrame(), nullptr);
+    std::weak_ptr<int> first;
+    destination.onNewFrame(std::make_unique<OtherFrame>(RGB_U8(), &first));
+    EXPECT_FALSE(first.expired());
+    destination.onNewFrame(std::make_unique<OtherFrame>(BGR_U8()));
+    EXPECT_TRUE(first.expired());
+    expectFailure("no frame data", [&] { destination.onNewFrame(nullptr); });
+    EXPECT_EQ(destination.takeFrame()->format(), BGR_U8());
+    EXPECT_EQ(destination.takeFrame(), nullptr);
+}
+
+// Neither full nor packed.
+class OtherImage final : public WatchedFrame<Velmora::IImageFrame>
+{
+public:
+    OtherImage(cv::Mat image, std::weak_ptr<int>* life)
+        : WatchedFrame(ZEQ_420(), life), m_image(std::move(image))
+    {
+    }
+
+    const cv::Mat& image() const override { return m_image; }
+
+private:
+    cv::Mat m_image;
+};
+
 template <class Filter>
 void expectRefusals(const char* ofImage, const char* ofTexture)
 {
-    const auto expectRefusal = [](const char* text, std::unique_ptr<Velmora::IFrame> frame) {
-        expectError<std::runtime_error>(text, [&] { convert<Filter>(std::move(frame)); });
+    FrameSinkDestination sink;
+    Filter filter(BGRA_U8());
+    filter.connectFrameSink(&sink);
+    filter.start();
+    std::weak_ptr<int> life;
+    const auto expectRefusalOf = [&](std::unique_ptr<IFrame> frame, const char* text) {
+        expectFailure(text, [&] { filter.onNewFrame(std::move(frame)); });
+        EXPECT_TRUE(life.expired());
     };
-    expectRefusal(ofImage, std::make_unique<WatchedImage>(ZEQ_420()));
-    expectRefusal(ofTexture, std::make_unique<TextureFrame>(ZEQ_420()));
-    expectRefusal("no image data in frame",
-                  std::make_unique<WatchedImage>(ZEQ_420(), nullptr, cv::Mat()));
-    expectRefusal("frame is not an IImageFrame or ITextureFrame",
-                  std::make_unique<OtherFrame>(ZEQ_420()));
+    expectRefusalOf(std::make_unique<OtherImage>(cv::Mat(1, 1, CV_8U), &life), ofImage);
+    for (const auto& empty : {cv::Mat(), cv::Mat(5, 0, CV_8U), cv::Mat(0, 5, CV_8U)})
+        expectRefusalOf(std::make_unique<OtherImage>(empty, &life), "no image data in frame");
+    using OtherTexture = WatchedFrame<Velmora::ITextureFrame>;
+    expectRefusalOf(std::make_unique<OtherTexture>(ZEQ_420(), &life), ofTexture);
+    expectRefusalOf(std::make_unique<OtherFrame>(ZEQ_420(), &life),
+                    "frame is not an IImageFrame or ITextureFrame");
 }
 
 TEST(Filters, refuseWhatTheirProcessorsRefuse)
@@ -74,6 +216,11 @@ TEST(Filters, refuseWhatTheirProcessorsRefuse)
     expectRefusals<ConvertToFullFrame>("Can only convert packed images", noOpenGl);
     expectRefusals<ConvertYCbCr42xToRGB>("Can only convert PackedFrame images", noOpenGl);
     expectRefusals<ConvertYCoCgDXT5toRGB>("Can only convert PackedFrame images", noOpenGl);
+    using NullDispatch = FrameDispatch<void, NullImageProcessor, NullTextureProcessor>;
+    expectRefusals<ControllableFilter<NullDispatch>>(
+        "NullImageProcessor::onNewImage not implemented", noTextures);
+    expectFailure("invalid frame", [] { NullImageProcessor().onNewImage(nullptr); });
+    expectFailure("invalid frame", [] { NullTextureProcessor().onNewTexture(nullptr); });
 }
 
 }

@@ -1,139 +1,153 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
 #include "MediaConversion/MediaPipeline/PackedFrame.h"
-#include "tests/support/ExpectError.h"
+#include "MediaConversion/MediaPipeline/PackedMatrixShape.h"
+#include "tests/MediaPipeline/Fakes.h"
 
-#include <gtest/gtest.h>
+#include <algorithm>
+#include <numeric>
 
 namespace Velmora {
 namespace {
 
 using namespace Formats;
 
-// A matrix of elements of `channels` bytes; each byte tells its row and its place in the row.
-cv::Mat numbered(int rows, int columns, int channels)
-{
-    cv::Mat image(rows, columns, CV_8UC(channels));
-    for (int row = 0; row < rows; ++row)
-        for (int byte = 0; byte < columns * channels; ++byte)
-            image.ptr(row)[byte] = static_cast<uchar>(row * 50 + byte);
-    return image;
-}
-
 TEST(ImageFrame, sharesThePixelsOfItsMatrix)
 {
-    cv::Mat image = numbered(2, 3, 4);
-    const uchar* const pixels = image.data;
+    cv::Mat image(2, 3, CV_8UC4);
     const FullFrame frame(BGRA_U8(), image);
-    EXPECT_EQ(frame.image().data, pixels);
+    EXPECT_EQ(frame.image().data, image.data);
     image.ptr(1)[5] = 200;
     image.release();  // the frame's share keeps the pixels
     EXPECT_EQ(frame.image().ptr(1)[5], 200);
-    EXPECT_EQ(frame.format(), BGRA_U8());
-    EXPECT_EQ(frame.cvType(), 24);
-    EXPECT_EQ(frame.width(), 3);
-    EXPECT_EQ(frame.height(), 2);
-}
-
-TEST(ImageFrame, countsPixelsNotGroups)
-{
-    const PackedFrame frame(YCoCg_DXT5(), numbered(2, 3, 16));
-    EXPECT_EQ(frame.cvType(), 120);
-    EXPECT_EQ(frame.width(), 12);
-    EXPECT_EQ(frame.height(), 8);
+    expectFailure("ImageFrame does not contain any raw data", [&] { frame.rawFrameData(); });
 }
 
 TEST(ImageFrame, flipsIntoAMatrixOfItsOwn)
 {
     for (const int rows : {1, 2, 3, 6}) {
-        const cv::Mat image = numbered(rows, 5, 9);
+        cv::Mat whole(8, 7, CV_8UC(9));
+        std::iota(whole.data, whole.data + 8 * 7 * 9, uchar{0});
+        const cv::Mat image = whole(cv::Rect(1, 1, 5, rows));
         const cv::Mat before = image.clone();
         const PackedFrame frame(RGB_SMPTE_2110(), image, true);
-        EXPECT_NE(frame.image().data, image.data);
         ASSERT_EQ(frame.image().size(), image.size());
-        for (int row = 0; row < rows; ++row) {
-            EXPECT_TRUE(std::equal(image.ptr(row), image.ptr(row) + 45, before.ptr(row)));
-            EXPECT_TRUE(
-                std::equal(image.ptr(row), image.ptr(row) + 45, frame.image().ptr(rows - 1 - row)));
-        }
+        for (int row = 0; row < rows; ++row)
+            for (const auto& other : {image.row(row), frame.image().row(rows - 1 - row)})
+                EXPECT_TRUE(std::equal(before.ptr(row), before.ptr(row) + 45, other.data));
     }
 }
 
-TEST(ImageFrame, flipsPartsOfMatricesAndFloats)
+void expectRefusal(const CvTypes& table, const FrameFormat& format, int type, const char* text)
 {
-    cv::Mat image(4, 4, CV_32FC4);
-    for (int row = 0; row < 4; ++row)
-        image.row(row).setTo(cv::Scalar(row, row + 0.5, row, 1));
-    const FullFrame frame(BGRA_F32(), image(cv::Rect(1, 1, 2, 3)), true);
-    ASSERT_EQ(frame.image().size(), cv::Size(2, 3));
-    EXPECT_EQ(frame.image().at<cv::Vec4f>(0, 1), cv::Vec4f(3, 3.5f, 3, 1));
-    EXPECT_EQ(frame.image().at<cv::Vec4f>(1, 0), cv::Vec4f(2, 2.5f, 2, 1));
-    EXPECT_EQ(frame.image().at<cv::Vec4f>(2, 1), cv::Vec4f(1, 1.5f, 1, 1));
+    for (const bool flip : {false, true})
+        expectFailure(text, [&] { ImageFrame(table, format, cv::Mat(2, 2, type), flip); });
 }
 
 // From two faults on, the message is that of the first: format, matrix type, element size.
 TEST(ImageFrame, refusesMatricesThatDoNotFitItsFormat)
 {
-    auto tooLong = RGB_U8();
-    tooLong.pixelPacking.bytesPerGroup = 5;
-    const CvTypes wrongTable{{tooLong, CV_8UC3}};
-    struct Case
-    {
-        const CvTypes& table;
-        FrameFormat format;
-        int type;
-        const char* text;
-    };
     const CvTypes& full = FullFormatCvTypes();
     const CvTypes& packed = PackedFormatCvTypes();
+    auto tooLong = RGB_U8();
+    tooLong.pixelPacking.bytesPerGroup = 5;
+    const CvTypes wrong{{tooLong, CV_8UC3}};
     // clang-format off
-    const Case cases[] = {
-        {packed,     BGRA_U8(), CV_8UC3,  "OpenCV type not defined for frame format RGBA_U8_BGRA"},
-        {full,       ZEQ_422(), CV_8UC4,  "OpenCV type not defined for frame format YCbCr_ITU_T871_U10_ZEQ-422"},
-        {full,       BGRA_U8(), CV_8UC3,  "Frame format RGBA_U8_BGRA needs OpenCV type 24 and is incompatible with supplied image of type 16"},
-        {full,       RGB_U10(), CV_16SC3, "Frame format RGB_U10_RGB needs OpenCV type 18 and is incompatible with supplied image of type 19"},
-        {packed,     YUYV_422(), CV_32SC1, "Frame format YCbCr_ITU_T871_U8_YUYV-422 needs OpenCV type 24 and is incompatible with supplied image of type 4"},
-        {wrongTable, tooLong,   CV_8UC4,  "Frame format RGB_U8_RGB needs OpenCV type 16 and is incompatible with supplied image of type 24"},
-        {wrongTable, tooLong,   CV_8UC3,  "Frame pixel packing of 5 bytes is incompatible with supplied image element size of 3"},
-    };
+    expectRefusal(packed, BGRA_U8(),  CV_8UC3,  "OpenCV type not defined for frame format RGBA_U8_BGRA");
+    expectRefusal(full,   RGB_U10(),  CV_16SC3, "Frame format RGB_U10_RGB needs OpenCV type 18 and is incompatible with supplied image of type 19");
+    expectRefusal(packed, YUYV_422(), CV_32SC1, "Frame format YCbCr_ITU_T871_U8_YUYV-422 needs OpenCV type 24 and is incompatible with supplied image of type 4");
+    expectRefusal(wrong,  tooLong,    CV_8UC4,  "Frame format RGB_U8_RGB needs OpenCV type 16 and is incompatible with supplied image of type 24");
+    expectRefusal(wrong,  tooLong,    CV_8UC3,  "Frame pixel packing of 5 bytes is incompatible with supplied image element size of 3");
     // clang-format on
-    for (const auto& [table, format, type, text] : cases)
-        for (const bool flip : {false, true})
-            expectError<std::runtime_error>(
-                text, [&, &types = table, &wanted = format, matrixType = type] {
-                    ImageFrame(types, wanted, cv::Mat(2, 2, matrixType), flip);
-                });
-    expectError<std::runtime_error>(
-        "Frame format RGBA_F32_BGRA needs OpenCV type 29 and is incompatible with supplied image "
-        "of type 0",
-        [] { FullFrame(BGRA_F32(), cv::Mat()); });
 }
 
-TEST(ImageFrame, hasNoRawDataWithoutAFile)
+void expectRefusal(const PixelPacking& packing, int cvType, int width, int height, const char* text)
 {
-    const FullFrame frame(BGRA_U8(), cv::Mat(2, 2, CV_8UC4));
-    expectError<std::runtime_error>("ImageFrame does not contain any raw data",
-                                    [&] { frame.rawFrameData(); });
+    const FrameFormat format{Colourspace::YCoCg, ChannelType::U8, packing, "any"};
+    expectFailure(text, [&] { packedMatrixShape(format, cvType, width, height); });
 }
 
-TEST(Frames, areMadeForTheSizeOfAnother)
+// From two faults on, the message is that of the first: columns, rows, bytes.
+TEST(PackedMatrixShape, refusesPartialGroupsAndForeignElements)
 {
-    const PackedFrame packed(ZEQ_420(), 6, 4);
-    EXPECT_EQ(packed.image().size(), cv::Size(3, 2));
-    EXPECT_EQ(packed.image().type(), 40);
+    // clang-format off
+    expectRefusal({5, 4, 2, 2}, 24, 1921, 1079, "Frame format column pixel packing of 2 pixels is incompatible with supplied image columns of 1921");
+    expectRefusal({5, 4, 4, 4}, 24, 4,    1079, "Frame format row pixel packing of 4 pixels is incompatible with supplied image rows of 1079");
+    expectRefusal({5, 4, 1, 2}, 10, 4,    1,    "Mismatch in channel count between packing format (5) and underlying image matrix (2 bytes per channel, 2 channels)");
+    expectRefusal({4, 4, 1, 2}, 12, 4,    1,    "Mismatch in channel count between packing format (4) and underlying image matrix (4 bytes per channel, 2 channels)");
+    // clang-format on
+}
 
-    const FullFrame full(packed, BGRA_U16());
-    EXPECT_EQ(full.image().size(), cv::Size(6, 4));
-    EXPECT_EQ(full.image().type(), 26);
+class FramesOverFileBytes : public testing::Test
+{
+protected:
+    // Pixels behind a header of `offset` bytes.
+    std::unique_ptr<RawFrameData> bytes(std::uint64_t pixelByteCount, std::uint64_t offset)
+    {
+        auto buffer = std::make_unique<PooledBuffer>(m_pool, offset + pixelByteCount);
+        return std::make_unique<RawFrameData>(std::move(buffer), offset);
+    }
 
-    const PackedFrame again(full, RGB_DPX_PACKED());
-    EXPECT_EQ(again.image().size(), cv::Size(3, 4));
-    EXPECT_EQ(again.image().type(), 64);
+    // A frame of that kind that lies over the bytes and keeps them as long as it lives.
+    template <class Frame>
+    void expectFrameOverBytes(const FrameFormat& format, int width, int height, cv::Size groups)
+    {
+        const auto groupBytes = format.pixelPacking.bytesPerGroup;
+        auto raw = bytes(static_cast<std::uint64_t>(groups.area()) * groupBytes, 28);
+        const auto* const pixels = raw->pixels();
+        {
+            const Frame frame(format, width, height, std::move(raw));
+            EXPECT_EQ(frame.image().data, reinterpret_cast<const uchar*>(pixels));
+            EXPECT_EQ(frame.image().size(), groups);
+            EXPECT_TRUE(frame.image().isContinuous());
+            EXPECT_EQ(frame.width(), width);
+            EXPECT_EQ(frame.height(), height);
+            EXPECT_EQ(frame.rawFrameData().pixels(), pixels);
+            EXPECT_NE(m_pool->acquire(1)->data() + 28, pixels);  // still lent
+        }
+        EXPECT_EQ(m_pool->acquire(1)->data() + 28, pixels);  // came back
+    }
 
-    expectError<std::runtime_error>(
-        "Frame format column pixel packing of 4 pixels is incompatible with supplied image columns "
-        "of 6",
-        [&] { PackedFrame(full, RGB_DXT1()); });
+    // Refused with the same text by the frame, which returns the bytes, and by the check.
+    template <class Frame>
+    void expectRefusal(const FrameFormat& format, int width, int height, std::uint64_t byteCount,
+                       const char* text)
+    {
+        auto raw = bytes(byteCount, 0);
+        const auto* const block = raw->pixels();
+        expectFailure(text, [&] { Frame(format, width, height, std::move(raw)); });
+        raw.reset();
+        EXPECT_EQ(m_pool->acquire(byteCount)->data(), block);
+        expectFailure(text, [&] { Frame::checkByteCount(format, width, height, byteCount); });
+    }
+
+    std::shared_ptr<IMemoryPool> m_pool = newCountingPool();
+};
+
+TEST_F(FramesOverFileBytes, lieOverTheBytesAndKeepThem)
+{
+    expectFrameOverBytes<FullFrame>(BGRA_U16(), 4, 3, {4, 3});
+    expectFrameOverBytes<PackedFrame>(ZEQ_420(), 6, 4, {3, 2});
+    expectFrameOverBytes<FullFrame>(BGRA_U8(), 0, 0, {0, 0});
+    expectFrameOverBytes<PackedFrame>(ZEQ_420(), 1920, 0, {960, 0});
+}
+
+// Where there are two faults, the message is that of the first: format, columns, rows, byte count.
+TEST_F(FramesOverFileBytes, areRefusedForAnotherSize)
+{
+    // clang-format off
+    expectRefusal<FullFrame>(BGRA_U8(), 3, 2, 23, "Expecting input data byte count 24, got 23");
+    expectRefusal<FullFrame>(BGRA_U8(), 3, 2, 25, "Expecting input data byte count 24, got 25");
+    expectRefusal<FullFrame>(BGRA_U8(), 32768, 32768, 0, "Expecting input data byte count 4294967296, got 0");
+    expectRefusal<FullFrame>(ZEQ_420(), 4, 4, 24, "OpenCV type not defined for frame format YCbCr_ITU_T871_U8_ZEQ-420");
+    expectRefusal<PackedFrame>(ZEQ_420(), 1920, 1080, 1, "Expecting input byte count 3110400 (540x960x6 matrix), got 1 bytes");
+    expectRefusal<PackedFrame>(RGB_DPX_FILLED(), 3, 2, 25, "Expecting input byte count 24 (2x3x4 matrix), got 25 bytes");
+    expectRefusal<PackedFrame>(RGB_DPX_FILLED(), 32768, 32768, 0, "Expecting input byte count 4294967296 (32768x32768x4 matrix), got 0 bytes");
+    expectRefusal<PackedFrame>(ZEQ_420(), 4, 3, 6, "Frame format row pixel packing of 2 pixels is incompatible with supplied image rows of 3");
+    expectRefusal<PackedFrame>(BGRA_U8(), 3, 2, 24, "OpenCV type not defined for frame format RGBA_U8_BGRA");
+    // clang-format on
+    expectFailure("no rawFrameData", [] { FullFrame(BGRA_U8(), 3, 2, nullptr); });
+    expectFailure("no rawFrameData", [] { PackedFrame(ZEQ_420(), 3, 3, nullptr); });
 }
 
 }

@@ -1,0 +1,166 @@
+#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+#include "MediaConversion/MediaPipeline/RawFrameData.h"
+#include "tests/MediaPipeline/Fakes.h"
+
+#include <algorithm>
+#include <map>
+#include <random>
+#include <string>
+
+namespace Velmora {
+namespace {
+
+TEST(SelfPruningMemoryPool, takesNoMemoryButItsOwn)
+{
+    SelfPruningMemoryPool<HostMemoryResource> pool;
+    SelfPruningMemoryPool<HostMemoryResource> other;
+    IMemoryResource* const foreign = other.acquire(10);
+    EXPECT_EQ(foreign->pool(), &other);
+    for (IMemoryResource* const resource : {foreign, static_cast<IMemoryResource*>(nullptr)})
+        expectFailure("Cannot release memory resource that is not a member of this memory pool",
+                      [&] { pool.release(resource); });
+    EXPECT_EQ(pool.acquire(10)->size(), 10u);  // the refusal gave the mutex back
+    EXPECT_NE(other.acquire(10), foreign);     // still lent
+}
+
+// A second, plain account of what the pool has to do: blocks by address.
+struct ModelBlock
+{
+    std::uint64_t size;
+    bool lent;
+    int acquisitionsSinceRelease;
+};
+
+TEST(SelfPruningMemoryPool, doesAsItsModelInARandomSequence)
+{
+    auto pool = newCountingPool();
+    std::map<IMemoryResource*, ModelBlock> model;
+    std::mt19937 random(20);
+    for (int step = 0; step < 20000; ++step) {
+        SCOPED_TRACE(step);
+        if (random() % 12 < model.size()) {
+            auto& [address, block] = *std::next(model.begin(), random() % model.size());
+            pool->release(address);
+            if (block.lent)  // a second release changes nothing
+                block = {block.size, false, 0};
+            continue;
+        }
+        const std::uint64_t size = random() % 8 * 16 + 1;
+        const auto reused = std::ranges::find_if(
+            model, [&](const auto& item) { return !item.second.lent && item.second.size >= size; });
+        IMemoryResource* const expected = reused == model.end() ? nullptr : reused->first;
+        if (!expected) {
+            CountingResource::largest = 0;
+            EXPECT_THROW(pool->acquire(size), std::bad_alloc);  // and ages nothing
+            CountingResource::largest = UINT64_MAX;
+        }
+        IMemoryResource* const acquired = pool->acquire(size);
+        if (expected)
+            ASSERT_EQ(acquired, expected);
+        else
+            ASSERT_TRUE(!model.contains(acquired) && acquired->size() == size);
+        model[acquired] = {acquired->size(), true, 0};
+        for (auto& [address, block] : model)
+            block.acquisitionsSinceRelease += !block.lent;
+        std::erase_if(model,
+                      [](const auto& item) { return item.second.acquisitionsSinceRelease == 3; });
+        ASSERT_EQ(pool->count(), model.size());
+        ASSERT_EQ(CountingResource::alive, model.size());
+    }
+    pool.reset();
+    EXPECT_EQ(CountingResource::alive, 0);
+}
+
+PooledBuffer bufferHolding(const std::string& text, const std::shared_ptr<IMemoryPool>& pool)
+{
+    PooledBuffer buffer(pool, text.size());
+    std::ranges::copy(text, reinterpret_cast<char*>(buffer.data()));
+    return buffer;
+}
+
+std::string textOf(const PooledBuffer& buffer)
+{
+    return {reinterpret_cast<const char*>(buffer.data()), buffer.size()};
+}
+
+TEST(PooledBuffer, copiesIntoABlockOfItsOwnAndMovesWithoutCopying)
+{
+    const auto pool = newCountingPool();
+    auto original = bufferHolding("twelve bytes", pool);
+    auto copy = original;
+    EXPECT_EQ(textOf(copy), "twelve bytes");
+    copy.data()[0] = std::byte{'X'};
+    EXPECT_EQ(textOf(original), "twelve bytes");
+    const std::byte* const block = original.data();
+    const PooledBuffer moved(std::move(original));
+    EXPECT_EQ(moved.data(), block);
+    EXPECT_EQ(textOf(moved), "twelve bytes");
+    EXPECT_EQ(original.data(), nullptr);
+    EXPECT_EQ(original.size(), 0u);
+    EXPECT_EQ(pool->count(), 2u);
+}
+
+TEST(PooledBuffer, givesItsBlockBackWhenAssignedTo)
+{
+    const auto pool = newCountingPool();
+    auto target = bufferHolding("old", pool);
+    const std::byte* const oldBlock = target.data();
+    const auto source = bufferHolding("copied", pool);
+    target = source;
+    EXPECT_EQ(textOf(target), "copied");
+    EXPECT_EQ(textOf(source), "copied");
+    EXPECT_EQ(PooledBuffer(pool, 3).data(), oldBlock);
+    const auto& itself = target;
+    target = itself;
+    EXPECT_EQ(textOf(target), "copied");
+}
+
+TEST(PooledBuffer, refusesAPoolThatLendsNothing)
+{
+    const auto empty = std::make_shared<testing::NiceMock<MockPool>>();
+    EXPECT_CALL(*empty, release).Times(0);
+    expectFailure("Could not acquire memory resource of size 8589934592",
+                  [&] { PooledBuffer(empty, std::uint64_t{1} << 33); });
+}
+
+// The pool lends more than the 100 bytes asked for, and always the same block.
+class RawFrameDataTest : public testing::Test
+{
+protected:
+    void expectPixels(std::uint64_t offset, std::uint64_t end, std::uint64_t pixelByteCount)
+    {
+        const RawFrameData data(std::make_unique<PooledBuffer>(m_pool, 100), offset, end);
+        EXPECT_EQ(data.pixels(), m_block + offset);
+        EXPECT_EQ(data.pixelByteCount(), pixelByteCount);
+    }
+
+    void expectRefusal(std::uint64_t offset, std::uint64_t end, const char* text)
+    {
+        auto buffer = std::make_unique<PooledBuffer>(m_pool, 100);
+        EXPECT_EQ(buffer->data(), m_block);
+        expectFailure(text, [&] { RawFrameData(std::move(buffer), offset, end); });
+    }
+
+    std::shared_ptr<IMemoryPool> m_pool = newCountingPool();
+    const std::byte* m_block = PooledBuffer(m_pool, 1000).data();
+};
+
+TEST_F(RawFrameDataTest, holdsThePixelsOfAFileBetweenOffsetAndEnd)
+{
+    expectPixels(28, 100, 72);
+    expectPixels(28, 60, 32);
+    expectPixels(28, 28, 0);
+    expectPixels(100, 100, 0);
+    expectPixels(28, 0, 72);  // no end was given
+    // clang-format off
+    expectRefusal(102, 101, "Pixel data offset (102) exceeds data size (100)");
+    expectRefusal(UINT64_MAX, 1, "Pixel data offset (18446744073709551615) exceeds data size (100)");
+    expectRefusal(28, 27, "Pixel data end (27) is before pixel data offset (28)");
+    expectRefusal(28, 101, "Pixel data end (101) exceeds data size (100)");
+    expectRefusal(28, UINT64_MAX, "Pixel data end (18446744073709551615) exceeds data size (100)");
+    // clang-format on
+    expectFailure("Null data", [] { RawFrameData(nullptr, 5, 1); });
+}
+
+}
+}
