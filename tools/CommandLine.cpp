@@ -73,7 +73,8 @@ void checkCommandName(const std::string& name)
 {
     if (!name.starts_with('-') &&
         std::ranges::find(commands(), name, &CommandEntry::name) == commands().end())
-        throw UsageError(name.empty() ? "a command is required" : "unknown command " + name);
+        throw UsageError(name.empty() ? "a command is required; see zeq --help"
+                                      : "unknown command " + name + "; see zeq --help");
 }
 
 }

@@ -105,11 +105,17 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
     const auto& output = options.files.back();
     const auto extension = outputExtension(options, output);
     checkOutputName(extension.empty() ? output : "x." + extension, wanted);
-    const auto plan = planConversions(
+    auto plan = planConversions(
         inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
         extension);
     if (output.ends_with('/'))
         std::filesystem::create_directories(output);
+    // Once for all frames, and before the first is read.
+    for (const auto& conversion : plan) {
+        const auto folder = std::filesystem::path(conversion.output).parent_path();
+        if (!folder.empty() && !std::filesystem::is_directory(folder))
+            throw UsageError("there is no folder " + folder.native());
+    }
     return plan;
 }
 

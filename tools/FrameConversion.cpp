@@ -68,8 +68,8 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
     const bool hasAlpha = contents.hasAlpha && type.holdsAlpha;
     const auto depth = wantedDepth ? checkedDepth(type, *wantedDepth, hasAlpha)
                                    : losslessDepth(type, contents.depth, hasAlpha);
-    const auto reservation = budget.reserve(contents.byteCount + floatByteCount(contents) +
-                                            floatByteCount(contents) / 2);
+    const auto reservation =
+        budget.reserve(contents.byteCount + floatByteCount(contents) + floatByteCount(contents));
 
     StagedFile staged(output);
     pictureModule().write(staged.fileName(), readPicture(file), {hasAlpha, depth});

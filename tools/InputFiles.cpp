@@ -51,6 +51,7 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
 std::vector<std::string> namesOf(const std::vector<InputFile>& files)
 {
     std::vector<std::string> names;
+    names.reserve(files.size());
     for (const auto& file : files)
         names.push_back(file.name);
     return names;

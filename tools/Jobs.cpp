@@ -55,6 +55,7 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
         }
     };
     std::vector<std::jthread> threads;
+    threads.reserve(static_cast<std::size_t>(jobCount));
     for (int thread = 0; thread < jobCount; ++thread)
         threads.emplace_back(work);
     threads.clear();

@@ -116,7 +116,7 @@ std::unique_ptr<IOpenFile> openFile(const std::string& fileName)
 cv::Mat readPicture(IOpenFile& file)
 {
     const auto frame = converted(file.readFrame(), BGRA_F32());
-    const cv::Mat stored = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
+    cv::Mat stored = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
     const cv::Size size(file.contents().width, file.contents().height);
     if (stored.size() == size)
         return stored;

@@ -88,6 +88,7 @@ std::string nameOf(SampleDepth depth)
 std::vector<std::string> depthNames()
 {
     std::vector<std::string> names;
+    names.reserve(depths.size());
     for (const auto& facts : depths)
         names.emplace_back(facts.name);
     return names;

@@ -77,6 +77,7 @@ int run(const Options& options)
     std::filesystem::create_directories(folder);
 
     std::vector<Job> jobs;
+    jobs.reserve(plan.size());
     for (const auto& conversion : plan)
         jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
                         [&conversion, size](MemoryBudget& budget) {

@@ -13,7 +13,6 @@ try {
     return Zeq::flushOutput() ? status : Zeq::ExitStatus::failure;
 } catch (const Zeq::UsageError& error) {
     Zeq::reportError(error.what());
-    Zeq::reportError("try 'zeq --help' or 'zeq COMMAND --help'");
     return Zeq::ExitStatus::usage;
 } catch (const std::exception& error) {
     Zeq::reportError(error.what());

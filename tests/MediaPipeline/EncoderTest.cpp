@@ -292,9 +292,8 @@ void expectSteadyMemory(const FrameFormat& format, int acquisitionsPerFrame)
     std::unique_ptr<Velmora::IFrame> kept;
     std::size_t blocksOfFiveFrames = 0;
     for (int frame = 1; frame <= 25; ++frame) {
-        auto read = frameOfFile(format);
         encoder.start();
-        encoder.onNewFrame(std::move(read));
+        encoder.onNewFrame(frameOfFile(format));
         encoder.stop();
         kept = sink.takeFrame();
         if (frame == 5)

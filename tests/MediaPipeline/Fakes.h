@@ -12,15 +12,15 @@
 #include <new>
 #include <utility>
 
-// The kind of error that nearly all of the pipeline fails with.
+// Expects the kind of error with which nearly all of the pipeline fails.
 template <class Operation>
 void expectFailure(std::string_view text, Operation&& operation)
 {
     expectError<std::runtime_error>(text, operation);
 }
 
-// A memory resource that counts how many of its kind are alive, in the whole
-// process, and whose heap can be made to run out.
+// A memory resource that counts how many of its kind are alive in the process, and whose heap can
+// be made to run out.
 class CountingResource : public Velmora::IMemoryResource
 {
 public:

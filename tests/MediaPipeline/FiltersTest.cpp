@@ -159,7 +159,6 @@ TEST(FrameSinkDestination, keepsTheFrameReceivedLast)
     EXPECT_EQ(destination.takeFrame(), nullptr);
     std::weak_ptr<int> first;
     destination.onNewFrame(std::make_unique<OtherFrame>(RGB_U8(), &first));
-    EXPECT_FALSE(first.expired());
     destination.onNewFrame(std::make_unique<OtherFrame>(BGR_U8()));
     EXPECT_TRUE(first.expired());
     expectFailure("no frame data", [&] { destination.onNewFrame(nullptr); });
@@ -195,7 +194,8 @@ void expectRefusals(const char* ofImage, const char* ofTexture)
         EXPECT_TRUE(life.expired());
     };
     expectRefusalOf(std::make_unique<OtherImage>(cv::Mat(1, 1, CV_8U), &life), ofImage);
-    for (const auto& empty : {cv::Mat(), cv::Mat(5, 0, CV_8U), cv::Mat(0, 5, CV_8U)})
+    uchar callers[1];
+    for (const auto& empty : {cv::Mat(), cv::Mat(5, 0, CV_8U), cv::Mat(0, 5, CV_8U, callers)})
         expectRefusalOf(std::make_unique<OtherImage>(empty, &life), "no image data in frame");
     using OtherTexture = WatchedFrame<Velmora::ITextureFrame>;
     expectRefusalOf(std::make_unique<OtherTexture>(ZEQ_420(), &life), ofTexture);

@@ -55,7 +55,6 @@ TEST(ImageFrame, refusesMatricesThatDoNotFitItsFormat)
     // clang-format off
     expectRefusal(packed, BGRA_U8(),  CV_8UC3,  "OpenCV type not defined for frame format RGBA_U8_BGRA");
     expectRefusal(full,   RGB_U10(),  CV_16SC3, "Frame format RGB_U10_RGB needs OpenCV type 18 and is incompatible with supplied image of type 19");
-    expectRefusal(packed, YUYV_422(), CV_32SC1, "Frame format YCbCr_ITU_T871_U8_YUYV-422 needs OpenCV type 24 and is incompatible with supplied image of type 4");
     expectRefusal(wrong,  tooLong,    CV_8UC4,  "Frame format RGB_U8_RGB needs OpenCV type 16 and is incompatible with supplied image of type 24");
     expectRefusal(wrong,  tooLong,    CV_8UC3,  "Frame pixel packing of 5 bytes is incompatible with supplied image element size of 3");
     // clang-format on
@@ -74,7 +73,6 @@ TEST(PackedMatrixShape, refusesPartialGroupsAndForeignElements)
     expectRefusal({5, 4, 2, 2}, 24, 1921, 1079, "Frame format column pixel packing of 2 pixels is incompatible with supplied image columns of 1921");
     expectRefusal({5, 4, 4, 4}, 24, 4,    1079, "Frame format row pixel packing of 4 pixels is incompatible with supplied image rows of 1079");
     expectRefusal({5, 4, 1, 2}, 10, 4,    1,    "Mismatch in channel count between packing format (5) and underlying image matrix (2 bytes per channel, 2 channels)");
-    expectRefusal({4, 4, 1, 2}, 12, 4,    1,    "Mismatch in channel count between packing format (4) and underlying image matrix (4 bytes per channel, 2 channels)");
     // clang-format on
 }
 
@@ -99,7 +97,6 @@ protected:
             const Frame frame(format, width, height, std::move(raw));
             EXPECT_EQ(frame.image().data, reinterpret_cast<const uchar*>(pixels));
             EXPECT_EQ(frame.image().size(), groups);
-            EXPECT_TRUE(frame.image().isContinuous());
             EXPECT_EQ(frame.width(), width);
             EXPECT_EQ(frame.height(), height);
             EXPECT_EQ(frame.rawFrameData().pixels(), pixels);
@@ -116,7 +113,6 @@ protected:
         auto raw = bytes(byteCount, 0);
         const auto* const block = raw->pixels();
         expectFailure(text, [&] { Frame(format, width, height, std::move(raw)); });
-        raw.reset();
         EXPECT_EQ(m_pool->acquire(byteCount)->data(), block);
         expectFailure(text, [&] { Frame::checkByteCount(format, width, height, byteCount); });
     }

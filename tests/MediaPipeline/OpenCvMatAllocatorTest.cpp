@@ -165,7 +165,6 @@ TEST(ImageFramePool, livesAsLongAsOneOfItsMatrices)
     EXPECT_FALSE(secondPool.expired());
     ofSecond.create(9, 9, CV_8UC4);  // by OpenCV's own allocator
     EXPECT_TRUE(secondPool.expired());
-    EXPECT_EQ(CountingResource::alive, 0);
 }
 
 TEST(ImageFramePool, mayBeReplacedWhileThreadsAllocate)
@@ -197,7 +196,6 @@ TEST(ImageFramePool, mayBeReplacedWhileThreadsAllocate)
     ImageFrame::setMemoryPool(nullptr);
     EXPECT_EQ(spoiled, 0);
     EXPECT_TRUE(std::ranges::all_of(pools, [](const auto& pool) { return pool.expired(); }));
-    EXPECT_EQ(CountingResource::alive, 0);
 }
 
 }
