@@ -1,112 +1,134 @@
 #include "tests/Converters/ConvertedFrames.h"
 
 #include "tests/support/PlainDecoding.h"
+#include "tests/support/PlainEncoding.h"
+#include "tests/support/PlainPackings.h"
+#include "tests/support/PlainPixels.h"
 
-#include <cmath>
+#include <algorithm>
 #include <cstring>
-#include <iomanip>
 #include <random>
 
 namespace MediaConversion {
-
 namespace {
 
-double channelValue(const cv::Mat& pixels, int row, int index)
+using Velmora::FrameFormat;
+
+int typeOf(const FrameFormat& format)
 {
-    switch (pixels.depth()) {
-        case CV_8U:
-            return pixels.ptr<std::uint8_t>(row)[index];
-        case CV_16U:
-            return pixels.ptr<std::uint16_t>(row)[index];
-        case CV_32F:
-            return static_cast<double>(pixels.ptr<float>(row)[index]);
-        default:
-            return std::nan("");
-    }
+    return openCvType(
+        format, isPacked(format) ? Velmora::PackedFormatCvTypes() : Velmora::FullFormatCvTypes());
 }
 
-testing::AssertionResult differenceInRow(const cv::Mat& expected, const cv::Mat& actual, int row)
+// Channels come through bit by bit; alpha that was not there is opaque.
+cv::Mat reordered(const cv::Mat& pixels, const std::string& from, const FrameFormat& destination)
 {
-    const auto channelSize = expected.elemSize1();
-    int index = 0;
-    while (!std::memcmp(expected.ptr(row) + index * channelSize,
-                        actual.ptr(row) + index * channelSize, channelSize))
-        ++index;
-    return testing::AssertionFailure()
-           << std::setprecision(9) << "row " << row << ", column " << index / expected.channels()
-           << ", channel " << index % expected.channels() << ": expected "
-           << channelValue(expected, row, index) << ", got " << channelValue(actual, row, index);
-}
-
-std::vector<double> allChannels(const DecodingCase& decodingCase)
-{
-    const auto& packing = decodingCase.source.pixelPacking;
-    const std::size_t pixels = packing.rowsPerGroup * packing.columnsPerGroup;
-    if (decodingCase.channels.size() != decodingCase.destination.pixelPacking.channelsPerGroup)
-        return decodingCase.channels;
-    std::vector<double> channels;
-    for (std::size_t pixel = 0; pixel < pixels; ++pixel)
-        channels.insert(channels.end(), decodingCase.channels.begin(), decodingCase.channels.end());
-    return channels;
-}
-
-}
-
-testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual)
-{
-    if (expected.size() != actual.size() || expected.type() != actual.type())
-        return testing::AssertionFailure()
-               << "expected " << expected.cols << " x " << expected.rows << " of type "
-               << expected.type() << ", got " << actual.cols << " x " << actual.rows << " of type "
-               << actual.type();
-    const auto rowSize = expected.cols * expected.elemSize();
-    for (int row = 0; row < expected.rows; ++row)
-        if (std::memcmp(expected.ptr(row), actual.ptr(row), rowSize) != 0)
-            return differenceInRow(expected, actual, row);
-    return testing::AssertionSuccess();
-}
-
-std::vector<double> channelValues(const cv::Mat& pixels)
-{
-    std::vector<double> values;
+    cv::Mat result(pixels.size(), typeOf(destination));
+    result.setTo(cv::Scalar::all(Plain::fullScale(destination.channelType)));
+    const auto channels = Plain::channelsOf(destination.pixelFormat, from);
+    const auto size = pixels.elemSize1();
     for (int row = 0; row < pixels.rows; ++row)
-        for (int index = 0; index < pixels.cols * pixels.channels(); ++index)
-            values.push_back(channelValue(pixels, row, index));
-    return values;
+        for (int column = 0; column < pixels.cols; ++column)
+            for (int k = 0; k < result.channels(); ++k)
+                if (channels[k] >= 0)
+                    std::memcpy(result.ptr(row, column) + k * size,
+                                pixels.ptr(row, column) + channels[k] * size, size);
+    return result;
 }
 
-cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns, std::uint64_t seed)
+}
+
+bool isPacked(const FrameFormat& format)
 {
-    const bool isPacked = Velmora::PackedFormatCvTypes().contains(format);
-    cv::Mat matrix(rows, columns,
-                   openCvType(format, isPacked ? Velmora::PackedFormatCvTypes()
-                                               : Velmora::FullFormatCvTypes()));
+    return Velmora::PackedFormatCvTypes().contains(format);
+}
+
+std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv::Mat& matrix)
+{
+    if (isPacked(format))
+        return std::make_unique<Velmora::PackedFrame>(format, matrix);
+    return std::make_unique<Velmora::FullFrame>(format, matrix);
+}
+
+cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns, std::uint64_t seed)
+{
+    cv::Mat matrix(rows, columns, typeOf(format));
     std::mt19937_64 random(seed);
     for (std::size_t byte = 0; byte < matrix.total() * matrix.elemSize(); ++byte)
         matrix.data[byte] = static_cast<std::uint8_t>(random() >> 32);
     return matrix;
 }
 
-cv::Mat groupsOf(const Velmora::FrameFormat& format, const std::vector<std::uint8_t>& bytes)
+cv::Mat groupsOf(const FrameFormat& format, int rows, int columns, const SamplesAt& samplesAt)
 {
-    const auto count = bytes.size() / format.pixelPacking.bytesPerGroup;
-    cv::Mat groups(1, static_cast<int>(count), openCvType(format, Velmora::PackedFormatCvTypes()));
-    std::memcpy(groups.data, bytes.data(), bytes.size());
+    cv::Mat groups(rows, columns, typeOf(format));
+    std::memset(groups.data, 0, groups.total() * groups.elemSize());
+    Plain::withPacking(format.pixelFormat, [&]<class Packing>(Packing) {
+        for (int row = 0; row < rows; ++row)
+            for (int column = 0; column < columns; ++column) {
+                typename Packing::Samples samples{};
+                std::ranges::copy(samplesAt(row, column), samples.begin());
+                Packing::write(groups.ptr(row, column), samples);
+            }
+    });
     return groups;
 }
 
-void expectChannels(const DecodingCase& decodingCase, const cv::Mat& pixels)
+std::vector<double> groupOf(const FrameFormat& format, const std::vector<unsigned>& samples)
 {
-    SCOPED_TRACE(decodingCase.name);
-    auto expected = allChannels(decodingCase);
-    if (decodingCase.destination.channelType == Velmora::ChannelType::F32)
-        for (auto& value : expected)
-            value = static_cast<double>(static_cast<float>(value));
-    EXPECT_EQ(channelValues(pixels), expected);
-    const Velmora::PackedFrame frame(decodingCase.source,
-                                     groupsOf(decodingCase.source, decodingCase.group));
-    EXPECT_EQ(channelValues(plainDecode(frame, decodingCase.destination)), expected)
-        << "by the plain arithmetic";
+    const auto group = groupsOf(format, 1, 1, [&](unsigned, unsigned) { return samples; });
+    return {group.data, group.data + group.elemSize()};
+}
+
+testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual)
+{
+    if (expected.size() != actual.size() || expected.type() != actual.type())
+        return testing::AssertionFailure()
+               << "expected " << expected.size() << " of type " << expected.type() << ", got "
+               << actual.size() << " of type " << actual.type();
+    for (int row = 0; row < expected.rows; ++row)
+        for (int column = 0; column < expected.cols; ++column)
+            if (std::memcmp(expected.ptr(row, column), actual.ptr(row, column),
+                            expected.elemSize()))
+                return testing::AssertionFailure()
+                       << "row " << row << ", column " << column << ": expected "
+                       << expected({column, row, 1, 1}) << ", got " << actual({column, row, 1, 1});
+    return testing::AssertionSuccess();
+}
+
+cv::Mat plain(const Velmora::ImageFrame& frame, const FrameFormat& destination)
+{
+    const auto& [colourspace, channelType, packing, pixelFormat] = frame.format();
+    if (const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&frame))
+        return plainDecode(*packed, destination);
+    if (isPacked(destination))
+        return plainEncode(dynamic_cast<const Velmora::FullFrame&>(frame), destination);
+    if (pixelFormat != destination.pixelFormat)
+        return reordered(frame.image(), pixelFormat, destination);
+    cv::Mat pixels;
+    frame.image().convertTo(
+        pixels, CV_MAT_DEPTH(typeOf(destination)),
+        Plain::fullScale(destination.channelType) / Plain::fullScale(channelType));
+    return pixels;
+}
+
+cv::Mat ConversionCase::matrixOf(const FrameFormat& format, const std::vector<double>& values) const
+{
+    if (isPacked(format)) {
+        cv::Mat group(1, 1, typeOf(format));
+        EXPECT_EQ(values.size(), group.elemSize()) << name;
+        std::ranges::transform(values, group.data, [](double byte) { return std::uint8_t(byte); });
+        return group;
+    }
+    const auto& packing = (isPacked(source) ? source : destination).pixelPacking;
+    const auto channels = format.pixelPacking.channelsPerGroup;
+    const bool isOnePixel = values.size() == channels;
+    const int rows = isOnePixel ? 1 : int(packing.rowsPerGroup);
+    cv::Mat pixels = cv::Mat(values, true).reshape(int(channels), rows);
+    if (isOnePixel)
+        pixels = cv::repeat(pixels, int(packing.rowsPerGroup), int(packing.columnsPerGroup));
+    pixels.convertTo(pixels, typeOf(format));
+    return pixels;
 }
 
 }

@@ -1,115 +1,133 @@
 #pragma once
 
+#include "MediaConversion/Converters/ImageBitDepth.h"
+#include "MediaConversion/Converters/ImageColourspace.h"
+#include "MediaConversion/Converters/ImageRGBtoYCbCr42x.h"
+#include "MediaConversion/Converters/ImageRGBtoYCoCgDXT5.h"
+#include "MediaConversion/Converters/ImageToFullFrame.h"
+#include "MediaConversion/Converters/ImageToPackedFrame.h"
+#include "MediaConversion/Converters/ImageYCbCr42xToRGB.h"
+#include "MediaConversion/Converters/ImageYCoCgDXT5toRGB.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/IFrame.h"
 #include "MediaConversion/MediaPipeline/PackedFrame.h"
 
 #include <gtest/gtest.h>
+#include <opencv2/core.hpp>
 
 #include <cstdint>
+#include <functional>
 #include <memory>
-#include <string>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
-// What the converters' tests say: make a frame, convert it, compare matrices.
+// What the tests of all converters say: make a frame, convert it, compare it with the plain
+// arithmetic.
 namespace MediaConversion {
 
-// An image frame that is neither full nor packed.
-class ForeignImageFrame final : public Velmora::IImageFrame
-{
-public:
-    ForeignImageFrame(Velmora::FrameFormat format, cv::Mat image)
-        : m_format(std::move(format)), m_image(std::move(image))
-    {
-    }
+bool isPacked(const Velmora::FrameFormat& format);
 
-    const Velmora::FrameFormat& format() const override { return m_format; }
-    const cv::Mat& image() const override { return m_image; }
-
-private:
-    Velmora::FrameFormat m_format;
-    cv::Mat m_image;
-};
-
-// One source and all the formats that it can be converted to.
-struct ConversionRow
-{
-    Velmora::FrameFormat source;
-    std::vector<Velmora::FrameFormat> destinations;
-};
-
-// A pair that a table lacks, and the text that names it in the message.
-struct RefusedPair
-{
-    Velmora::FrameFormat source;
-    Velmora::FrameFormat destination;
-    const char* text;
-};
-
-// Expects a table of conversions to hold the pairs of the rows and no others.
-template <class Table>
-void expectPairs(const Table& table, const std::vector<ConversionRow>& rows)
-{
-    std::size_t count = 0;
-    for (const auto& [source, destinations] : rows)
-        for (const auto& destination : destinations) {
-            EXPECT_TRUE(table.contains({source, destination}))
-                << "missing: " << toString(source) << " to " << toString(destination);
-            ++count;
-        }
-    EXPECT_EQ(table.size(), count);
-}
-
-// The pixels that the converter makes of the frame; checks the kind and the format of the result.
-template <class Processor>
-cv::Mat converted(std::shared_ptr<const Velmora::IImageFrame> frame,
-                  const Velmora::FrameFormat& destination)
-{
-    Processor processor(destination);
-    const auto result = processor.onNewImage(std::move(frame));
-    const auto* fullFrame = dynamic_cast<const Velmora::FullFrame*>(result.get());
-    if (!fullFrame) {
-        ADD_FAILURE() << "The result is not a full frame";
-        return {};
-    }
-    EXPECT_TRUE(fullFrame->format() == destination) << toString(fullFrame->format());
-    return fullFrame->image();
-}
-
-template <class Processor>
-cv::Mat converted(const Velmora::FrameFormat& format, const cv::Mat& groups,
-                  const Velmora::FrameFormat& destination)
-{
-    return converted<Processor>(std::make_shared<Velmora::PackedFrame>(format, groups),
-                                destination);
-}
-
-// Whether two matrices hold the same bytes; if not, says where they first differ.
-testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual);
-
-// The channels of all pixels, row by row.
-std::vector<double> channelValues(const cv::Mat& pixels);
+// A packed or a full frame, as the format is.
+std::unique_ptr<Velmora::ImageFrame> frameOf(const Velmora::FrameFormat& format,
+                                             const cv::Mat& matrix);
 
 // Groups for a packed format, or pixels for a full one, made of random bytes.
 cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns,
                      std::uint64_t seed = 1);
 
-// A matrix of groups, one row, from their bytes.
-cv::Mat groupsOf(const Velmora::FrameFormat& format, const std::vector<std::uint8_t>& bytes);
+// Groups that hold the samples for each row and column, in the order of the plain arithmetic:
+// three for each pixel, or Cb, Cr, luma and perhaps alpha.
+using SamplesAt = std::function<std::vector<unsigned>(unsigned row, unsigned column)>;
+cv::Mat groupsOf(const Velmora::FrameFormat& format, int rows, int columns,
+                 const SamplesAt& samplesAt);
 
-// One group, and what becomes of it: the channels of its pixels row by row. If only one pixel is
-// given, all pixels of the group are like it.
-struct DecodingCase
+// The bytes of one such group.
+std::vector<double> groupOf(const Velmora::FrameFormat& format,
+                            const std::vector<unsigned>& samples);
+
+// Whether two matrices hold the same bytes; if not, says where they first differ.
+testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual);
+
+// What any conversion gives: by the plain arithmetic to and from packings, else with the channels
+// moved by their letters, or their type changed by OpenCV.
+cv::Mat plain(const Velmora::ImageFrame& frame, const Velmora::FrameFormat& destination);
+
+// The pairs of formats that the processor converts, source first.
+using FormatPairs = std::vector<std::pair<Velmora::FrameFormat, Velmora::FrameFormat>>;
+
+template <class Processor>
+FormatPairs pairsOf()
+{
+    FormatPairs pairs;
+    if constexpr (std::is_same_v<Processor, ImageBitDepth>) {
+        for (const auto& [source, sourceType] : Velmora::FullFormatCvTypes())
+            for (const auto& [to, type] : Velmora::FullFormatCvTypes())
+                if (source.colourspace == to.colourspace && source.pixelFormat == to.pixelFormat &&
+                    Processor::conversions().contains({source.channelType, to.channelType}))
+                    pairs.emplace_back(source, to);
+    } else {
+        for (const auto& [pair, conversion] : Processor::conversions())
+            pairs.push_back(pair);
+    }
+    return pairs;
+}
+
+// The matrix that the processor makes; checks the kind and the format of the result.
+template <class Processor>
+cv::Mat converted(const Velmora::FrameFormat& source, const cv::Mat& matrix,
+                  const Velmora::FrameFormat& destination)
+{
+    const auto result = Processor(destination).onNewImage(frameOf(source, matrix));
+    const auto& frame = dynamic_cast<const Velmora::ImageFrame&>(*result);
+    EXPECT_TRUE(frame.format() == destination) << toString(frame.format());
+    EXPECT_EQ(dynamic_cast<const Velmora::PackedFrame*>(&frame) != nullptr, isPacked(destination));
+    return frame.image();
+}
+
+// Expects the plain arithmetic's bytes in the given destinations, or else in all that there are for
+// the source.
+template <class Processor>
+void expectAsPlain(const Velmora::FrameFormat& source, const cv::Mat& matrix,
+                   std::vector<Velmora::FrameFormat> destinations = {})
+{
+    if (destinations.empty())
+        for (const auto& [from, to] : pairsOf<Processor>())
+            if (from == source)
+                destinations.push_back(to);
+    for (const auto& destination : destinations) {
+        const auto result = converted<Processor>(source, matrix, destination);
+        EXPECT_TRUE(sameBytes(plain(*frameOf(source, matrix), destination), result))
+            << toString(source) << " to " << toString(destination) << ", " << matrix.size();
+        EXPECT_NE(result.data, matrix.data);
+    }
+}
+
+// What becomes of one group or pixel: bytes of groups, channels of pixels row by row. If only one
+// pixel is given, all pixels of the group are like it.
+struct ConversionCase
 {
     const char* name;
     Velmora::FrameFormat source;
-    std::vector<std::uint8_t> group;
+    std::vector<double> given;
     Velmora::FrameFormat destination;
-    std::vector<double> channels;
+    std::vector<double> expected;
+
+    cv::Mat matrixOf(const Velmora::FrameFormat& format, const std::vector<double>& values) const;
 };
 
-// Expects both the pixels of the converter and those of the plain arithmetic to be the case's.
-void expectChannels(const DecodingCase& decodingCase, const cv::Mat& pixels);
+// Expects the cases of both the processor and the plain arithmetic.
+template <class Processor>
+void expectCases(const std::vector<ConversionCase>& cases)
+{
+    for (const auto& row : cases) {
+        const auto given = row.matrixOf(row.source, row.given);
+        const auto expected = row.matrixOf(row.destination, row.expected);
+        EXPECT_TRUE(sameBytes(expected, converted<Processor>(row.source, given, row.destination)))
+            << row.name;
+        EXPECT_TRUE(sameBytes(expected, plain(*frameOf(row.source, given), row.destination)))
+            << row.name << " by the plain arithmetic";
+    }
+}
 
 }

@@ -1,26 +1,14 @@
 #include "MediaConversion/MediaPipeline/Encoder.h"
-#include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
 #include "tests/Converters/ConvertedFrames.h"
 #include "tests/support/InstalledPool.h"
 #include "tests/support/PlainDecoding.h"
-
-#include <memory>
 
 // The whole way of a media file's frame to float.
 namespace MediaConversion {
 namespace {
 
 using namespace Velmora::Formats;
-using Velmora::FrameFormat;
-
-std::unique_ptr<Velmora::ImageFrame> randomFrame(const FrameFormat& format, std::uint64_t seed)
-{
-    const auto matrix = randomMatrix(format, 36, 60, seed);
-    if (Velmora::PackedFormatCvTypes().contains(format))
-        return std::make_unique<Velmora::PackedFrame>(format, matrix);
-    return std::make_unique<Velmora::FullFrame>(format, matrix);
-}
 
 TEST(ToBgraF32, givesThePlainPixelsForAllMediaFormats)
 {
@@ -34,7 +22,7 @@ TEST(ToBgraF32, givesThePlainPixelsForAllMediaFormats)
         encoder.connectFrameSink(&sink);
         encoder.start();
         for (std::uint64_t seed = 1; seed <= 3; ++seed) {
-            auto frame = randomFrame(format, seed);
+            auto frame = frameOf(format, randomMatrix(format, 36, 60, seed));
             const cv::Mat expected = plainBgraF32(*frame);
             encoder.onNewFrame(std::move(frame));
             const auto result = sink.takeFrame();
@@ -43,32 +31,6 @@ TEST(ToBgraF32, givesThePlainPixelsForAllMediaFormats)
                 sameBytes(expected, dynamic_cast<const Velmora::FullFrame&>(*result).image()))
                 << toString(format);
         }
-    }
-}
-
-TEST(ToBgraF32, movesEightBitChannelsByName)
-{
-    struct Case
-    {
-        FrameFormat source;
-        cv::Scalar pixel;
-        std::vector<double> channels;
-    };
-    const double one = 51 / 255.0;
-    // clang-format off
-    const Case cases[] = {
-        {RGB_U8(),  {255, 51, 0},      {0, one, 1, 1}},
-        {BGR_U8(),  {255, 51, 0},      {1, one, 0, 1}},
-        {RGBA_U8(), {255, 51, 0, 0},   {0, one, 1, 0}},
-        {BGRA_U8(), {255, 51, 0, 0},   {1, one, 0, 0}},
-    };
-    // clang-format on
-    for (const auto& [source, pixel, channels] : cases) {
-        const cv::Mat pixels(1, 1, openCvType(source, Velmora::FullFormatCvTypes()), pixel);
-        const auto values = channelValues(plainBgraF32(Velmora::FullFrame(source, pixels)));
-        ASSERT_EQ(values.size(), channels.size());
-        for (std::size_t channel = 0; channel < channels.size(); ++channel)
-            EXPECT_FLOAT_EQ(float(values[channel]), float(channels[channel])) << toString(source);
     }
 }
 

@@ -6,25 +6,19 @@
 // The published DXT1 (BC1) and DXT5 (BC3) blocks of 4 x 4 texels, on whole numbers.
 namespace MediaConversion::Plain {
 
-struct Texel
-{
-    int red;
-    int green;
-    int blue;
-    int alpha;
-};
+// Red, green, blue and alpha, or what stands in their places: Co, Cg, the scale code and Y.
+using Colour = std::array<int, 4>;
 
 // Row by row, left to right.
-using Texels = std::array<Texel, 16>;
+using Block = std::array<Colour, 16>;
 
-// DXT1. With the first endpoint not above the second, index 3 is opaque black: alpha is always 255.
-Texels decodeDxt1Block(const std::uint8_t* block);
+// With the first endpoint not above the second, index 3 is opaque black: alpha is always 255.
+Block decodeDxt1(const std::uint8_t* bytes);
 
-// DXT5: colours always have four levels, whatever the order of the endpoints.
-Texels decodeDxt5Block(const std::uint8_t* block);
+// Colours always have four levels, whatever the order of the endpoints.
+Block decodeYCoCgDxt5(const std::uint8_t* bytes);
 
-// The colour of a decoded texel that holds Co, Cg, the scale code and Y as red, green, blue and
-// alpha.
-Texel colourOfCoCgAY(const Texel& codes);
+void encodeDxt1(const Block& pixels, std::uint8_t* bytes);
+void encodeYCoCgDxt5(const Block& pixels, std::uint8_t* bytes);
 
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/ImageFrame.h"
 #include "MediaConversion/MediaPipeline/PackedFrame.h"
 
 #include <opencv2/core.hpp>
@@ -11,14 +10,11 @@
 namespace MediaConversion {
 
 // Decodes a frame of any packing to a full format with red, green and blue channels, alpha or not.
-// The channels are found by the letters of the two pixel formats. `pixels` is reused if it fits.
-void plainDecode(const Velmora::PackedFrame& source, const Velmora::FrameFormat& destination,
-                 cv::Mat& pixels);
+// The channels are found by the letters of the two pixel formats.
 cv::Mat plainDecode(const Velmora::PackedFrame& source, const Velmora::FrameFormat& destination);
 
 // What the whole chain of conversions from a media file's frame to BGRA at F32 gives. Full frames
 // have 8-bit channels.
-void plainBgraF32(const Velmora::ImageFrame& source, cv::Mat& pixels);
 cv::Mat plainBgraF32(const Velmora::ImageFrame& source);
 
 }

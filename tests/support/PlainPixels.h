@@ -4,70 +4,45 @@
 
 #include <opencv2/core.hpp>
 
-#include <algorithm>
+#include <array>
 #include <cstdint>
-#include <stdexcept>
 #include <string>
+#include <string_view>
 #include <type_traits>
 
 // What the plain arithmetic says of full frames: where colours lie in a pixel, full scales, the
-// rounding rule, and how rows are handed to workers.
+// rounding rule, and how pixels meet the groups that stand for them.
 namespace MediaConversion::Plain {
 
 inline double fullScale(Velmora::ChannelType channelType)
 {
-    switch (channelType) {
-        case Velmora::ChannelType::U8:
-            return 255;
-        case Velmora::ChannelType::U10:
-            return 1023;
-        case Velmora::ChannelType::U12:
-            return 4095;
-        case Velmora::ChannelType::U15plus1:
-            return 32768;
-        case Velmora::ChannelType::U16:
-            return 65535;
-        case Velmora::ChannelType::F32:
-            return 1.0;
-    }
-    throw std::invalid_argument("no such channel type");
+    constexpr std::array fullScales{255.0, 1023.0, 4095.0, 32768.0, 65535.0, 1.0};
+    return fullScales.at(static_cast<std::size_t>(channelType));
 }
 
-// Which channel of a pixel holds the colour 'R', 'G', 'B' or 'A'; -1 when none does.
-inline int channelOf(char colour, const std::string& pixelFormat)
+// Which channels of a pixel hold the colours of these letters; -1 for one that it lacks.
+using Channels = std::array<int, 4>;
+
+inline Channels channelsOf(std::string_view colours, const std::string& pixelFormat)
 {
-    const auto position = pixelFormat.find(colour);
-    return position == std::string::npos ? -1 : static_cast<int>(position);
+    Channels channels{};
+    for (std::size_t k = 0; k < colours.size(); ++k)
+        channels[k] = static_cast<int>(pixelFormat.find(colours[k]));
+    return channels;
 }
 
-// The channels of a colour pixel by name.
-struct ColourChannels
+// What is not a number ends at 0.
+inline double clamped(double value, double maximum)
 {
-    explicit ColourChannels(const std::string& pixelFormat)
-        : red(channelOf('R', pixelFormat)),
-          green(channelOf('G', pixelFormat)),
-          blue(channelOf('B', pixelFormat)),
-          alpha(channelOf('A', pixelFormat)),
-          count(alpha < 0 ? 3 : 4)
-    {
-    }
-
-    int red;
-    int green;
-    int blue;
-    int alpha;
-    int count;
-};
+    return value > 0 ? (value < maximum ? value : maximum) : 0;
+}
 
 // The stored form of a value that is already in the units of the destination.
 template <class Element>
 Element quantised(double value, double maximum)
 {
-    const double clamped = std::clamp(value, 0.0, maximum);
-    if constexpr (std::is_floating_point_v<Element>)
-        return static_cast<Element>(clamped);
-    else
-        return static_cast<Element>(clamped + 0.5);
+    constexpr double half = std::is_floating_point_v<Element> ? 0 : 0.5;
+    return static_cast<Element>(clamped(value, maximum) + half);
 }
 
 // Calls `body` with a zero of the type in which full frames store a channel of the given type.
@@ -82,12 +57,19 @@ void withElement(Velmora::ChannelType channelType, const Body& body)
         body(std::uint16_t{});
 }
 
-template <class Body>
-void forEachRow(const cv::Mat& matrix, const Body& body)
+// Calls `body` with a group's pixels, row by row, and the group.
+template <int rows, int columns, class Element, class Body>
+void forEachGroup(cv::Mat pixels, cv::Mat groups, const Body& body)
 {
-    cv::parallel_for_(cv::Range(0, matrix.rows), [&](const cv::Range& rows) {
-        for (int row = rows.start; row < rows.end; ++row)
-            body(row);
+    cv::parallel_for_(cv::Range(0, groups.rows), [&](const cv::Range& range) {
+        for (int row = range.start; row < range.end; ++row)
+            for (int x = 0; x < groups.cols; ++x) {
+                std::array<Element*, rows * columns> pixel;
+                for (int k = 0; k < rows * columns; ++k)
+                    pixel[k] = pixels.ptr<Element>(row * rows + k / columns) +
+                               (x * columns + k % columns) * pixels.channels();
+                body(pixel, groups.ptr<std::uint8_t>(row) + x * groups.elemSize());
+            }
     });
 }
 
