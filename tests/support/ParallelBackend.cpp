@@ -20,10 +20,12 @@ public:
         std::atomic<int> nextTask = 0;
         const auto work = [&](int number) {
             threadNumber = number;
-            for (int task = nextTask++; task < tasks; task = nextTask++) body(task, task + 1, data);
+            for (int task = nextTask++; task < tasks; task = nextTask++)
+                body(task, task + 1, data);
         };
         std::vector<std::jthread> threads;
-        for (int number = 1; number < m_threads; ++number) threads.emplace_back(work, number);
+        for (int number = 1; number < m_threads; ++number)
+            threads.emplace_back(work, number);
         work(0);
     }
 
