@@ -6,6 +6,8 @@
 
 #include <opencv2/core/utility.hpp>
 
+#include <malloc.h>
+
 #include <algorithm>
 #include <atomic>
 #include <charconv>
@@ -38,6 +40,9 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
     const int jobCount = std::min(parseJobCount(settings.jobs), static_cast<int>(jobs.size()));
     // The processors are shared out among the jobs, so that they do not stand in each other's way.
     cv::setNumThreads(std::max(1, cv::getNumberOfCPUs() / std::max(1, jobCount)));
+
+    // One heap for all threads: with one for each, freed frames stay with the thread that had them.
+    ::mallopt(M_ARENA_MAX, 1);
 
     Progress progress(jobs.size(), settings.isQuiet);
     std::atomic<std::size_t> next = 0;
