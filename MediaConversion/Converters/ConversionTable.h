@@ -3,16 +3,17 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaPipeline/FrameFormat.h"
 
+#include <array>
+#include <cstddef>
 #include <map>
 #include <string_view>
 #include <utility>
 
 // The words in which a converter states the pairs that it supports:
 //
-//     conversionTable<Kernel>(from<SourceA, SourceB>(to<DestinationC, DestinationD>), ...)
+//     from<SourceA, SourceB>(to<DestinationC, DestinationD>) + ...
 //
-// stands for the four pairs. Sources and destinations are types with a static format();
-// Kernel::entry<Source, Destination> is what the table holds for a pair.
+// stands for the four pairs. Sources and destinations are types with a static format().
 namespace MediaConversion {
 
 // Source first, destination second.
@@ -20,6 +21,25 @@ using FormatPair = std::pair<Velmora::FrameFormat, Velmora::FrameFormat>;
 
 template <class Entry>
 using ConversionTable = std::map<FormatPair, Entry>;
+
+template <class SourceType, class DestinationType>
+struct Conversion
+{
+    using Source = SourceType;
+    using Destination = DestinationType;
+};
+
+template <class... Conversions>
+struct Pairs
+{
+    static constexpr std::size_t count = sizeof...(Conversions);
+};
+
+template <class... One, class... Other>
+constexpr Pairs<One..., Other...> operator+(Pairs<One...>, Pairs<Other...>)
+{
+    return {};
+}
 
 template <class... Types>
 struct TypeList
@@ -29,41 +49,37 @@ struct TypeList
 template <class... Destinations>
 inline constexpr TypeList<Destinations...> to{};
 
-template <class Sources, class Destinations>
-struct TableRow
-{
-};
+namespace Detail {
 
-template <class... Sources, class... Destinations>
-constexpr TableRow<TypeList<Sources...>, TypeList<Destinations...>> from(TypeList<Destinations...>)
+template <class Source, class... Destinations>
+constexpr Pairs<Conversion<Source, Destinations>...> fromOne(TypeList<Destinations...>)
 {
     return {};
 }
 
-namespace Detail {
-
-template <class Kernel, class Source, class Table, class... Destinations>
-void addSource(Table& table, TypeList<Destinations...>)
+template <class Entries, class... Conversions, std::size_t... indices>
+auto conversionTable(Pairs<Conversions...>, std::index_sequence<indices...>)
 {
-    (table.emplace(FormatPair{Source::format(), Destinations::format()},
-                   Kernel::template entry<Source, Destinations>),
+    ConversionTable<typename Entries::Entry> table;
+    (table.emplace(FormatPair{Conversions::Source::format(), Conversions::Destination::format()},
+                   Entries::template entry<Conversions, indices>),
      ...);
-}
-
-template <class Kernel, class Table, class... Sources, class Destinations>
-void addRow(Table& table, TableRow<TypeList<Sources...>, Destinations>)
-{
-    (addSource<Kernel, Sources>(table, Destinations{}), ...);
-}
-
-}
-
-template <class Kernel, class... Rows>
-auto conversionTable(Rows... rows)
-{
-    ConversionTable<typename Kernel::Entry> table;
-    (Detail::addRow<Kernel>(table, rows), ...);
     return table;
+}
+
+}
+
+template <class... Sources, class Destinations>
+constexpr auto from(Destinations destinations)
+{
+    return (Detail::fromOne<Sources>(destinations) + ...);
+}
+
+// Entries::entry<Conversion, index> is what the table holds for the pair at that place.
+template <class Entries, class... Conversions>
+auto conversionTable(Pairs<Conversions...> pairs)
+{
+    return Detail::conversionTable<Entries>(pairs, std::index_sequence_for<Conversions...>{});
 }
 
 // The table's entry for the pair; without one, fails with the text and both formats.

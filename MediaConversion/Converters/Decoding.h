@@ -26,14 +26,6 @@ std::unique_ptr<Velmora::FullFrame> decodeRows(const Velmora::PackedFrame& sourc
                                                const Velmora::FrameFormat& destination,
                                                DecodeRow decodeRow);
 
-// Turns a row kernel into an entry of a table.
-template <DecodeRow decodeRow>
-std::unique_ptr<Velmora::FullFrame> decodeBy(const Velmora::PackedFrame& source,
-                                             const Velmora::FrameFormat& destination)
-{
-    return decodeRows(source, destination, decodeRow);
-}
-
 // What the decoders to RGB share: checks the frame, looks the pair up, checks the data and decodes,
 // in this order.
 std::unique_ptr<Velmora::FullFrame> decodeToRgb(const Velmora::IImageFrame* frame,

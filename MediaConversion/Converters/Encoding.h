@@ -28,14 +28,6 @@ std::unique_ptr<Velmora::PackedFrame> encodeRows(const Velmora::ImageFrame& sour
                                                  const Velmora::FrameFormat& destination,
                                                  EncodeRow encodeRow);
 
-// Turns a row kernel into an entry of a table.
-template <EncodeRow encodeRow>
-std::unique_ptr<Velmora::PackedFrame> encodeBy(const Velmora::ImageFrame& source,
-                                               const Velmora::FrameFormat& destination)
-{
-    return encodeRows(source, destination, encodeRow);
-}
-
 // What the encoders from RGB share: checks the frame, looks the pair up, checks the data and
 // encodes, in this order. `refusal` is the text for a pair that is not supported.
 std::unique_ptr<Velmora::PackedFrame> encodeFromRgb(const Velmora::IImageFrame* frame,

@@ -1,6 +1,6 @@
 #include "MediaConversion/Converters/ImageColourspace.h"
 
-#include "MediaConversion/Converters/Pixels.h"
+#include "MediaConversion/Converters/Kernels/Pixels.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
 
 #include <opencv2/imgproc.hpp>
@@ -26,8 +26,9 @@ struct Reorder
 {
     using Entry = int;
 
-    template <class Source, class Destination>
-    static constexpr Entry entry = conversionCode(Source::order, Destination::order);
+    template <class Conversion, std::size_t>
+    static constexpr Entry entry = conversionCode(Conversion::Source::order,
+                                                  Conversion::Destination::order);
 };
 
 }
@@ -53,10 +54,10 @@ const ImageColourspace::Table& ImageColourspace::conversions()
 {
     // clang-format off
     static const Table& table = *new Table(conversionTable<Reorder>(
-        from<RgbU8> (to<       BgrU8, RgbaU8, BgraU8>),
-        from<BgrU8> (to<RgbU8,        RgbaU8, BgraU8>),
-        from<RgbaU8>(to<RgbU8, BgrU8,         BgraU8>),
-        from<BgraU8>(to<RgbU8, BgrU8, RgbaU8        >),
+        from<RgbU8> (to<       BgrU8, RgbaU8, BgraU8>) +
+        from<BgrU8> (to<RgbU8,        RgbaU8, BgraU8>) +
+        from<RgbaU8>(to<RgbU8, BgrU8,         BgraU8>) +
+        from<BgraU8>(to<RgbU8, BgrU8, RgbaU8        >) +
         from<BgrF32>(to<BgraF32>)));
     // clang-format on
     return table;

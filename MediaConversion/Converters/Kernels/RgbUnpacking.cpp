@@ -1,0 +1,85 @@
+#include "MediaConversion/Converters/Kernels/ExactFraction.h"
+#include "MediaConversion/Converters/Kernels/Kernels.h"
+#include "MediaConversion/Converters/Kernels/PixelPairs.h"
+#include "MediaConversion/Converters/Kernels/SampleShuffles.h"
+
+#include <algorithm>
+
+namespace MediaConversion {
+
+namespace {
+
+constexpr unsigned largestSample(int bits)
+{
+    return (1u << bits) - 1;
+}
+
+// Samples as channels of the type: U8 channels cut the low bits, all others scale and round.
+template <int bits, ChannelType type, ChannelOrder order>
+PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint16_t>& samples)
+{
+    using Element = typename Channel<type>::Element;
+    const auto opaque = opaqueBlack<Element, order>(quantise<type>(1.0));
+    if constexpr (type == ChannelType::F32) {
+        const auto values = samples.as<std::int32_t>().template as<float>();
+        using Fraction = ExactFraction<float, largestSample(bits)>;
+        return values * PixelPair<float>(Fraction::upper) +
+               values * PixelPair<float>(Fraction::lower) + joined(opaque, opaque);
+    } else if constexpr (type == ChannelType::U8) {
+        return (samples >> (bits - 8)).template as<Element>() | joined(opaque, opaque);
+    } else if constexpr (Channel<type>::fullScale == largestSample(bits)) {
+        return samples | joined(opaque, opaque);
+    } else {
+        const auto integers = samples.as<std::int32_t>();
+        const DoublePixel largest(largestSample(bits));
+        return quantised<type>(
+            integers.template shuffled<0, 1, 2, 3>().template as<double>() / largest,
+            integers.template shuffled<4, 5, 6, 7>().template as<double>() / largest,
+            opaqueBlack<double, order>(1));
+    }
+}
+
+template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type>
+[[gnu::flatten]] void unpackRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
+                                std::size_t)
+{
+    using Element = typename Channel<type>::Element;
+    using Shuffle = SampleShuffle<layout, samples, order>;
+    constexpr int pairBytes = 2 * order.channels() * static_cast<int>(sizeof(Element));
+    const auto unpackPair = [](const std::uint8_t* bytes, std::uint8_t* pair) {
+        storePair<type, order>(channelsOf<layout.bits, type, order>(Shuffle::samples(bytes)), pair);
+    };
+
+    int bytesLeft = groupCount * layout.bytes;
+    for (; bytesLeft >= Shuffle::vectorBytes; bytesLeft -= Shuffle::bytes) {
+        unpackPair(groups, pixels);
+        groups += Shuffle::bytes;
+        pixels += pairBytes;
+    }
+    // A vector would reach past the row.
+    std::array<std::uint8_t, 2 * Shuffle::vectorBytes> rest{};
+    std::copy_n(groups, bytesLeft, rest.begin());
+    const auto* bytes = rest.data();
+    for (; bytesLeft > 0; bytesLeft -= Shuffle::bytes) {
+        std::array<std::uint8_t, pairBytes> pair;
+        unpackPair(bytes, pair.data());
+        bytes += Shuffle::bytes;
+        pixels = std::copy_n(pair.data(), bytesLeft < Shuffle::bytes ? pairBytes / 2 : pairBytes,
+                             pixels);
+    }
+}
+
+struct Unpack
+{
+    template <class Source, class Destination>
+    static constexpr DecodeRow row =
+        unpackRow<Source::layout, Source::order, Destination::order, Destination::channelType>;
+};
+
+}
+
+template <>
+constinit const DecodeRows<rgbUnpackings> KernelsOf<compiledLevel>::unpackRgb =
+    kernelRows<Unpack>(rgbUnpackings);
+
+}

@@ -1,0 +1,274 @@
+#pragma once
+
+#include "MediaConversion/Converters/Kernels/Level.h"
+
+#include <algorithm>
+#include <array>
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <type_traits>
+#include <utility>
+
+#if defined(__SSE2__)
+#include <immintrin.h>
+#endif
+
+// Vectors of a fixed number of lanes for the kernels, each as many registers as it takes on the
+// level that is compiled for. Over the compilers' own vector types, which know the operators and
+// shuffles of every machine.
+namespace MediaConversion {
+
+static_assert(std::endian::native == std::endian::little,
+              "lanes are taken from and put into little-endian words");
+
+// The level that this source is compiled for.
+#if defined(__AVX2__)
+inline constexpr Level compiledLevel = Level::Avx2;
+inline constexpr int registerBytes = 32;
+#else
+inline constexpr Level compiledLevel = Level::Baseline;
+inline constexpr int registerBytes = 16;
+#endif
+
+// Without a name: every level has vectors of its own that the linker never joins with another's.
+namespace {
+
+template <class T, int lanes>
+struct Register
+{
+    typedef T Type __attribute__((vector_size(lanes * sizeof(T))));
+};
+
+// Where operands are not numbers, the second one counts.
+template <class R>
+inline R larger(R one, R other)
+{
+    return one > other ? one : other;
+}
+
+template <class R>
+inline R smaller(R one, R other)
+{
+    return one < other ? one : other;
+}
+
+template <class To, class From>
+inline To converted(From values)
+{
+    return __builtin_convertvector(values, To);
+}
+
+// Two registers as one.
+template <class Both, class R>
+inline Both concatenated(R one, R other)
+{
+    return [&]<int... lanes>(std::integer_sequence<int, lanes...>)
+    {
+        return __builtin_shufflevector(one, other, lanes...);
+    }
+    (std::make_integer_sequence<int, sizeof(Both) / sizeof(one[0])>{});
+}
+
+// What g++ does not find by itself.
+#if defined(__SSE2__)
+// clang-format off
+using Floats4 = Register<float, 4>::Type;
+using Doubles2 = Register<double, 2>::Type;
+template <> inline Floats4  larger(Floats4 one, Floats4 other)    { return _mm_max_ps(one, other); }
+template <> inline Floats4  smaller(Floats4 one, Floats4 other)   { return _mm_min_ps(one, other); }
+template <> inline Doubles2 larger(Doubles2 one, Doubles2 other)  { return _mm_max_pd(one, other); }
+template <> inline Doubles2 smaller(Doubles2 one, Doubles2 other) { return _mm_min_pd(one, other); }
+#if defined(__AVX2__)
+using Halves8 = Register<std::uint16_t, 8>::Type;
+using Integers4 = Register<std::int32_t, 4>::Type;
+using Integers8 = Register<std::int32_t, 8>::Type;
+using Floats8 = Register<float, 8>::Type;
+using Doubles4 = Register<double, 4>::Type;
+template <> inline Floats8   larger(Floats8 one, Floats8 other)    { return _mm256_max_ps(one, other); }
+template <> inline Floats8   smaller(Floats8 one, Floats8 other)   { return _mm256_min_ps(one, other); }
+template <> inline Doubles4  larger(Doubles4 one, Doubles4 other)  { return _mm256_max_pd(one, other); }
+template <> inline Doubles4  smaller(Doubles4 one, Doubles4 other) { return _mm256_min_pd(one, other); }
+template <> inline Floats8   concatenated<Floats8>(Floats4 one, Floats4 other) { return _mm256_set_m128(other, one); }
+template <> inline Doubles4  converted<Doubles4>(Floats4 values)    { return _mm256_cvtps_pd(values); }
+template <> inline Doubles4  converted<Doubles4>(Integers4 values)  { return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(values)); }
+template <> inline Integers8 converted<Integers8>(Halves8 values)  { return reinterpret_cast<Integers8>(_mm256_cvtepu16_epi32(reinterpret_cast<__m128i>(values))); }
+#endif
+// clang-format on
+#endif
+
+template <class T, int count>
+class Vector
+{
+public:
+    static constexpr int width = std::min<int>(count, registerBytes / sizeof(T));
+    static constexpr int parts = count / width;
+    using Part = typename Register<T, width>::Type;
+
+    Vector() = default;
+
+    // The same value in every lane.
+    explicit Vector(T value)
+    {
+        for (auto& part : m_parts)
+            part = value - Part{};  // unlike +, exact for -0 as well
+    }
+
+    explicit Vector(const std::array<T, count>& values) : Vector(load(values.data())) {}
+
+    static Vector load(const void* bytes)
+    {
+        Vector vector;
+        std::memcpy(vector.m_parts, bytes, sizeof m_parts);
+        return vector;
+    }
+
+    // Writes the first lanes.
+    template <int bytes = count* static_cast<int>(sizeof(T))>
+    void store(void* to) const
+    {
+        std::memcpy(to, m_parts, bytes);
+    }
+
+    // clang-format off
+    friend Vector operator+(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x + y; }, a, b); }
+    friend Vector operator-(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x - y; }, a, b); }
+    friend Vector operator*(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x * y; }, a, b); }
+    friend Vector operator/(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x / y; }, a, b); }
+    friend Vector operator&(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x & y; }, a, b); }
+    friend Vector operator|(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x | y; }, a, b); }
+    friend Vector operator^(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x ^ y; }, a, b); }
+    friend Vector operator<<(const Vector& a, int bits)       { return each([bits](Part x) { return x << bits; }, a); }
+    friend Vector operator>>(const Vector& a, int bits)       { return each([bits](Part x) { return x >> bits; }, a); }
+    // All bits set where it holds; for integers.
+    friend Vector operator>(const Vector& a, const Vector& b) { return each([](Part x, Part y) -> Part { return x > y; }, a, b); }
+    friend Vector max(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return larger<Part>(x, y); }, a, b); }
+    friend Vector min(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return smaller<Part>(x, y); }, a, b); }
+    // clang-format on
+
+    // The same values as another type, cut toward zero. Integers have to fit.
+    template <class U>
+    Vector<U, count> as() const
+    {
+        using Result = Vector<U, count>;
+        if constexpr (parts == 1 && Result::parts == 1) {
+            return Result(converted<typename Result::Part>(m_parts[0]));
+        } else {
+            std::array<T, count> values;
+            store(values.data());
+            std::array<U, count> results;
+            for (std::size_t lane = 0; lane < count; ++lane)
+                results[lane] = static_cast<U>(values[lane]);
+            return Result(results);
+        }
+    }
+
+    // The same bytes as lanes of another type.
+    template <class U>
+    auto bits() const
+    {
+        return Vector<U, static_cast<int>(count * sizeof(T) / sizeof(U))>::load(m_parts);
+    }
+
+    // Lanes of this vector and, numbered on from them, of the other.
+    template <int... lanes>
+    Vector<T, sizeof...(lanes)> shuffled(const Vector& other) const
+    {
+        using Result = Vector<T, sizeof...(lanes)>;
+        if constexpr (parts == 1 && Result::parts == 1) {
+            return Result(__builtin_shufflevector(m_parts[0], other.m_parts[0], lanes...));
+        } else {
+            std::array<T, 2 * count> values;
+            store(values.data());
+            other.store(&values[count]);
+            return Result(std::array<T, sizeof...(lanes)>{values[lanes]...});
+        }
+    }
+
+    template <int... lanes>
+    Vector<T, sizeof...(lanes)> shuffled() const
+    {
+        return shuffled<lanes...>(*this);
+    }
+
+    Vector<T, 2 * count> followedBy(const Vector& other) const
+    {
+        using Result = Vector<T, 2 * count>;
+        if constexpr (parts == 1 && Result::parts == 1) {
+            return Result(concatenated<typename Result::Part>(m_parts[0], other.m_parts[0]));
+        } else {
+            Result result;
+            std::memcpy(result.m_parts, m_parts, sizeof m_parts);
+            std::memcpy(reinterpret_cast<char*>(result.m_parts) + sizeof m_parts, other.m_parts,
+                        sizeof m_parts);
+            return result;
+        }
+    }
+
+private:
+    template <class, int>
+    friend class Vector;
+
+    explicit Vector(const Part& only) : m_parts{only} {}
+
+    template <class Operation, class... Vectors>
+    static Vector each(Operation operation, const Vectors&... vectors)
+    {
+        Vector result;
+        for (int part = 0; part < parts; ++part)
+            result.m_parts[part] = operation(vectors.m_parts[part]...);
+        return result;
+    }
+
+    Part m_parts[parts];
+};
+
+// One vector behind the other, and its halves.
+template <class T, int count>
+Vector<T, 2 * count> joined(const Vector<T, count>& one, const Vector<T, count>& other)
+{
+    return one.followedBy(other);
+}
+
+template <class T>
+Vector<T, 4> lowerHalf(const Vector<T, 8>& vector)
+{
+    return vector.template shuffled<0, 1, 2, 3>();
+}
+
+template <class T>
+Vector<T, 4> upperHalf(const Vector<T, 8>& vector)
+{
+    return vector.template shuffled<4, 5, 6, 7>();
+}
+
+// Integers in half the bits, one vector behind the other. They have to fit.
+inline Vector<std::uint16_t, 8> narrowed(const Vector<std::int32_t, 4>& one,
+                                         const Vector<std::int32_t, 4>& other)
+{
+#if defined(__SSE4_1__)
+    return std::bit_cast<Vector<std::uint16_t, 8>>(
+        _mm_packus_epi32(std::bit_cast<__m128i>(one), std::bit_cast<__m128i>(other)));
+#else
+    return one.bits<std::uint16_t>().shuffled<0, 2, 4, 6, 8, 10, 12, 14>(
+        other.bits<std::uint16_t>());
+#endif
+}
+
+inline Vector<std::uint8_t, 16> narrowed(const Vector<std::uint16_t, 8>& one,
+                                         const Vector<std::uint16_t, 8>& other)
+{
+#if defined(__SSE2__)
+    return std::bit_cast<Vector<std::uint8_t, 16>>(
+        _mm_packus_epi16(std::bit_cast<__m128i>(one), std::bit_cast<__m128i>(other)));
+#else
+    return one.bits<std::uint8_t>()
+        .shuffled<0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30>(
+            other.bits<std::uint8_t>());
+#endif
+}
+
+}
+
+}
