@@ -2,20 +2,25 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
+#include <string_view>
 
 namespace MediaConversion {
 namespace {
 
-// With BASELINE_KERNELS set, the whole program runs on the kernels that every machine has: ctest
-// runs the converters' tests both ways.
+// KERNEL_LEVEL names a lower level than the machine's best for the whole program: ctest runs the
+// converters' tests on each.
 class KernelLevel final : public ::testing::Environment
 {
 public:
     void SetUp() override
     {
-        if (std::getenv("BASELINE_KERNELS"))
+        const char* const name = std::getenv("KERNEL_LEVEL");
+        if (name && std::string_view(name) == "Baseline")
             useLevel(Level::Baseline);
+        if (name && std::string_view(name) == "Avx2")
+            useLevel(std::min(Level::Avx2, bestLevel()));
     }
 };
 

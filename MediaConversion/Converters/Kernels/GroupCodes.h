@@ -1,32 +1,29 @@
 #pragma once
 
-#include "MediaConversion/Converters/Kernels/Quads.h"
-#include "MediaConversion/Converters/Kernels/Words.h"
+#include "MediaConversion/Converters/Kernels/Vectors.h"
 #include "MediaConversion/Converters/Kernels/YCbCrPackings.h"
-
-#include <algorithm>
 
 namespace MediaConversion {
 namespace {
 
-// The codes of two neighbouring groups.
-struct GroupPair
+// The codes of some neighbouring groups, a lane for each pixel of a row.
+template <int pixels>
+struct GroupsOf
 {
-    using Four = Vector<std::int32_t, 4>;
+    using Codes = Vector<std::int32_t, pixels>;
 
-    Four luma;
-    Four chroma;     // Cb, Cr, Cb, Cr
-    Four lumaBelow;  // of the second row of pixels, where a group has two
-    Four alpha;      // where the packing has it
+    Codes luma;
+    Codes chroma;     // Cb, Cr, Cb, Cr...
+    Codes lumaBelow;  // of the second row of pixels, where a group has two
+    Codes alpha;      // where the packing has it
 };
 
-// As many groups as are unpacked at once.
-constexpr int groupsAtOnce = 64;
+using GroupPair = GroupsOf<4>;
 
 // The first bytes are two groups, those behind them of no meaning.
 using PackedGroups = Vector<std::uint8_t, 16>;
 
-// Looks up the codes of some groups, and puts two groups together.
+// Takes two groups apart, which reads a whole vector, and puts them together.
 template <class Packing>
 class GroupCodes;
 
@@ -35,11 +32,16 @@ template <>
 class GroupCodes<Yuyv422>
 {
 public:
-    GroupCodes(const std::uint8_t* groups, int) : m_groups(groups) {}
-
-    unsigned luma(int group, int pixel) const { return m_groups[4 * group + 2 * pixel]; }
-    unsigned cb(int group) const { return m_groups[4 * group + 1]; }
-    unsigned cr(int group) const { return m_groups[4 * group + 3]; }
+    static GroupPair unpacked(const PackedGroups& groups)
+    {
+        const PackedGroups zeros(0);
+        // clang-format off
+        return {groups.shuffled<0, 16, 16, 16, 2, 16, 16, 16, 4, 16, 16, 16, 6, 16, 16, 16>(zeros).bits<std::int32_t>(),
+                groups.shuffled<1, 16, 16, 16, 3, 16, 16, 16, 5, 16, 16, 16, 7, 16, 16, 16>(zeros).bits<std::int32_t>(),
+                {},
+                {}};
+        // clang-format on
+    }
 
     static PackedGroups packed(const GroupPair& codes)
     {
@@ -47,9 +49,6 @@ public:
         return narrowed(halves, halves)
             .shuffled<0, 4, 1, 5, 2, 6, 3, 7, 8, 9, 10, 11, 12, 13, 14, 15>();
     }
-
-private:
-    const std::uint8_t* m_groups;
 };
 
 // The top eight of 10 bits of Cb, left Y, Cr and right Y in four bytes; a fifth byte has their low
@@ -58,24 +57,17 @@ template <>
 class GroupCodes<Zeq422>
 {
 public:
-    GroupCodes(const std::uint8_t* groups, int groupCount)
+    static GroupPair unpacked(const PackedGroups& groups)
     {
-        auto* codes = m_codes.data();
-        for (; groupCount >= 2; groupCount -= 2) {
-            unpack(groups).store(codes);
-            groups += 2 * Zeq422::bytes;
-            codes += 8;
-        }
-        if (groupCount == 1) {
-            std::array<std::uint8_t, 2 * Zeq422::bytes> last{};
-            std::copy_n(groups, Zeq422::bytes, last.begin());
-            unpack(last.data()).store(codes);
-        }
+        // The byte of a code twice, and the fifth byte.
+        const auto top =
+            groups.shuffled<0, 0, 1, 1, 2, 2, 3, 3, 5, 5, 6, 6, 7, 7, 8, 8>().bits<std::uint16_t>();
+        const auto low =
+            groups.shuffled<4, 4, 4, 4, 4, 4, 4, 4, 9, 9, 9, 9, 9, 9, 9, 9>().bits<std::uint16_t>();
+        const auto lowBits = ((low & Halves(0xFF00)) * Halves({1, 4, 16, 64, 1, 4, 16, 64})) >> 14;
+        const auto codes = (((top >> 6) & Halves(0x3FC)) | lowBits).bits<std::int32_t>();
+        return {codes >> 16, codes & GroupPair::Codes(0xFFFF), {}, {}};
     }
-
-    unsigned luma(int group, int pixel) const { return m_codes[4 * group + 1 + 2 * pixel]; }
-    unsigned cb(int group) const { return m_codes[4 * group]; }
-    unsigned cr(int group) const { return m_codes[4 * group + 2]; }
 
     static PackedGroups packed(const GroupPair& codes)
     {
@@ -91,22 +83,7 @@ public:
     }
 
 private:
-    using Bytes = Vector<std::uint8_t, 8>;
     using Halves = Vector<std::uint16_t, 8>;
-
-    static Halves unpack(const std::uint8_t* groups)
-    {
-        // Bytes 8 and 9 are in lanes 14 and 15. The byte of a code twice, and the fifth byte.
-        const auto bytes = joined(Bytes::load(groups), Bytes::load(groups + 2));
-        const auto top = bytes.shuffled<0, 0, 1, 1, 2, 2, 3, 3, 5, 5, 6, 6, 7, 7, 14, 14>()
-                             .bits<std::uint16_t>();
-        const auto low = bytes.shuffled<4, 4, 4, 4, 4, 4, 4, 4, 15, 15, 15, 15, 15, 15, 15, 15>()
-                             .bits<std::uint16_t>();
-        const auto lowBits = ((low & Halves(0xFF00)) * Halves({1, 4, 16, 64, 1, 4, 16, 64})) >> 14;
-        return ((top >> 6) & Halves(0x3FC)) | lowBits;
-    }
-
-    std::array<std::uint16_t, 4 * groupsAtOnce> m_codes;
 };
 
 // Two little-endian 32-bit words. From the top down: Cr (10 bits), Y (12) and alpha (10) of the
@@ -116,14 +93,17 @@ template <>
 class GroupCodes<Zeq4224Hybrid>
 {
 public:
-    GroupCodes(const std::uint8_t* groups, int) : m_groups(groups) {}
-
-    unsigned luma(int group, int pixel) const { return word(group, 1 - pixel) >> 10 & 0xFFF; }
-    unsigned cb(int group) const { return word(group, 1) & 0x3FF; }
-    unsigned cr(int group) const { return word(group, 0) >> 22; }
-    unsigned alpha(int group, int pixel) const
+    static GroupPair unpacked(const PackedGroups& groups)
     {
-        return pixel == 0 ? word(group, 1) >> 22 : word(group, 0) & 0x3FF;
+        using Words = Vector<std::uint32_t, 4>;
+        const auto words = groups.bits<std::uint32_t>();
+        const auto top = (words >> 22).bits<std::int32_t>();
+        const auto middle = ((words >> 10) & Words(0xFFF)).bits<std::int32_t>();
+        const auto low = (words & Words(0x3FF)).bits<std::int32_t>();
+        return {.luma = middle.shuffled<1, 0, 3, 2>(),
+                .chroma = low.shuffled<1, 4, 3, 6>(top),
+                .lumaBelow = {},
+                .alpha = top.shuffled<1, 4, 3, 6>(low)};
     }
 
     static PackedGroups packed(const GroupPair& codes)
@@ -133,14 +113,6 @@ public:
         const auto low = codes.alpha.shuffled<1, 4, 3, 6>(codes.chroma);
         return (top << 22 | middle << 10 | low).bits<std::uint8_t>();
     }
-
-private:
-    std::uint32_t word(int group, int which) const
-    {
-        return littleEndianWord(m_groups + 8 * group + 4 * which);
-    }
-
-    const std::uint8_t* m_groups;
 };
 
 // Cb, Cr, and Y of two rows of two pixels; 8 bits each.
@@ -148,11 +120,16 @@ template <>
 class GroupCodes<Zeq420>
 {
 public:
-    GroupCodes(const std::uint8_t* groups, int) : m_groups(groups) {}
-
-    unsigned luma(int group, int pixel) const { return m_groups[6 * group + 2 + pixel]; }
-    unsigned cb(int group) const { return m_groups[6 * group]; }
-    unsigned cr(int group) const { return m_groups[6 * group + 1]; }
+    static GroupPair unpacked(const PackedGroups& groups)
+    {
+        const PackedGroups zeros(0);
+        // clang-format off
+        return {groups.shuffled<2, 16, 16, 16, 3, 16, 16, 16, 8, 16, 16, 16,  9, 16, 16, 16>(zeros).bits<std::int32_t>(),
+                groups.shuffled<0, 16, 16, 16, 1, 16, 16, 16, 6, 16, 16, 16,  7, 16, 16, 16>(zeros).bits<std::int32_t>(),
+                groups.shuffled<4, 16, 16, 16, 5, 16, 16, 16, 10, 16, 16, 16, 11, 16, 16, 16>(zeros).bits<std::int32_t>(),
+                {}};
+        // clang-format on
+    }
 
     static PackedGroups packed(const GroupPair& codes)
     {
@@ -160,9 +137,6 @@ public:
                         narrowed(codes.lumaBelow, codes.lumaBelow))
             .shuffled<4, 5, 0, 1, 8, 9, 6, 7, 2, 3, 10, 11, 12, 13, 14, 15>();
     }
-
-private:
-    const std::uint8_t* m_groups;
 };
 
 }

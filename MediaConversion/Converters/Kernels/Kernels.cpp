@@ -6,23 +6,34 @@ namespace MediaConversion {
 
 namespace {
 
-template <Level level>
+// Of which level the kernels of each family are.
+template <Level rgb, Level yCbCrDecoding, Level yCbCrEncoding, Level blocks>
 const Kernels& kernelsOf()
 {
-    using Rows = KernelsOf<level>;
-    static constinit const Kernels kernels{Rows::unpackRgb.data(),    Rows::packRgb.data(),
-                                           Rows::decodeYCbCr.data(),  Rows::encodeYCbCr.data(),
-                                           Rows::decodeBlocks.data(), Rows::encodeBlocks.data()};
+    static constinit const Kernels kernels{
+        KernelsOf<rgb>::unpackRgb.data(),
+        KernelsOf<rgb>::packRgb.data(),
+        KernelsOf<yCbCrDecoding>::decodeYCbCr.data(),
+        KernelsOf<yCbCrEncoding>::encodeYCbCr.data(),
+        KernelsOf<blocks>::decodeBlocks.data(),
+        KernelsOf<blocks>::encodeBlocks.data(),
+    };
     return kernels;
 }
 
 const Kernels& kernelsOf(Level level)
 {
+    using enum Level;
+    // clang-format off
+    //                     RGB       from and to YCbCr   blocks
 #if defined(__x86_64__)
-    if (level == Level::Avx2)
-        return kernelsOf<Level::Avx2>();
+    if (level == Avx512)
+        return kernelsOf<Avx2,     Avx512,   Avx2,     Avx2>();
+    if (level == Avx2)
+        return kernelsOf<Avx2,     Avx2,     Avx2,     Avx2>();
 #endif
-    return kernelsOf<Level::Baseline>();
+    return     kernelsOf<Baseline, Baseline, Baseline, Baseline>();
+    // clang-format on
 }
 
 std::atomic<const Kernels*>& kernelsInUse()
@@ -36,6 +47,9 @@ std::atomic<const Kernels*>& kernelsInUse()
 Level bestLevel()
 {
 #if defined(__x86_64__)
+    if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
+        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        return Level::Avx512;
     if (__builtin_cpu_supports("avx2"))
         return Level::Avx2;
 #endif

@@ -8,6 +8,7 @@ enum class Level
 {
     Baseline,  // what every machine of the architecture has
     Avx2,
+    Avx512,  // F, BW, DQ and VL
 };
 
 // The best level of this machine.

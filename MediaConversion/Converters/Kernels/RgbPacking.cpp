@@ -58,9 +58,13 @@ PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels
     if constexpr (type == ChannelType::U8) {
         return sampleOfByte<bits>(pair.template as<std::uint16_t>());
     } else if constexpr (type == ChannelType::F32) {
-        const auto clampedPair = min(max(pair, PixelPair<float>(0)), PixelPair<float>(1));
-        return narrowed(quantised<bits>(lowerHalf(clampedPair).template as<double>()),
-                        quantised<bits>(upperHalf(clampedPair).template as<double>()));
+        // The product of a float is exact and has one tie, at a half, where the even number is the
+        // upper one. A NaN stays one and becomes 0 as it is narrowed.
+        const auto sample = [](const Vector<float, 4>& pixel) {
+            const DoublePixel largest(largestSample<bits>);
+            return rounded(min(largest, pixel.as<double>() * largest));
+        };
+        return narrowed(sample(lowerHalf(pair)), sample(upperHalf(pair)));
     } else {
         const auto integers = pair.template as<std::int32_t>();
         const auto fraction = [](const Vector<std::int32_t, 4>& pixel) {

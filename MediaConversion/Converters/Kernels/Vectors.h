@@ -5,8 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <bit>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <type_traits>
 #include <utility>
@@ -24,7 +26,10 @@ static_assert(std::endian::native == std::endian::little,
               "lanes are taken from and put into little-endian words");
 
 // The level that this source is compiled for.
-#if defined(__AVX2__)
+#if defined(__AVX512BW__)
+inline constexpr Level compiledLevel = Level::Avx512;
+inline constexpr int registerBytes = 64;
+#elif defined(__AVX2__)
 inline constexpr Level compiledLevel = Level::Avx2;
 inline constexpr int registerBytes = 32;
 #else
@@ -52,6 +57,15 @@ template <class R>
 inline R smaller(R one, R other)
 {
     return one < other ? one : other;
+}
+
+// The bytes of the one where the mask's have their highest bit set, those of the other elsewhere.
+template <class R>
+inline R chosen(R mask, R one, R other)
+{
+    using SignedBytes = typename Register<std::int8_t, sizeof(R)>::Type;
+    const auto bytesOf = [](R values) { return reinterpret_cast<SignedBytes>(values); };
+    return reinterpret_cast<R>(bytesOf(mask) < 0 ? bytesOf(one) : bytesOf(other));
 }
 
 template <class To, class From>
@@ -94,6 +108,10 @@ template <> inline Floats8   concatenated<Floats8>(Floats4 one, Floats4 other) {
 template <> inline Doubles4  converted<Doubles4>(Floats4 values)    { return _mm256_cvtps_pd(values); }
 template <> inline Doubles4  converted<Doubles4>(Integers4 values)  { return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(values)); }
 template <> inline Integers8 converted<Integers8>(Halves8 values)  { return reinterpret_cast<Integers8>(_mm256_cvtepu16_epi32(reinterpret_cast<__m128i>(values))); }
+#endif
+#if defined(__AVX512F__)
+using Doubles8 = Register<double, 8>::Type;
+template <> inline Doubles8  converted<Doubles8>(Integers8 values)  { return _mm512_cvtepi32_pd(reinterpret_cast<__m256i>(values)); }
 #endif
 // clang-format on
 #endif
@@ -145,6 +163,9 @@ public:
     friend Vector operator>(const Vector& a, const Vector& b) { return each([](Part x, Part y) -> Part { return x > y; }, a, b); }
     friend Vector max(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return larger<Part>(x, y); }, a, b); }
     friend Vector min(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return smaller<Part>(x, y); }, a, b); }
+    friend Vector chosen(const Vector& mask, const Vector& one, const Vector& other) { return each([](Part m, Part x, Part y) { return chosen<Part>(m, x, y); }, mask, one, other); }
+    // For integers.
+    friend Vector abs(const Vector& a)                         { return each([](Part x) -> Part { return x > Part{} ? x : -x; }, a); }
     // clang-format on
 
     // The same values as another type, cut toward zero. Integers have to fit.
@@ -152,16 +173,21 @@ public:
     Vector<U, count> as() const
     {
         using Result = Vector<U, count>;
-        if constexpr (parts == 1 && Result::parts == 1) {
+        if constexpr (parts == 1 && Result::parts == 1)
             return Result(converted<typename Result::Part>(m_parts[0]));
-        } else {
-            std::array<T, count> values;
-            store(values.data());
-            std::array<U, count> results;
-            for (std::size_t lane = 0; lane < count; ++lane)
-                results[lane] = static_cast<U>(values[lane]);
-            return Result(results);
-        }
+        else
+            return half<0>().template as<U>().followedBy(half<1>().template as<U>());
+    }
+
+    // The lower half of the lanes, or the upper.
+    template <int which>
+    Vector<T, count / 2> half() const
+    {
+        using Result = Vector<T, count / 2>;
+        if constexpr (parts == 1)
+            return Result(split<which>(m_parts[0], std::make_integer_sequence<int, count / 2>{}));
+        else
+            return Result::load(&m_parts[which * parts / 2]);
     }
 
     // The same bytes as lanes of another type.
@@ -212,6 +238,12 @@ private:
 
     explicit Vector(const Part& only) : m_parts{only} {}
 
+    template <int which, int... lanes>
+    static auto split(const Part& part, std::integer_sequence<int, lanes...>)
+    {
+        return __builtin_shufflevector(part, part, which * count / 2 + lanes...);
+    }
+
     template <class Operation, class... Vectors>
     static Vector each(Operation operation, const Vectors&... vectors)
     {
@@ -231,19 +263,39 @@ Vector<T, 2 * count> joined(const Vector<T, count>& one, const Vector<T, count>&
     return one.followedBy(other);
 }
 
-template <class T>
-Vector<T, 4> lowerHalf(const Vector<T, 8>& vector)
+template <class T, int count>
+Vector<T, count / 2> lowerHalf(const Vector<T, count>& vector)
 {
-    return vector.template shuffled<0, 1, 2, 3>();
+    return vector.template half<0>();
 }
 
-template <class T>
-Vector<T, 4> upperHalf(const Vector<T, 8>& vector)
+template <class T, int count>
+Vector<T, count / 2> upperHalf(const Vector<T, count>& vector)
 {
-    return vector.template shuffled<4, 5, 6, 7>();
+    return vector.template half<1>();
 }
 
-// Integers in half the bits, one vector behind the other. They have to fit.
+// The whole numbers nearest to values, the even one where two are; out of range or not a number, a
+// negative one.
+inline Vector<std::int32_t, 4> rounded(const Vector<double, 4>& values)
+{
+#if defined(__AVX2__)
+    return std::bit_cast<Vector<std::int32_t, 4>>(
+        _mm256_cvtpd_epi32(std::bit_cast<__m256d>(values)));
+#else
+    std::array<double, 4> singles;
+    values.store(singles.data());
+    std::array<std::int32_t, 4> results;
+    for (std::size_t lane = 0; lane < 4; ++lane)
+        results[lane] = std::abs(singles[lane]) < 0x7FFFFFFF
+                            ? static_cast<std::int32_t>(std::nearbyint(singles[lane]))
+                            : -1;
+    return Vector<std::int32_t, 4>(results);
+#endif
+}
+
+// Integers in half the bits, one vector behind the other. They may not be too large; negative ones
+// become 0.
 inline Vector<std::uint16_t, 8> narrowed(const Vector<std::int32_t, 4>& one,
                                          const Vector<std::int32_t, 4>& other)
 {
@@ -251,8 +303,10 @@ inline Vector<std::uint16_t, 8> narrowed(const Vector<std::int32_t, 4>& one,
     return std::bit_cast<Vector<std::uint16_t, 8>>(
         _mm_packus_epi32(std::bit_cast<__m128i>(one), std::bit_cast<__m128i>(other)));
 #else
-    return one.bits<std::uint16_t>().shuffled<0, 2, 4, 6, 8, 10, 12, 14>(
-        other.bits<std::uint16_t>());
+    const Vector<std::int32_t, 4> least(0);
+    return max(one, least)
+        .bits<std::uint16_t>()
+        .shuffled<0, 2, 4, 6, 8, 10, 12, 14>(max(other, least).bits<std::uint16_t>());
 #endif
 }
 

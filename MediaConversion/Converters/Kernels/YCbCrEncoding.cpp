@@ -1,11 +1,25 @@
 #include "MediaConversion/Converters/Kernels/GroupCodes.h"
 #include "MediaConversion/Converters/Kernels/Kernels.h"
+#include "MediaConversion/Converters/Kernels/PixelPairs.h"
 
 #include <algorithm>
 
 namespace MediaConversion {
 
 namespace {
+
+// One value for each of four neighbouring pixels.
+using Quad = Vector<double, 4>;
+
+// Four pixels, two after two, channel by channel: the first two channels, then the others.
+template <class T>
+std::array<Vector<T, 8>, 2> channelsOf(const PixelPair<T>& first, const PixelPair<T>& second)
+{
+    const auto lower = first.template shuffled<0, 8, 1, 9, 4, 12, 5, 13>(second);
+    const auto upper = first.template shuffled<2, 10, 3, 11, 6, 14, 7, 15>(second);
+    return {lower.template shuffled<0, 4, 1, 5, 2, 6, 3, 7>(),
+            upper.template shuffled<0, 4, 1, 5, 2, 6, 3, 7>()};
+}
 
 constexpr auto fractionOfByte = [] {
     std::array<double, 256> fractions{};
@@ -21,14 +35,13 @@ std::array<Quad, 4> fractions(const typename Channel<type>::Element* pixels)
 {
     std::array<Quad, 4> quads;
     if constexpr (type == ChannelType::F32 && channels == 4) {
-        std::array<Vector<float, 4>, 4> clampedPixels;
-        for (std::size_t pixel = 0; pixel < 4; ++pixel)  // 0 for NaN
-            clampedPixels[pixel] =
-                min(max(Vector<float, 4>::load(pixels + 4 * pixel), Vector<float, 4>(0)),
-                    Vector<float, 4>(1));
-        const auto floats = channelsOf(clampedPixels);
-        for (std::size_t channel = 0; channel < 4; ++channel)
-            quads[channel] = floats[channel].as<double>();
+        const auto clampedPair = [](const float* pair) {  // 0 for NaN
+            return min(max(PixelPair<float>::load(pair), PixelPair<float>(0)), PixelPair<float>(1));
+        };
+        const auto floats = channelsOf(clampedPair(pixels), clampedPair(pixels + 8));
+        quads = {
+            lowerHalf(floats[0]).template as<double>(), upperHalf(floats[0]).template as<double>(),
+            lowerHalf(floats[1]).template as<double>(), upperHalf(floats[1]).template as<double>()};
     } else {
         for (std::size_t channel = 0; channel < channels; ++channel) {
             const auto gathered = [&](auto fraction) {
@@ -74,10 +87,12 @@ struct YCbCrQuad
     Quad rightChroma() const { return cb.shuffled<1, 5, 3, 7>(cr); }
 };
 
-// The codes of values, cut to the width of their fields but not clamped.
-Vector<std::int32_t, 4> codes(const Quad& values, unsigned max)
+// The codes of sums of `count` values, a power of two, cut to the width of their fields but not
+// clamped. To divide by such a count first would not round another way.
+Vector<std::int32_t, 4> codes(const Quad& sums, unsigned max, int count = 1)
 {
-    return (values * Quad(max) + Quad(0.5)).as<std::int32_t>() &
+    const auto scale = static_cast<double>(max) / count;
+    return (sums * Quad(scale) + Quad(0.5)).as<std::int32_t>() &
            Vector<std::int32_t, 4>(static_cast<std::int32_t>(max));
 }
 
@@ -93,18 +108,20 @@ GroupPair groupsOf(const std::uint8_t* pixels, std::size_t rowStep)
     const auto top = quad(0);
     GroupPair groups{
         .luma = codes(top.luma, Packing::lumaMax), .chroma = {}, .lumaBelow = {}, .alpha = {}};
-    auto chroma = top.leftChroma();
+    const auto average = [](const Quad& sums, int count) {
+        return codes(sums, Packing::chromaMax, count);
+    };
     if constexpr (Packing::hasAlpha) {
         groups.alpha = codes(top.alpha, Packing::chromaMax);
+        groups.chroma = average(top.leftChroma(), 1);
     } else if constexpr (Packing::rows == 1) {
-        chroma = (chroma + top.rightChroma()) * Quad(0.5);
+        groups.chroma = average(top.leftChroma() + top.rightChroma(), 2);
     } else {
         const auto bottom = quad(1);
         groups.lumaBelow = codes(bottom.luma, Packing::lumaMax);
-        chroma =
-            (chroma + top.rightChroma() + bottom.leftChroma() + bottom.rightChroma()) * Quad(0.25);
+        groups.chroma = average(
+            top.leftChroma() + top.rightChroma() + bottom.leftChroma() + bottom.rightChroma(), 4);
     }
-    groups.chroma = codes(chroma, Packing::chromaMax);
     return groups;
 }
 
