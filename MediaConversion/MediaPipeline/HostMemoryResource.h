@@ -9,7 +9,10 @@ namespace Velmora {
 template <class Resource>
 class SelfPruningMemoryPool;
 
-// An uninitialised block of the general heap. Only a pool makes one.
+// An uninitialised block of the general heap. Only a pool makes one. As a pool lends the idle
+// resource with the lowest address that is large enough, resources lie in the order of their
+// sizes: what is lent is the tightest block, and none is taken for a small matrix while a large one
+// would need it next.
 class HostMemoryResource final : public IMemoryResource
 {
 public:
@@ -21,6 +24,14 @@ public:
     std::byte* data() override { return m_data; }
     std::uint64_t size() const override { return m_size; }
     IMemoryPool* pool() const override { return m_pool; }
+
+    // Gives a new block its pages, on several threads. Whoever writes first would otherwise wait
+    // for each page by itself, and a file is read by one thread only.
+    void populate() noexcept;
+
+    static void* operator new(std::size_t bytes, BlockSize block);
+    static void operator delete(void* address);
+    static void operator delete(void* address, BlockSize) { operator delete(address); }
 
 private:
     friend class SelfPruningMemoryPool<HostMemoryResource>;

@@ -7,6 +7,13 @@ namespace Velmora {
 
 class IMemoryPool;
 
+// The size of the block for which a resource is made. A resource that is allocated with it chooses
+// its own address.
+struct BlockSize
+{
+    std::uint64_t bytes;
+};
+
 // One block of memory of fixed size, owned by the pool that made it.
 class IMemoryResource
 {

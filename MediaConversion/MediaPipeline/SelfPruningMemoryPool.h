@@ -12,7 +12,9 @@ namespace Velmora {
 
 // Keeps the large blocks of a clip's frames alive between frames. Every acquisition ages the blocks
 // that lie idle; one that has seen three acquisitions go by is freed. `Resource` is constructed
-// from the pool and a size in bytes.
+// from the pool and a size in bytes. With an operator new for a BlockSize it has a say in where it
+// lies, and so in which block is lent. Its `populate`, if it has one, is called once, without the
+// pool's lock.
 template <class Resource>
 class SelfPruningMemoryPool final : public IMemoryPool
 {
@@ -26,11 +28,15 @@ public:
     // may be, and makes one of exactly the size asked for if there is none.
     IMemoryResource* acquire(std::uint64_t size) override
     {
-        const std::lock_guard lock(m_resourcesMutex);
-        IMemoryResource* const resource = reuse(size);
-        IMemoryResource* const lent = resource ? resource : create(size);
+        std::unique_lock lock(m_resourcesMutex);
+        IMemoryResource* const reused = reuse(size);
+        Resource* const created = reused ? nullptr : create(size);
         prune();
-        return lent;
+        lock.unlock();
+        if constexpr (requires { created->populate(); })
+            if (created)
+                created->populate();
+        return reused ? reused : created;
     }
 
     void release(IMemoryResource* resource) override
@@ -69,12 +75,20 @@ private:
         return nullptr;
     }
 
-    IMemoryResource* create(std::uint64_t size)
+    Resource* create(std::uint64_t size)
     {
-        std::unique_ptr<Resource> resource(new Resource(this, size));
-        IMemoryResource* const address = resource.get();
+        std::unique_ptr<Resource> resource(newResource(size));
+        Resource* const address = resource.get();
         m_resources.emplace(address, Entry{std::move(resource), 1, 0});
         return address;
+    }
+
+    Resource* newResource(std::uint64_t size)
+    {
+        if constexpr (requires { Resource::operator new (sizeof(Resource), BlockSize{size}); })
+            return new (BlockSize{size}) Resource(this, size);
+        else
+            return new Resource(this, size);
     }
 
     void prune()

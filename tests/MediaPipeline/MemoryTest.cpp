@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <set>
 #include <string>
+#include <vector>
 
 namespace Velmora {
 namespace {
@@ -68,6 +70,32 @@ TEST(SelfPruningMemoryPool, doesAsItsModelInARandomSequence)
     }
     pool.reset();
     EXPECT_EQ(CountingResource::alive, 0);
+}
+
+// Sizes an eighth apart, of the least of which there were too many blocks before.
+TEST(HostMemoryResource, isLentWhereItFitsTightest)
+{
+    std::vector<std::uint64_t> sizes(1, 1000);
+    while (sizes.size() < 40)
+        sizes.push_back(sizes.back() * 9 / 8 + 1);
+    {
+        SelfPruningMemoryPool<HostMemoryResource> pool;
+        std::set<const std::byte*> blocks;
+        while (blocks.size() < 600)
+            ASSERT_TRUE(blocks.insert(pool.acquire(1000)->data()).second);
+    }
+    auto made = sizes;
+    std::mt19937 random(1);
+    for (const auto size : sizes) {
+        SelfPruningMemoryPool<HostMemoryResource> pool;
+        std::vector<IMemoryResource*> lent;
+        std::ranges::shuffle(made, random);
+        for (const auto each : made)
+            lent.push_back(pool.acquire(each));
+        for (auto* const resource : lent)
+            pool.release(resource);
+        EXPECT_EQ(pool.acquire(size)->size(), size);
+    }
 }
 
 PooledBuffer bufferHolding(const std::string& text, const std::shared_ptr<IMemoryPool>& pool)

@@ -1,0 +1,88 @@
+#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+
+#include <sys/mman.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <bit>
+#include <exception>
+#include <functional>
+#include <thread>
+#include <vector>
+
+namespace Velmora {
+
+namespace {
+
+// A place for a resource, not for its block.
+struct Slot
+{
+    alignas(HostMemoryResource) std::byte resource[sizeof(HostMemoryResource)];
+    std::atomic<bool> isTaken;
+};
+
+// Sizes are told apart by their four leading bits, so that those of a class differ by less than an
+// eighth. With three, some clips that follow one of another size keep needing new blocks.
+constexpr int leadingBits = 4;
+
+constexpr std::size_t sizeClass(std::uint64_t size)
+{
+    const int shift = std::max(static_cast<int>(std::bit_width(size)) - leadingBits, 0);
+    return static_cast<std::size_t>(shift << (leadingBits - 1)) + (size >> shift);
+}
+
+// Each reader holds a frame, and pictures of one size are of one class: room for many readers. All
+// zeros, the table costs address space only. Never destroyed: resources may outlive static objects.
+constexpr std::size_t slotsPerClass = 256;
+constinit std::array<std::array<Slot, slotsPerClass>, sizeClass(UINT64_MAX) + 1> slots{};
+
+bool isSlot(const void* address)
+{
+    return !std::less<>()(address, slots.begin()) && std::less<>()(address, slots.end());
+}
+
+// A smaller block has its pages before a second thread has started.
+constexpr std::uint64_t leastPopulatedSize = 1 << 22;
+constexpr unsigned mostThreads = 4;
+
+}
+
+void HostMemoryResource::populate() noexcept
+try {
+    if (m_size < leastPopulatedSize)
+        return;
+    // The pages that are the block's alone, in pieces of whole pages.
+    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+    const auto start = reinterpret_cast<std::uintptr_t>(m_data);
+    const auto end = (start + m_size) / pageSize * pageSize;
+    const auto pieces = std::clamp(std::thread::hardware_concurrency(), 1u, mostThreads);
+    const auto piece = (end - start) / pieces / pageSize * pageSize + pageSize;
+    std::vector<std::jthread> threads;
+    for (auto first = (start + pageSize - 1) / pageSize * pageSize; first < end; first += piece)
+        threads.emplace_back(::madvise, reinterpret_cast<void*>(first),
+                             std::min(piece, end - first), MADV_POPULATE_WRITE);
+} catch (const std::exception&) {
+    // Nothing is lost: pages come when they are written.
+}
+
+// Without a free slot the resource may lie anywhere: the pool then works as well, but may have to
+// make blocks that it had.
+void* HostMemoryResource::operator new(std::size_t bytes, BlockSize block)
+{
+    for (auto& slot : slots[sizeClass(block.bytes)])
+        if (!slot.isTaken.exchange(true))
+            return slot.resource;
+    return ::operator new(bytes);
+}
+
+void HostMemoryResource::operator delete(void* address)
+{
+    if (isSlot(address))
+        static_cast<Slot*>(address)->isTaken = false;
+    else
+        ::operator delete(address);
+}
+
+}
