@@ -1,9 +1,9 @@
 #include "MediaConversion/Errors.h"
 #include "tools/Commands.h"
 #include "tools/CommonArguments.h"
+#include "tools/EndingSignals.h"
 #include "tools/FrameConversion.h"
 #include "tools/PictureTypes.h"
-#include "tools/StagedFile.h"
 
 #include <filesystem>
 #include <iostream>
@@ -137,7 +137,7 @@ int run(const Options& options)
                         }});
     }
 
-    const StagingScope staging;
+    removeUnfinishedFilesOnSignals();
     const auto failures = runJobs(jobs, options.jobs);
     if (!options.jobs.isQuiet && plan.size() > 1)
         std::cout << jobs.size() - failures << " converted, " << skipped << " skipped, " << failures

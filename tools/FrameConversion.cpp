@@ -1,13 +1,12 @@
 #include "tools/FrameConversion.h"
 
 #include "MediaConversion/Errors.h"
-#include "MediaConversion/MediaFile/FileNames.h"
 #include "tools/Command.h"
 #include "tools/Files.h"
 #include "tools/OpenFile.h"
+#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
-#include "tools/StagedFile.h"
 
 #include <opencv2/core.hpp>
 
@@ -53,12 +52,7 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const MediaForma
     const auto reservation = budget.reserve(contents.byteCount + floatByteCount(contents) +
                                             floatByteCount(contents) / 4);
     const auto frame = converted(withLimitedHighlights(file.readFrame()), format.frameFormat);
-
-    StagedFile staged(output);
-    MediaConversion::VelmoraMediaFileWriter().write(
-        MediaConversion::wideFileName(staged.fileName()),
-        dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
-    staged.commit();
+    writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
 void writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
@@ -70,10 +64,10 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
                                    : losslessDepth(type, contents.depth, hasAlpha);
     const auto reservation =
         budget.reserve(contents.byteCount + floatByteCount(contents) + floatByteCount(contents));
-
-    StagedFile staged(output);
-    pictureModule().write(staged.fileName(), readPicture(file), {hasAlpha, depth});
-    staged.commit();
+    auto picture = readPicture(file);
+    writeOutput(output, [&](const std::string& name) {
+        pictureModule().write(name, std::move(picture), {hasAlpha, depth});
+    });
 }
 
 }

@@ -1,6 +1,7 @@
 #include "tools/Jobs.h"
 
 #include "tools/Command.h"
+#include "tools/OutputFile.h"
 #include "tools/Progress.h"
 #include "tools/Report.h"
 
@@ -53,9 +54,12 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
             try {
                 job.run(budget);
                 progress.succeeded(job.result);
+            } catch (const OutputError& error) {
+                ++failures;
+                progress.failed(error.what());
             } catch (const std::exception& error) {
                 ++failures;
-                progress.failed(job.name, error.what());
+                progress.failed(job.name + ": " + error.what());
             }
         }
     };

@@ -31,12 +31,12 @@ void Progress::succeeded(const std::string& line)
     showBar();
 }
 
-void Progress::failed(const std::string& name, const std::string& text)
+void Progress::failed(const std::string& text)
 {
     const std::lock_guard lock(m_outputMutex);
     ++m_done;
     hideBar();
-    reportError(name, text);
+    reportError(text);
     showBar();
 }
 

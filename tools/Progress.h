@@ -19,7 +19,7 @@ public:
     Progress& operator=(const Progress&) = delete;
 
     void succeeded(const std::string& line);
-    void failed(const std::string& name, const std::string& text);
+    void failed(const std::string& text);
 
 private:
     void showBar() const;

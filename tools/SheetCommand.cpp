@@ -1,13 +1,13 @@
 #include "tools/Commands.h"
 #include "tools/CommonArguments.h"
+#include "tools/EndingSignals.h"
+#include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/OpenFile.h"
+#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
-#include "tools/StagedFile.h"
-
-#include "tools/Files.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -63,7 +63,7 @@ int run(const Options& options)
 {
     if (!findPictureType(extensionOf(options.output)))
         throw UsageError(options.output + ": files of this kind are not written");
-    const StagingScope staging;
+    removeUnfinishedFilesOnSignals();
     const auto sheet = pictureModule().createContactSheet();
     int shown = 0;
     int failures = 0;
@@ -77,9 +77,7 @@ int run(const Options& options)
         }
     }
     if (shown > 0) {
-        StagedFile staged(options.output);
-        sheet->write(staged.fileName());
-        staged.commit();
+        writeOutput(options.output, [&](const std::string& name) { sheet->write(name); });
         std::cout << options.output << ": " << shown << (shown == 1 ? " file\n" : " files\n");
     }
     return failures ? ExitStatus::failure : ExitStatus::success;

@@ -1,9 +1,10 @@
 #include "tools/Commands.h"
 #include "tools/CommonArguments.h"
 #include "tools/ConversionPlan.h"
+#include "tools/EndingSignals.h"
 #include "tools/OpenFile.h"
+#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
-#include "tools/StagedFile.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -64,9 +65,9 @@ void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& 
         picture = reduced(picture, {std::max(1, cvRound(picture.cols * scale)),
                                     std::max(1, cvRound(picture.rows * scale))});
     }
-    StagedFile staged(conversion.output);
-    pictureModule().write(staged.fileName(), picture, {contents.hasAlpha, SampleDepth::U8});
-    staged.commit();
+    writeOutput(conversion.output, [&](const std::string& name) {
+        pictureModule().write(name, picture, {contents.hasAlpha, SampleDepth::U8});
+    });
 }
 
 int run(const Options& options)
@@ -83,7 +84,7 @@ int run(const Options& options)
                         [&conversion, size](MemoryBudget& budget) {
                             makeThumbnail(conversion, size, budget);
                         }});
-    const StagingScope staging;
+    removeUnfinishedFilesOnSignals();
     return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
 }
 

@@ -5,21 +5,48 @@
 #include "MediaConversion/MediaFile/Hexadecimal.h"
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 #include <filesystem>
+#include <mutex>
 #include <random>
+#include <set>
 #include <system_error>
-#include <utility>
+#include <thread>
 
 namespace MediaConversion {
+
+using namespace std::chrono_literals;
 
 namespace {
 
 constexpr mode_t allPermissions = S_IRWXU | S_IRWXG | S_IRWXO;
 constexpr mode_t newFilePermissions = S_IRUSR | S_IWUSR | S_IRGRP | S_IWGRP | S_IROTH | S_IWOTH;
+
+// The temporary names of all threads, each from just before its file is created, for one thread at
+// a time. Never destroyed: threads may outlast the rest of the program.
+struct UnfinishedFiles
+{
+    UnfinishedFiles() : lock(mutex()) {}
+
+    static std::mutex& mutex()
+    {
+        static auto& mutex = *new std::mutex;
+        return mutex;
+    }
+    static std::set<std::string>& allNames()
+    {
+        static auto& names = *new std::set<std::string>;
+        return names;
+    }
+
+    std::unique_lock<std::mutex> lock;
+    std::set<std::string>& names = allNames();
+};
 
 [[noreturn]] void failWith(int error)
 {
@@ -48,22 +75,28 @@ std::string checkedName(const std::wstring& fileName)
 }
 
 // Of fixed length, as the file's own name may be as long as a name can be.
-std::string temporaryNameBeside(const std::string& fileName)
+std::string temporaryNameBeside(const std::string& fileName, const std::string& extension)
 {
     std::random_device random;
     const auto folder = fileName.substr(0, fileName.rfind('/') + 1);
-    return folder + ".zeq." + hexadecimal(random()) + hexadecimal(random()) + ".tmp";
+    return folder + ".zeq." + hexadecimal(random()) + hexadecimal(random()) + ".tmp" + extension;
 }
 
 }
 
-AtomicFile::AtomicFile(const std::wstring& fileName) : m_name(checkedName(fileName))
+// What fails here runs the destructor, as another constructor has finished.
+AtomicFile::AtomicFile(const std::wstring& fileName, const std::string& extension)
+    : AtomicFile(checkedName(fileName))
 {
     findTarget();
-    m_temporaryName = temporaryNameBeside(m_name);
-    m_descriptor = completed([this] {
+    m_temporaryName = temporaryNameBeside(m_name, extension);
+    UnfinishedFiles unfinished;
+    unfinished.names.insert(m_temporaryName);
+    // Whatever the permissions will be, it can be opened once more to be written by name.
+    const auto permissions = m_permissions.value_or(newFilePermissions) | S_IWUSR;
+    m_descriptor = completed([&] {
         return ::open(m_temporaryName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
-                      m_permissions.value_or(newFilePermissions));
+                      permissions);
     });
 }
 
@@ -71,8 +104,11 @@ AtomicFile::~AtomicFile()
 {
     if (m_descriptor >= 0)
         ::close(m_descriptor);
-    if (!m_temporaryName.empty())
-        ::unlink(m_temporaryName.c_str());
+    if (m_temporaryName.empty())
+        return;
+    UnfinishedFiles unfinished;
+    ::unlink(m_temporaryName.c_str());
+    unfinished.names.erase(m_temporaryName);
 }
 
 void AtomicFile::write(std::span<const std::byte> bytes)
@@ -93,8 +129,24 @@ void AtomicFile::commit()
     // An interrupted close has closed the file.
     if (::close(std::exchange(m_descriptor, -1)) != 0 && errno != EINTR)
         failWith(errno);
+    UnfinishedFiles unfinished;
     completed([this] { return ::rename(m_temporaryName.c_str(), m_name.c_str()); });
+    unfinished.names.erase(m_temporaryName);
     m_temporaryName.clear();
+}
+
+void AtomicFile::removeUnfinished()
+{
+    UnfinishedFiles unfinished;
+    unfinished.lock.release();
+    constexpr rlimit none{.rlim_cur = 0, .rlim_max = 0};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    // A thread that was just opening its file by name brings it back once.
+    for (const auto pause : {10ms, 20ms, 0ms}) {
+        for (const auto& name : unfinished.names)
+            ::unlink(name.c_str());
+        std::this_thread::sleep_for(pause);
+    }
 }
 
 // What stands under the name: nothing yet, or a file that may be replaced.

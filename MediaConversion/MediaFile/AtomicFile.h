@@ -6,10 +6,11 @@
 
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace MediaConversion {
 
-// Grows in the folder of its name, under a hidden, random one (".zeq.*.tmp") that only a killed
+// Grows in the folder of its name, under a hidden, random one (".zeq.*.tmp*") that only a killed
 // process leaves behind. A file that is replaced passes on its permissions, but neither its owner
 // nor its other hard links; one that must not be written is not replaced. Of a symbolic link the
 // file behind it is replaced. A link to nothing is refused, and so is all else that is no regular
@@ -17,8 +18,8 @@ namespace MediaConversion {
 class AtomicFile final : public IAtomicFile
 {
 public:
-    // A new, empty file that is to stand under this name.
-    explicit AtomicFile(const std::wstring& fileName);
+    // A new, empty file that is to stand under this name. The temporary one ends in `extension`.
+    explicit AtomicFile(const std::wstring& fileName, const std::string& extension = "");
     ~AtomicFile() override;
 
     AtomicFile(const AtomicFile&) = delete;
@@ -27,7 +28,17 @@ public:
     void write(std::span<const std::byte> bytes) override;
     void commit() override;
 
+    // For libraries that write files by name. What they write there counts as written.
+    const std::string& temporaryName() const { return m_temporaryName; }
+
+    // Takes away the files of all threads that have not got their names. For a program that is
+    // about to be ended by a signal: no file can be opened any more, and a thread that would
+    // create, finish or destroy an AtomicFile waits for ever.
+    static void removeUnfinished();
+
 private:
+    explicit AtomicFile(std::string name) : m_name(std::move(name)) {}
+
     void findTarget();
 
     std::string m_name;

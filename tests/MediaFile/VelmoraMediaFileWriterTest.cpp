@@ -3,7 +3,6 @@
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
-#include "MediaConversion/MediaPipeline/Formats.h"
 #include "tests/MediaFile/ReaderFixture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 
@@ -11,17 +10,11 @@
 #include <sys/stat.h>
 
 #include <csignal>
-#include <fstream>
 
 using namespace MediaConversion;
 using namespace MediaFileTests;
 using namespace Velmora::Formats;
 namespace fs = std::filesystem;
-
-namespace {
-
-using Bytes = std::istreambuf_iterator<char>;
-using Entries = fs::directory_iterator;
 
 struct VelmoraMediaFileWriterTest : ReaderFixture
 {
@@ -38,8 +31,12 @@ struct VelmoraMediaFileWriterTest : ReaderFixture
         EXPECT_EQ(exception.fileName(), displayFileName(wideFileName(fileName)));
         return exception.what();
     }
-    std::string content() const { return {Bytes(std::ifstream(name).rdbuf()), {}}; }
-    auto filesInFolder() const { return std::distance(Entries(folder.file("")), {}); }
+    // Of the file at the name, which the folder holds beside others.
+    std::string content(std::ptrdiff_t others = 0) const
+    {
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder.file("")), {}), 1 + others);
+        return {std::istreambuf_iterator<char>(std::ifstream(name).rdbuf()), {}};
+    }
 
     TemporaryFolder folder;
     // Not UTF-8, and as long as a name can be.
@@ -51,18 +48,17 @@ struct VelmoraMediaFileWriterTest : ReaderFixture
 TEST_F(VelmoraMediaFileWriterTest, everyFormatAndKindOfFileIsReadBack)
 {
     for (const auto& [code, format] : mediaFormatCodes())
-        for (const auto revision : std::initializer_list<std::uint8_t>{0, 1, 2, 255})
-            for (const auto magic : {MediaFileMagic::Zeq, MediaFileMagic::ZeqZ}) {
-                pixels = noise(4 * 8 * format.pixelPacking.bytesPerGroup);
-                write(name, format, 4, 8, {magic, 1, 2, revision, 4, 0xA1A2, 0xB1B2, 0xC1C2});
-                file.bytes = content();
-                EXPECT_EQ(file.bytes.substr(0, 4), magic == MediaFileMagic::Zeq ? "zeq " : "zeqZ");
-                open();
-                EXPECT_EQ(reader.mediaHeader(),
-                          (MediaHeader{1, 2, revision, 4, code, 0xB1B2, 0xC1C2}));
-                EXPECT_EQ(reader.frameHeader().frameField1, 0xA1A2);
-                expectFrame(format, 4, 8, pixels);
-            }
+        for (const auto revision : std::initializer_list<std::uint8_t>{0, 1, 2, 255}) {
+            const auto magic = revision % 2 ? MediaFileMagic::ZeqZ : MediaFileMagic::Zeq;
+            pixels = noise(4 * 8 * format.pixelPacking.bytesPerGroup);
+            write(name, format, 4, 8, {magic, 1, 2, revision, 4, 0xA1A2, 0xB1B2, 0xC1C2});
+            file.bytes = content();
+            EXPECT_EQ(file.bytes.substr(0, 4), revision % 2 ? "zeqZ" : "zeq ");
+            open();
+            EXPECT_EQ(reader.mediaHeader(), (MediaHeader{1, 2, revision, 4, code, 0xB1B2, 0xC1C2}));
+            EXPECT_EQ(reader.frameHeader().frameField1, 0xA1A2);
+            expectFrame(format, 4, 8, pixels);
+        }
 }
 
 TEST_F(VelmoraMediaFileWriterTest, replacesFilesAndKeepsTheirPermissionsAndLinks)
@@ -79,9 +75,8 @@ TEST_F(VelmoraMediaFileWriterTest, replacesFilesAndKeepsTheirPermissionsAndLinks
     fs::create_symlink(name, folder.file("link"));
     write(folder.file("link"), RGB_U8(), 2, 3, {.headerRevision = 2}, 1);
     EXPECT_TRUE(fs::is_symlink(folder.file("link")));
-    EXPECT_EQ(content(), std::string(start).replace(6, 1, "\2") + std::string(20, '\0') + end);
+    EXPECT_EQ(content(1), std::string(start).replace(6, 1, "\2") + std::string(20, '\0') + end);
     EXPECT_EQ(fs::status(name).permissions(), fs::perms{0606});
-    EXPECT_EQ(filesInFolder(), 2);
 }
 
 TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
@@ -98,8 +93,6 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
         {folder.file(""),      ZEQ_420(),     1, 32767, "Failed to create file: Is a directory"},
         {folder.file("fifo"),  RGB_U8(),      1,     1, "Failed to create file: Not a regular file"},
         {folder.file("link"),  RGB_U8(),      1,     1, "Failed to create file: No such file or directory"},
-        {name + "n",           RGB_U8(),      1,     1, "Failed to create file: File name too long"},
-        {name + "/below",      RGB_U8(),      1,     1, "Failed to create file: Not a directory"},
         // clang-format on
     };
     writeFile(name, "old");
@@ -117,9 +110,7 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
         EXPECT_EQ(write(name, RGB_U8(), 2, 3), "Failed to write file: File too large");
     }
     ::setrlimit(RLIMIT_FSIZE, &unlimited);
-    std::signal(SIGXFSZ, SIG_DFL);
-    EXPECT_EQ(content(), "old");
-    EXPECT_EQ(filesInFolder(), 3);
+    EXPECT_EQ(content(2), "old");
 
     writer = VelmoraMediaFileWriter([this](const std::wstring& fileName) {
         auto created = std::make_unique<AtomicFile>(fileName);
@@ -127,7 +118,5 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
         return created;
     });
     EXPECT_EQ(write(folder.file("new"), RGB_U8(), 2, 3), "Failed to write file: Is a directory");
-    EXPECT_EQ(filesInFolder(), 4);
-}
-
+    EXPECT_EQ(content(3), "old");
 }

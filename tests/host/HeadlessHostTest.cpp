@@ -1,0 +1,84 @@
+#include "host/headless/OutputNames.h"
+#include "imaging/PictureFiles.h"
+#include "tests/tools/ProgramTest.h"
+
+#include <algorithm>
+#include <cmath>
+
+using namespace testing;
+
+using HeadlessHost = ProgramTest;
+
+TEST(OutputNames, areGivenOnceAndNeverHitAnInput)
+{
+    OutputNames names("out", {"a/shot.zeq", "out/x.exr", "z/../out/y.png"});
+    std::vector<std::string> given;
+    for (const auto* input :
+         {"a/s.0001.zeq", "b/s.0001.zeq", "s.0001.qmx", "b/plain", "x.exr", "y"})
+        given.push_back(names.next(input));
+    EXPECT_THAT(given, ElementsAre("out/s.0001", "out/s.0001-2", "out/s.0001-3", "out/plain",
+                                   "out/x-2", "out/y-2"));
+    EXPECT_EQ(names.next("contact-sheet.zeq"), "out/contact-sheet-2");
+    EXPECT_EQ(names.contactSheet(), "out/contact-sheet.png");
+}
+
+// Half transparent, wholly transparent with a colour, beyond both ends, a grey between.
+TEST_F(HeadlessHost, writesSamplesAsTheyAre)
+{
+    const std::vector<float> pixels = {0.2f, 0.4f, 0.6f, 0.5f, 1.0f, 0.0f, 0.8f, 0.0f,
+                                       1.5f, -1.f, 1.0f, 1.0f, 0.1f, 0.1f, 0.1f, 0.2f};
+    for (const int depth : {8, 10, 12}) {
+        writePng({2, 2, depth, pixels}, path("a.png"));
+        const auto [description, samples] = readPicture("a.png");
+        const float largest = description.format == OIIO::TypeDesc::UINT8 ? 255 : 65535;
+        EXPECT_EQ(largest < 256, depth == 8);
+        for (std::size_t sample = 0; sample < pixels.size(); ++sample)
+            EXPECT_FLOAT_EQ(samples.at(sample) * largest,
+                            std::round(std::clamp(pixels[sample], 0.f, 1.f) * largest));
+    }
+    writeExr({2, 2, 8, pixels}, path("a.exr"));
+    EXPECT_EQ(readPicture("a.exr").second, pixels);
+    EXPECT_THROW(writePng({2, 2, 8, pixels}, "/nowhere/picture.png"), std::runtime_error);
+    EXPECT_THROW(writePng({0, 0, 8, {}}, path("empty.png")), std::runtime_error);
+}
+
+TEST_F(HeadlessHost, writesPicturesAndNamesTheFilesThatFail)
+{
+    // A header of 28 bytes may claim a picture of 64 GiB.
+    auto large = MediaFileBytes::picture(0x200, 1, 1, "rgb");
+    large.width = large.height = 65535;
+    writeFile(path("large.zeq"), large.bytes());
+    runWell(
+        "cp $samples/coffee.rgba-u8.zeq a.zeq; cp $samples/coffee.zeq-422.zeq b.zeq; "
+        "head -c 1000 b.zeq >cut.zeq; echo something >other.zeq; headlessHost a.zeq");
+    EXPECT_EQ(errors, "");
+    EXPECT_THAT(files("pictures"), ElementsAre("a.png", "contact-sheet.png"));
+
+    EXPECT_EQ(run("headlessHost --exr -o out missing.zeq cut.zeq other.zeq large.zeq a.zeq b.zeq"),
+              1);
+    EXPECT_EQ(errors,
+              "missing.zeq: No such file or directory\n"
+              "cut.zeq: Media file has unexpectedly reached End-Of-File\n"
+              "other.zeq: No reader takes this file\n"
+              "large.zeq: Picture of 65535 x 65535 pixels is too large for this host\n");
+    EXPECT_THAT(output, MatchesRegex("Reader Plugin version = 2.3.1\nMediaConversion [^:]*\n"
+                                     "a.zeq: 300 x 200, 8 bit, out/a.png and .exr\n"
+                                     "b.zeq: 300 x 200, 10 bit, out/b.png and .exr\n"
+                                     "Contact sheet: out/contact-sheet.png\n"));
+    EXPECT_THAT(files("out"), ElementsAre("a.exr", "a.png", "b.exr", "b.png", "contact-sheet.png"));
+}
+
+TEST_F(HeadlessHost, tellsUsageErrorsFromFailures)
+{
+    const std::tuple<const char*, int, const char*> cases[] = {
+        {"", 2, "headlessHost: No files given\n\nUsage: headlessHost.*"},
+        {"--what picture.zeq", 2, "headlessHost: Unknown option --what\n.*"},
+        {"--plugin ./missing.so picture.zeq", 1, "headlessHost: .*missing.so.*"},
+        {"--help >&2", 0, "Usage: headlessHost.*"},
+    };
+    for (const auto& [arguments, status, text] : cases) {
+        EXPECT_EQ(run(std::string("headlessHost ") + arguments), status);
+        EXPECT_THAT(errors, ContainsRegex(std::string("^") + text));
+    }
+    EXPECT_THAT(files(), IsEmpty());
+}
