@@ -1,0 +1,33 @@
+#pragma once
+
+#include "MediaConversion/MediaPipeline/FrameFormat.h"
+
+#include <opencv2/core/mat.hpp>
+
+namespace Benchmarks {
+
+enum class Picture
+{
+    Noise,   // random bytes, random floats from 0 to 1: no branch and no table entry is foreseen
+    Smooth,  // gradients and a slow wave, as packed by our own Encoder
+};
+
+// Where and on what a conversion is measured.
+struct Setting
+{
+    Picture picture;
+    int height;
+    int threads;
+
+    auto operator<=>(const Setting&) const = default;
+
+    cv::Size size() const { return {height * 16 / 9, height}; }
+    double pixels() const { return double(size().area()); }
+};
+
+cv::Mat makePicture(const Velmora::FrameFormat& format, const Setting& setting);
+
+// A photograph of 300 x 200 pixels.
+cv::Mat photograph(const Velmora::FrameFormat& format);
+
+}
