@@ -11,6 +11,7 @@
 #include "benchmarks/OurWork.h"
 #include "benchmarks/Pictures.h"
 #include "benchmarks/ScratchFolder.h"
+#include "benchmarks/Timing.h"
 #include "host/headless/HostedReader.h"
 
 #include <opencv2/core/utility.hpp>
@@ -24,7 +25,6 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -36,6 +36,8 @@
 
 namespace {
 
+using Benchmarks::median;
+using Benchmarks::secondsOf;
 using Benchmarks::Setting;
 using DD::Image::Row;
 using Velmora::FrameFormat;
@@ -134,21 +136,6 @@ void readFile(const std::string& file, cv::Mat& bytes)
         throw std::runtime_error("cannot read " + file);
 }
 
-template <class Operation>
-double seconds(const Operation& operation)
-{
-    const auto start = std::chrono::steady_clock::now();
-    operation();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
-
 struct SteadyFigures
 {
     double open, rows, fileRead, limit, rowCopy;  // milliseconds
@@ -169,11 +156,11 @@ SteadyFigures measureSteadyState(const Clip& clip)
         cv::Mat& image = images[round & 1];
         RowCopy copy(image);
         const std::array now{
-            seconds([&] { scrubbing.open(); }),
-            seconds([&] { scrubbing.pullAllRows(); }),
-            seconds([&] { readFile(clip.file, bytes); }),
-            seconds([&] { readAndWrite(bytes, image); }),
-            seconds([&] {
+            secondsOf([&] { scrubbing.open(); }),
+            secondsOf([&] { scrubbing.pullAllRows(); }),
+            secondsOf([&] { readFile(clip.file, bytes); }),
+            secondsOf([&] { readAndWrite(bytes, image); }),
+            secondsOf([&] {
                 pullRows(image.size(), [&](int y, Row& row) {
                     copy.engine(y, 0, row.r(), DD::Image::Mask_RGBA, row);
                 });
@@ -208,7 +195,7 @@ FirstFrame measureFirstFrame(const Clip& clip)
     cv::parallel_for_(cv::Range(0, 64), [](const cv::Range&) { ::usleep(100); });
     Scrubbing scrubbing(clip);
     const auto faults = pageFaults();
-    const double time = seconds([&] { scrubbing.open(); });
+    const double time = secondsOf([&] { scrubbing.open(); });
     return {time, pageFaults() - faults};
 }
 
@@ -223,7 +210,7 @@ double measureTouching(std::size_t pages)
         for (std::size_t page = first; page < end; ++page)
             static_cast<volatile char*>(memory)[page * pageSize] = 1;
     };
-    return seconds([&] {
+    return secondsOf([&] {
         const std::jthread other(touch, pages / 2, pages);
         touch(0, pages / 2);
     });

@@ -1,27 +1,12 @@
 #include "benchmarks/Rounds.h"
 
+#include "benchmarks/Timing.h"
+
 #include <algorithm>
-#include <chrono>
+#include <functional>
+#include <utility>
 
 namespace Benchmarks {
-
-namespace {
-
-double timed(const Rounds::Operation& operation)
-{
-    const auto start = std::chrono::steady_clock::now();
-    operation();
-    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-}
-
-double median(std::vector<double> values)
-{
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::ranges::nth_element(values, middle);
-    return *middle;
-}
-
-}
 
 Rounds::Rounds(benchmark::State& state, const std::vector<Operation>& operations)
     : m_seconds(operations.size())
@@ -32,7 +17,7 @@ Rounds::Rounds(benchmark::State& state, const std::vector<Operation>& operations
     for (auto _ : state) {
         for (std::size_t k = 0; k < operations.size(); ++k) {
             const std::size_t operation = (first + k) % operations.size();
-            m_seconds[operation].push_back(timed(operations[operation]));
+            m_seconds[operation].push_back(secondsOf(operations[operation]));
         }
         state.SetIterationTime(m_seconds.front().back());
         ++first;

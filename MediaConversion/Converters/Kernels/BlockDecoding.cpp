@@ -371,7 +371,10 @@ struct Decode
 }
 
 template <>
-constinit const DecodeRows<blockDecodings> KernelsOf<compiledLevel>::decodeBlocks =
-    kernelRows<Decode>(blockDecodings);
+const DecodeRow* KernelsOf<compiledLevel>::decodeBlocks()
+{
+    static constexpr auto rows = kernelRows<Decode>(blockDecodings);
+    return rows.data();
+}
 
 }

@@ -322,7 +322,10 @@ struct Encode
 }
 
 template <>
-constinit const EncodeRows<blockEncodings> KernelsOf<compiledLevel>::encodeBlocks =
-    kernelRows<Encode>(blockEncodings);
+const EncodeRow* KernelsOf<compiledLevel>::encodeBlocks()
+{
+    static constexpr auto rows = kernelRows<Encode>(blockEncodings);
+    return rows.data();
+}
 
 }

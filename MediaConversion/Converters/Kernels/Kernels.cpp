@@ -10,13 +10,13 @@ namespace {
 template <Level rgb, Level yCbCrDecoding, Level yCbCrEncoding, Level blocks>
 const Kernels& kernelsOf()
 {
-    static constinit const Kernels kernels{
-        KernelsOf<rgb>::unpackRgb.data(),
-        KernelsOf<rgb>::packRgb.data(),
-        KernelsOf<yCbCrDecoding>::decodeYCbCr.data(),
-        KernelsOf<yCbCrEncoding>::encodeYCbCr.data(),
-        KernelsOf<blocks>::decodeBlocks.data(),
-        KernelsOf<blocks>::encodeBlocks.data(),
+    static const Kernels kernels{
+        KernelsOf<rgb>::unpackRgb(),
+        KernelsOf<rgb>::packRgb(),
+        KernelsOf<yCbCrDecoding>::decodeYCbCr(),
+        KernelsOf<yCbCrEncoding>::encodeYCbCr(),
+        KernelsOf<blocks>::decodeBlocks(),
+        KernelsOf<blocks>::encodeBlocks(),
     };
     return kernels;
 }

@@ -10,12 +10,6 @@
 // A row kernel for each pair of formats, in the order of the pairs.
 namespace MediaConversion {
 
-template <const auto& pairs>
-using DecodeRows = std::array<DecodeRow, pairs.count>;
-
-template <const auto& pairs>
-using EncodeRows = std::array<EncodeRow, pairs.count>;
-
 struct Kernels
 {
     const DecodeRow* unpackRgb;
@@ -33,12 +27,12 @@ const Kernels& kernels();
 template <Level>
 struct KernelsOf
 {
-    static const DecodeRows<rgbUnpackings> unpackRgb;
-    static const EncodeRows<rgbPackings> packRgb;
-    static const DecodeRows<yCbCrDecodings> decodeYCbCr;
-    static const EncodeRows<yCbCrEncodings> encodeYCbCr;
-    static const DecodeRows<blockDecodings> decodeBlocks;
-    static const EncodeRows<blockEncodings> encodeBlocks;
+    static const DecodeRow* unpackRgb();
+    static const EncodeRow* packRgb();
+    static const DecodeRow* decodeYCbCr();
+    static const EncodeRow* encodeYCbCr();
+    static const DecodeRow* decodeBlocks();
+    static const EncodeRow* encodeBlocks();
 };
 
 // Family::row<Source, Destination> for every pair.

@@ -114,7 +114,10 @@ struct Pack
 }
 
 template <>
-constinit const EncodeRows<rgbPackings> KernelsOf<compiledLevel>::packRgb =
-    kernelRows<Pack>(rgbPackings);
+const EncodeRow* KernelsOf<compiledLevel>::packRgb()
+{
+    static constexpr auto rows = kernelRows<Pack>(rgbPackings);
+    return rows.data();
+}
 
 }

@@ -79,7 +79,10 @@ struct Unpack
 }
 
 template <>
-constinit const DecodeRows<rgbUnpackings> KernelsOf<compiledLevel>::unpackRgb =
-    kernelRows<Unpack>(rgbUnpackings);
+const DecodeRow* KernelsOf<compiledLevel>::unpackRgb()
+{
+    static constexpr auto rows = kernelRows<Unpack>(rgbUnpackings);
+    return rows.data();
+}
 
 }

@@ -213,7 +213,10 @@ struct Decode
 }
 
 template <>
-constinit const DecodeRows<yCbCrDecodings> KernelsOf<compiledLevel>::decodeYCbCr =
-    kernelRows<Decode>(yCbCrDecodings);
+const DecodeRow* KernelsOf<compiledLevel>::decodeYCbCr()
+{
+    static constexpr auto rows = kernelRows<Decode>(yCbCrDecodings);
+    return rows.data();
+}
 
 }

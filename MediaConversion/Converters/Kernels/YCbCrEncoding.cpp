@@ -156,7 +156,10 @@ struct Encode
 }
 
 template <>
-constinit const EncodeRows<yCbCrEncodings> KernelsOf<compiledLevel>::encodeYCbCr =
-    kernelRows<Encode>(yCbCrEncodings);
+const EncodeRow* KernelsOf<compiledLevel>::encodeYCbCr()
+{
+    static constexpr auto rows = kernelRows<Encode>(yCbCrEncodings);
+    return rows.data();
+}
 
 }
