@@ -143,7 +143,7 @@ public:
     }
 
     // Writes the first lanes.
-    template <int bytes = count* static_cast<int>(sizeof(T))>
+    template <int bytes = static_cast<int>(sizeof(T)) * count>
     void store(void* to) const
     {
         std::memcpy(to, m_parts, bytes);

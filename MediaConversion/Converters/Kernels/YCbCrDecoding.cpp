@@ -23,7 +23,7 @@ template <class Packing>
 class GroupValues
 {
 public:
-    // Up to groupsAtOnce; reads as many bytes as groups and a vector have.
+    // Up to groupsAtOnce; reads up to a vector more.
     void unpack(const std::uint8_t* groups, int groupCount)
     {
         for (int pixel = 0; pixel < 2 * groupCount;
@@ -40,7 +40,7 @@ public:
 
     Pixels luma(std::size_t row, int pixel) const { return Pixels::load(&m_rows[row][pixel]); }
 
-    // Cb, Cr, Cb, Cr... of the groups of eight pixels, centred on 0.
+    // Cb, Cr, Cb, Cr... of the pixels' groups, centred on 0.
     Pixels chroma(int pixel) const { return Pixels::load(&m_chroma[pixel]); }
 
     Pixels alpha(int pixel) const
@@ -175,17 +175,16 @@ template <class Packing, ChannelOrder order, ChannelType type>
 {
     constexpr std::size_t pixelBytes = order.channels() * sizeof(typename Channel<type>::Element);
     GroupValues<Packing> values;
-    for (; groupCount > 0; groupCount -= groupsAtOnce) {
-        std::array<std::uint8_t, groupsAtOnce * Packing::bytes + sizeof(PackedGroups)> last{};
-        if (groupCount <= groupsAtOnce + 16 / Packing::bytes) {
-            // what lies behind them is not the frame's
-            const int bytes = groupCount * Packing::bytes;
-            std::copy_n(groups, std::min<int>(bytes, last.size()), last.begin());
-            values.unpack(last.data(), std::min(groupCount, groupsAtOnce));
-        } else {
-            values.unpack(groups, groupsAtOnce);
+    while (groupCount > 0) {
+        const int count = std::min(groupCount, groupsAtOnce);
+        const int pixelCount = 2 * count;
+        if (groupCount - count >= int{sizeof(PackedGroups)} / Packing::bytes) {
+            values.unpack(groups, count);
+        } else {  // a vector may reach past the row
+            std::array<std::uint8_t, groupsAtOnce * Packing::bytes + sizeof(PackedGroups)> last{};
+            std::copy_n(groups, count * Packing::bytes, last.begin());
+            values.unpack(last.data(), count);
         }
-        const int pixelCount = 2 * std::min(groupCount, groupsAtOnce);
         for (int pixel = 0; pixel < pixelCount; pixel += lanes) {
             const ChromaTerms chroma(values.chroma(pixel));
             for (std::size_t row = 0; row < Packing::rows; ++row) {
@@ -198,8 +197,9 @@ template <class Packing, ChannelOrder order, ChannelType type>
                     std::copy_n(part.data(), (pixelCount - pixel) * pixelBytes, first);
             }
         }
-        groups += groupsAtOnce * Packing::bytes;
-        pixels += pixelsAtOnce * pixelBytes;
+        groups += count * Packing::bytes;
+        pixels += pixelCount * pixelBytes;
+        groupCount -= count;
     }
 }
 
