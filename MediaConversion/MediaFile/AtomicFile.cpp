@@ -139,14 +139,18 @@ void AtomicFile::removeUnfinished()
 {
     UnfinishedFiles unfinished;
     unfinished.lock.release();
-    constexpr rlimit none{.rlim_cur = 0, .rlim_max = 0};
-    ::setrlimit(RLIMIT_NOFILE, &none);
-    // A thread that was just opening its file by name brings it back once.
-    for (const auto pause : {10ms, 20ms, 0ms}) {
+    const auto removeAll = [&] {
         for (const auto& name : unfinished.names)
             ::unlink(name.c_str());
+    };
+    // A thread that was just opening its file by name brings it back once.
+    for (const auto pause : {10ms, 20ms}) {
+        removeAll();
         std::this_thread::sleep_for(pause);
     }
+    constexpr rlimit none{.rlim_cur = 0, .rlim_max = 0};
+    ::setrlimit(RLIMIT_NOFILE, &none);
+    removeAll();
 }
 
 // What stands under the name: nothing yet, or a file that may be replaced.
