@@ -52,5 +52,8 @@ caption = "Dots: the median of noisy and smooth pictures of 1080p and 4K, on one
 set label 3 caption at screen 0.02, screen at(height - 18) textcolor rgb scaffold font ",12"
 plot peers using 3:(-$0):4:5:yticlabels(1) with xerrorbars \
          pointtype 7 pointsize 0.75 linewidth 2.5 linecolor rgb others, \
-     peers using 5:(-$0):2 with labels left offset 1,0 noenhanced textcolor rgb others
+     peers using ($3 < 15 ? $5 : NaN):(-$0):2 with labels left offset 1,0 \
+         noenhanced textcolor rgb others, \
+     peers using ($3 < 15 ? NaN : $4):(-$0):2 with labels right offset -1,0 \
+         noenhanced textcolor rgb others
 unset multiplot
