@@ -47,6 +47,7 @@ std::atomic<const Kernels*>& kernelsInUse()
 Level bestLevel()
 {
 #if defined(__x86_64__)
+    __builtin_cpu_init();  // for those who ask while the program starts
     if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
         __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
         return Level::Avx512;
