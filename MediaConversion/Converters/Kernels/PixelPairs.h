@@ -34,27 +34,20 @@ void storePair(const PixelPair<typename Channel<type>::Element>& pair, std::uint
         pair.template shuffled<0, 1, 2, 4, 5, 6, 7, 7>().template store<bytes>(pixels);
 }
 
-// Values of 0 to 1 as channels of the type, as quantise<type>() makes them. `floor` is the pixel
-// that no channel may be less than, as values of 0 to 1.
-template <ChannelType type>
-PixelPair<typename Channel<type>::Element> quantised(const DoublePixel& left,
-                                                     const DoublePixel& right,
-                                                     const DoublePixel& floor)
+// Values of 0 to 1, which may lie outside, as channels of the type, as quantise<type>() makes them;
+// integers are not narrowed yet.
+template <ChannelType type, int lanes>
+auto quantised(const Vector<double, lanes>& values)
 {
-    using Element = typename Channel<type>::Element;
+    using Values = Vector<double, lanes>;
     if constexpr (type == ChannelType::F32) {
         // Clamped after the step to float, which keeps the order of numbers, 0 and 1.
-        const auto low = floor.as<float>();
-        const auto floats = joined(left.as<float>(), right.as<float>());
-        return min(max(floats, joined(low, low)), PixelPair<float>(1));
+        using Floats = Vector<float, lanes>;
+        return min(max(values.template as<float>(), Floats(0)), Floats(1));
     } else {
-        const auto whole = [&](const DoublePixel& pixel) {
-            const DoublePixel full(Channel<type>::fullScale);
-            const auto scaled = min(max(pixel * full, floor * full), full);
-            return (scaled + DoublePixel(0.5)).template as<std::int32_t>();
-        };
-        const auto halves = joined(whole(left), whole(right)).template as<std::uint16_t>();
-        return halves.template as<Element>();
+        const Values full(Channel<type>::fullScale);
+        const auto scaled = min(max(values * full, Values(0)), full);
+        return (scaled + Values(0.5)).template as<std::int32_t>();
     }
 }
 

@@ -8,16 +8,13 @@ namespace MediaConversion {
 
 namespace {
 
-template <int bits>
-constexpr unsigned largestSample = (1u << bits) - 1;
-
 // A byte as a sample, by whole numbers of 16 bits: the quotient of the full scales is split into a
 // factor and a fraction.
 template <int bits, class Number>
 constexpr Number sampleOfByte(Number byte)
 {
-    constexpr auto factor = static_cast<std::uint16_t>(largestSample<bits> / 255);
-    constexpr auto rest = static_cast<std::uint16_t>(largestSample<bits> % 255);
+    constexpr auto factor = static_cast<std::uint16_t>(largestSample(bits) / 255);
+    constexpr auto rest = static_cast<std::uint16_t>(largestSample(bits) % 255);
     const auto rounded = byte * Number(rest) + Number(127);
     return static_cast<Number>(byte * Number(factor) + rounded / Number(255));
 }
@@ -27,7 +24,7 @@ constexpr bool bytesConvertExactly()
 {
     for (unsigned byte = 0; byte < 256; ++byte)
         if (sampleOfByte<bits>(byte) !=
-            static_cast<unsigned>(byte / 255.0 * largestSample<bits> + 0.5))
+            static_cast<unsigned>(byte / 255.0 * largestSample(bits) + 0.5))
             return false;
     return true;
 }
@@ -35,9 +32,9 @@ static_assert(bytesConvertExactly<10>() && bytesConvertExactly<12>());
 
 // Values of 0 to 1 as whole numbers up to the largest sample.
 template <int bits>
-Vector<std::int32_t, 4> quantised(const DoublePixel& values)
+Vector<std::int32_t, 4> sampled(const DoublePixel& values)
 {
-    return (values * DoublePixel(largestSample<bits>) + DoublePixel(0.5)).as<std::int32_t>();
+    return (values * DoublePixel(largestSample(bits)) + DoublePixel(0.5)).as<std::int32_t>();
 }
 
 // Three-channel pixels are followed by another element.
@@ -61,7 +58,7 @@ PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels
         // The product of a float is exact and has one tie, at a half, where the even number is the
         // upper one. A NaN stays one and becomes 0 as it is narrowed.
         const auto sample = [](const Vector<float, 4>& pixel) {
-            const DoublePixel largest(largestSample<bits>);
+            const DoublePixel largest(largestSample(bits));
             return rounded(min(largest, pixel.as<double>() * largest));
         };
         return narrowed(sample(lowerHalf(pair)), sample(upperHalf(pair)));
@@ -70,8 +67,8 @@ PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels
         const auto fraction = [](const Vector<std::int32_t, 4>& pixel) {
             return min(pixel.as<double>() / DoublePixel(Channel<type>::fullScale), DoublePixel(1));
         };
-        return narrowed(quantised<bits>(fraction(lowerHalf(integers))),
-                        quantised<bits>(fraction(upperHalf(integers))));
+        return narrowed(sampled<bits>(fraction(lowerHalf(integers))),
+                        sampled<bits>(fraction(upperHalf(integers))));
     }
 }
 

@@ -50,7 +50,12 @@ constexpr SampleWord sampleWord(const RgbLayout& layout, int sample)
     return {byte, byte + 1, 16 - layout.bits - offset % 8};
 }
 
-// At which place of a group's pixel each colour's sample lies, and where it goes.
+constexpr unsigned largestSample(int bits)
+{
+    return (1u << bits) - 1;
+}
+
+// A named packing: a layout, and in which order a pixel's samples follow one another.
 template <const RgbLayout& layoutValue, ChannelOrder sampleOrder, FrameFormat (*namedFormat)()>
 struct RgbPacking
 {

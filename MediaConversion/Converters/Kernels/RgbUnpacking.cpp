@@ -9,11 +9,6 @@ namespace MediaConversion {
 
 namespace {
 
-constexpr unsigned largestSample(int bits)
-{
-    return (1u << bits) - 1;
-}
-
 // Samples as channels of the type: U8 channels cut the low bits, all others scale and round.
 template <int bits, ChannelType type, ChannelOrder order>
 PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint16_t>& samples)
@@ -31,11 +26,11 @@ PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint1
         return samples | joined(opaque, opaque);
     } else {
         const auto integers = samples.as<std::int32_t>();
-        const DoublePixel largest(largestSample(bits));
-        return quantised<type>(
-            integers.template shuffled<0, 1, 2, 3>().template as<double>() / largest,
-            integers.template shuffled<4, 5, 6, 7>().template as<double>() / largest,
-            opaqueBlack<double, order>(1));
+        const auto channels = [](const Vector<std::int32_t, 4>& pixel) {
+            return quantised<type>(pixel.as<double>() / DoublePixel(largestSample(bits)));
+        };
+        return narrowed(channels(lowerHalf(integers)), channels(upperHalf(integers))) |
+               joined(opaque, opaque);
     }
 }
 

@@ -102,22 +102,6 @@ std::array<PixelPair<T>, 4> pairsOf(const std::array<Vector<T, 8>, 4>& channels)
     return {lower[0], lower[1], upper[0], upper[1]};
 }
 
-// A channel of values of 0 to 1, which may lie outside, as channels of the type, as
-// quantise<type>() makes them; integers are not narrowed yet.
-template <ChannelType type>
-auto quantisedWide(const Pixels& values)
-{
-    if constexpr (type == ChannelType::F32) {
-        // Clamped after the step to float, which keeps the order of numbers, 0 and 1.
-        return min(max(values.template as<float>(), Vector<float, lanes>(0)),
-                   Vector<float, lanes>(1));
-    } else {
-        const Pixels full(Channel<type>::fullScale);
-        const auto scaled = min(max(values * full, Pixels(0)), full);
-        return (scaled + Pixels(0.5)).template as<std::int32_t>();
-    }
-}
-
 // What Cb and Cr add to the luma of the pixels, by ITU-T T.871.
 struct ChromaTerms
 {
@@ -154,11 +138,11 @@ void storeRgb(const Pixels& luma, const ChromaTerms& chroma, const Pixels& alpha
               std::uint8_t* pixels)
 {
     using Element = typename Channel<type>::Element;
-    const auto opaque = quantisedWide<type>(alpha);
+    const auto opaque = quantised<type>(alpha);
     std::array channels{opaque, opaque, opaque, opaque};
-    channels[order.red] = quantisedWide<type>(luma + chroma.red);
-    channels[order.green] = quantisedWide<type>(luma + chroma.greenByCb + chroma.greenByCr);
-    channels[order.blue] = quantisedWide<type>(luma + chroma.blue);
+    channels[order.red] = quantised<type>(luma + chroma.red);
+    channels[order.green] = quantised<type>(luma + chroma.greenByCb + chroma.greenByCr);
+    channels[order.blue] = quantised<type>(luma + chroma.blue);
     for (const auto& pair : pairsOf(channels)) {
         if constexpr (type == ChannelType::F32)
             storePair<type, order>(pair, pixels);
