@@ -12,9 +12,9 @@ void forEachPixel(cv::Mat& image, const Operation& operation)
 {
     cv::parallel_for_(cv::Range(0, image.rows), [&](const cv::Range& rows) {
         for (int row = rows.start; row < rows.end; ++row) {
-            auto* const pixels = image.ptr<float>(row);
-            for (int column = 0; column < image.cols; ++column)
-                operation(pixels + 4 * column);
+            auto* pixel = image.ptr<float>(row);
+            for (int column = 0; column < image.cols; ++column, pixel += 4)
+                operation(pixel);
         }
     });
 }

@@ -4,7 +4,8 @@
 
 namespace {
 
-void write(const Picture& picture, const std::filesystem::path& path, OIIO::TypeDesc sampleType)
+void write(const Picture& picture, const std::filesystem::path& path,
+           const OIIO::TypeDesc& sampleType)
 {
     OIIO::ImageSpec description(picture.width, picture.height, Picture::channels, sampleType);
     description.alpha_channel = 3;

@@ -41,10 +41,10 @@ SampleDepth depthOf(const OIIO::ImageSpec& description)
 }
 
 // OpenImageIO's texts may have several lines.
-[[noreturn]] void fail(std::string text)
+[[noreturn]] void fail(const std::string& text)
 {
-    text = text.substr(0, text.find('\n'));
-    throw std::runtime_error(text.empty() ? "Cannot be read" : text);
+    const auto line = text.substr(0, text.find('\n'));
+    throw std::runtime_error(line.empty() ? "Cannot be read" : line);
 }
 
 }

@@ -79,7 +79,7 @@ void checkCommandName(const std::string& name)
 
 }
 
-int runCommandLine(int argumentCount, char** arguments)
+std::function<int()> parseCommandLine(int argumentCount, char** arguments)
 {
     CLI::App parser(programSummary(), "zeq");
     parser.set_version_flag("--version", "zeq " + MediaConversion::Version::text(),
@@ -106,13 +106,13 @@ int runCommandLine(int argumentCount, char** arguments)
     try {
         parser.parse(argumentCount, arguments);
     } catch (const CLI::Success& request) {
-        return parser.exit(request);
+        return [status = parser.exit(request)] { return status; };
     } catch (const CLI::ParseError& error) {
         throw UsageError(error.what());
     }
     const auto chosen =
         std::ranges::find_if(parsed, [](const auto& each) { return each.first->parsed(); });
-    return chosen->second.run();
+    return chosen->second.run;
 }
 
 }

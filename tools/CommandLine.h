@@ -1,8 +1,11 @@
 #pragma once
 
+#include <functional>
+
 namespace Zeq {
 
-// Parses the command line and runs the sub-command that it names. Gives the exit status.
-int runCommandLine(int argumentCount, char** arguments);
+// What the command line asks for, to be called for the exit status. Does nothing itself but print
+// the help or the version.
+std::function<int()> parseCommandLine(int argumentCount, char** arguments);
 
 }

@@ -30,7 +30,7 @@ sigset_t endingSignals()
 [[noreturn]] void endBy(int signal)
 {
     // What fails from here on fails because of the signal: the other threads are not to report it.
-    ::ftrylockfile(stderr);
+    [[maybe_unused]] const int isLocked = ::ftrylockfile(stderr);
     MediaConversion::AtomicFile::removeUnfinished();
     ::signal(signal, SIG_DFL);
     ::kill(::getpid(), signal);

@@ -43,6 +43,7 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
     cv::setNumThreads(std::max(1, cv::getNumberOfCPUs() / std::max(1, jobCount)));
 
     // One heap for all threads: with one for each, freed frames stay with the thread that had them.
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread allocates yet
     ::mallopt(M_ARENA_MAX, 1);
 
     Progress progress(jobs.size(), settings.isQuiet);

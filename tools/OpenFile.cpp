@@ -28,8 +28,10 @@ public:
         m_header = m_reader.mediaHeader();
         m_frameHeader = m_reader.frameHeader();
         const auto* const format = findMediaFormat(m_header.mediaFormatCode);
-        if (!format)
+        if (!format) {
             m_reader.readFrame();  // throws, and its text is the reader's own
+            return;
+        }
         const auto& frameFormat = format->frameFormat;
         m_contents = {.width = m_header.width,
                       .height = m_header.height,

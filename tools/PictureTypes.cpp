@@ -96,7 +96,7 @@ std::vector<std::string> depthNames()
 
 SampleDepth depthNamed(const std::string& name)
 {
-    const auto facts = std::ranges::find(depths, name, &DepthFacts::name);
+    const auto* const facts = std::ranges::find(depths, name, &DepthFacts::name);
     return facts == depths.end() ? F32 : facts->depth;
 }
 

@@ -9,7 +9,7 @@ int main(int argumentCount, char** arguments)
 try {
     Velmora::ImageFrame::setMemoryPool(
         std::make_shared<Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource>>());
-    const int status = Zeq::runCommandLine(argumentCount, arguments);
+    const int status = Zeq::parseCommandLine(argumentCount, arguments)();
     return Zeq::flushOutput() ? status : Zeq::ExitStatus::failure;
 } catch (const Zeq::UsageError& error) {
     Zeq::reportError(error.what());

@@ -6,7 +6,6 @@
 
 namespace MediaConversion {
 
-using Velmora::ChannelType;
 using Velmora::FrameFormat;
 
 ImageBitDepth::ImageBitDepth(const FrameFormat& destination) : m_destination(destination) {}
@@ -42,7 +41,7 @@ std::unique_ptr<Velmora::IFrame> ImageBitDepth::onNewImage(
 
 const ImageBitDepth::Table& ImageBitDepth::conversions()
 {
-    using enum ChannelType;
+    using enum Velmora::ChannelType;
     // clang-format off
     static const Table& table = *new Table{
         //  from       to          depth     scale

@@ -13,7 +13,7 @@ inline std::string hexadecimal(std::uint32_t code)
 {
     constexpr std::size_t shownDigits = 4;
     char digits[2 * sizeof code];
-    const auto end = std::to_chars(std::begin(digits), std::end(digits), code, 16).ptr;
+    auto* const end = std::to_chars(std::begin(digits), std::end(digits), code, 16).ptr;
     const std::string text(digits, end);
     return text.size() < shownDigits ? std::string(shownDigits - text.size(), '0') + text : text;
 }

@@ -91,6 +91,7 @@ void Encoder::onNewFrame(std::unique_ptr<Velmora::IFrame> frame)
 
 void Encoder::add(std::unique_ptr<IFrameFilter> filter)
 {
+    // cppcheck-suppress danglingLifetime ; the pipeline keeps it
     m_filters.push_back(filter.get());
     m_pipeline.addFilter(std::move(filter));
 }

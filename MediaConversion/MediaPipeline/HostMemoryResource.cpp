@@ -61,8 +61,8 @@ try {
     const auto piece = (end - start) / pieces / pageSize * pageSize + pageSize;
     std::vector<std::jthread> threads;
     for (auto first = (start + pageSize - 1) / pageSize * pageSize; first < end; first += piece)
-        threads.emplace_back(::madvise, reinterpret_cast<void*>(first),
-                             std::min(piece, end - first), MADV_POPULATE_WRITE);
+        threads.emplace_back(::madvise, m_data + (first - start), std::min(piece, end - first),
+                             MADV_POPULATE_WRITE);
 } catch (const std::exception&) {
     // Nothing is lost: pages come when they are written.
 }

@@ -7,6 +7,7 @@ namespace DD::Image {
 
 Op::~Op() = default;
 
+// NOLINTNEXTLINE(cert-dcl50-cpp): it is the SDK that has this form
 void Op::critical(const char* format, ...)
 {
     std::va_list arguments;

@@ -10,7 +10,8 @@ template <class Number, unsigned max>
 struct ExactFraction
 {
     static constexpr unsigned scale = std::bit_ceil(max) * 4096;
-    static constexpr Number upper = static_cast<Number>(scale / max) / scale;
+    static constexpr unsigned wholeSteps = scale / max;
+    static constexpr Number upper = static_cast<Number>(wholeSteps) / scale;
     static constexpr Number lower = (1 - upper * max) / max;
 
     static constexpr bool holds()
