@@ -1,6 +1,7 @@
 #include "MediaConversion/Converters/ImageColourspace.h"
 
 #include "MediaConversion/Converters/Kernels/Pixels.h"
+#include "MediaConversion/Converters/Rows.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
 
 #include <opencv2/imgproc.hpp>
@@ -46,7 +47,10 @@ std::unique_ptr<Velmora::IFrame> ImageColourspace::onNewImage(
     auto reordered =
         std::make_unique<Velmora::FullFrame>(m_destination, full->width(), full->height());
     cv::Mat pixels = reordered->image();
-    cv::cvtColor(full->image(), pixels, code);
+    forEachBandOfRows(pixels.rows, [&](int first, int end) {
+        cv::Mat band = pixels.rowRange(first, end);
+        cv::cvtColor(full->image().rowRange(first, end), band, code);
+    });
     return reordered;
 }
 

@@ -1,8 +1,16 @@
 #include "tests/Converters/ConvertedFrames.h"
+#include "tests/support/GuardedMemoryResource.h"
 
 // Every pair of every converter on frames of many shapes, on one thread and on two.
 namespace MediaConversion {
 namespace {
+
+// The pixels of that many groups, or as many pixels where the destination has no groups.
+cv::Size fillingGroups(const cv::Size& count, const Velmora::FrameFormat& destination)
+{
+    const auto& packing = destination.pixelPacking;
+    return {count.width * int(packing.columnsPerGroup), count.height * int(packing.rowsPerGroup)};
+}
 
 template <class Processor>
 class FrameShapes : public testing::Test
@@ -26,9 +34,7 @@ TYPED_TEST(FrameShapes, areAllConvertedAsPlain)
         cv::setNumThreads(threads);
         threads = 3 - threads;
         for (const auto& [source, destination] : pairsOf<TypeParam>()) {
-            // Pixels that have to fill groups of up to 4 x 4.
-            const int unit = isPacked(destination) ? 4 : 1;
-            const cv::Rect inside(1 + size.width % 3, 1, unit * size.width, unit * size.height);
+            const cv::Rect inside({1 + size.width % 3, 1}, fillingGroups(size, destination));
             // The pixels lie in the midst of others, which nobody may change.
             const auto whole = randomMatrix(source, inside.height + 2, inside.width + 5);
             const cv::Mat before = whole.clone();
@@ -36,6 +42,18 @@ TYPED_TEST(FrameShapes, areAllConvertedAsPlain)
             EXPECT_TRUE(sameBytes(before, whole)) << toString(source);
         }
     }
+}
+
+TYPED_TEST(FrameShapes, areAllConvertedInsideTheirBlocks)
+{
+    insideGuardedBlocks([] {
+        for (int columns = 1; columns <= 70; ++columns)
+            for (const auto& [source, destination] : pairsOf<TypeParam>()) {
+                const auto size = fillingGroups({columns, 1 + columns % 3}, destination);
+                converted<TypeParam>(source, randomMatrix(source, size.height, size.width),
+                                     destination);
+            }
+    });
 }
 
 }

@@ -1,11 +1,10 @@
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreamFactory.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
-#include "MediaConversion/MediaPipeline/Encoder.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
 #include "tests/support/InstalledPool.h"
+#include "tests/support/RoundTrips.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
@@ -20,18 +19,7 @@ namespace MediaConversion {
 namespace {
 
 using namespace Velmora::Formats;
-using Velmora::FrameFormat;
 using Velmora::IFrame;
-
-std::unique_ptr<IFrame> converted(std::unique_ptr<IFrame> frame, const FrameFormat& destination)
-{
-    FrameSinkDestination sink;
-    Encoder encoder(frame->format(), destination);
-    encoder.connectFrameSink(&sink);
-    encoder.start();
-    encoder.onNewFrame(std::move(frame));
-    return sink.takeFrame();
-}
 
 cv::Mat floatsOf(std::unique_ptr<IFrame> frame)
 {
@@ -96,40 +84,9 @@ double psnr(const cv::Mat& one, const cv::Mat& other)
                            std::pow(cv::norm(one, other, cv::NORM_L2), 2));
 }
 
-// Half a step of the samples, as it shows in blue, where chroma weighs most; and a little for the
-// matrices, of which the one is not quite the inverse of the other.
-constexpr double bound(double lumaSteps, double chromaSteps)
-{
-    return 0.5 / lumaSteps + 1.772 * 0.5 / chromaSteps + 2e-6;
-}
-
-struct Case
-{
-    FrameFormat format;
-    cv::Size chromaGroup;
-    bool chromaFromLeft;
-    double largestError;  // 0 for blocks, whose error has no bound
-};
-
 TEST(RoundTrip, losesWhatTheBitsOfAFormatCannotHold)
 {
     const InstalledPool installed;
-    const double none = 1e30;
-    const Case cases[] = {
-        // clang-format off
-        {RGB_U8(),          {1, 1}, false, bound(255, none)  },
-        {BGRA_U8(),         {1, 1}, false, bound(255, none)  },
-        {RGB_DPX_FILLED(),  {1, 1}, false, bound(1023, none) },
-        {BGR_DPX_FILLED(),  {1, 1}, false, bound(1023, none) },
-        {RGB_SMPTE_2110(),  {1, 1}, false, bound(4095, none) },
-        {BGR_SMPTE_2110(),  {1, 1}, false, bound(4095, none) },
-        {YUYV_422(),        {2, 1}, false, bound(255, 255)   },
-        {ZEQ_422(),         {2, 1}, false, bound(1023, 1023) },
-        {ZEQ_4224_HYBRID(), {2, 1}, true,  bound(4095, 1023) },
-        {ZEQ_420(),         {2, 2}, false, bound(255, 255)   },
-        {YCoCg_DXT5(),      {1, 1}, false, 0                 },
-        // clang-format on
-    };
     const std::pair<const char*, cv::Mat> pictures[] = {
         {"coffee", photograph("/samples/coffee.rgb-smpte-2110.zeq")},
         {"cat", photograph("/tests/data/cat.rgb-u8.zeq")},
@@ -140,7 +97,7 @@ TEST(RoundTrip, losesWhatTheBitsOfAFormatCannotHold)
     std::printf("PSNR in dB of picture -> format -> picture\n%-42s", "");
     for (const auto& [name, picture] : pictures)
         std::printf("%11s", name);
-    for (const auto& [format, chromaGroup, chromaFromLeft, largestError] : cases) {
+    for (const auto& [format, chromaGroup, chromaFromLeft, largestError] : largestErrors()) {
         std::printf("\n%-42s", toString(format).c_str());
         for (const auto& [name, picture] : pictures) {
             const auto back = floatsOf(

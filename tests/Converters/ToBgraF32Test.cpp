@@ -1,37 +1,64 @@
+#include "MediaConversion/MediaFile/FrameHeader.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Encoder.h"
 #include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
 #include "tests/Converters/ConvertedFrames.h"
-#include "tests/support/InstalledPool.h"
+#include "tests/MediaFile/FakeFile.h"
+#include "tests/support/GuardedMemoryResource.h"
 #include "tests/support/PlainDecoding.h"
 
 // The whole way of a media file's frame to float.
 namespace MediaConversion {
 namespace {
 
-using namespace Velmora::Formats;
+using Velmora::Formats::BGRA_F32;
 
-TEST(ToBgraF32, givesThePlainPixelsForAllMediaFormats)
+void expectPlainPixels(std::unique_ptr<Velmora::IFrame> frame)
+{
+    const auto format = frame->format();
+    const auto expected = plainBgraF32(dynamic_cast<const Velmora::ImageFrame&>(*frame));
+    Encoder encoder(format, BGRA_F32());
+    FrameSinkDestination sink;
+    encoder.connectFrameSink(&sink);
+    encoder.start();
+    encoder.onNewFrame(std::move(frame));
+    const auto result = sink.takeFrame();
+    EXPECT_TRUE(result->format() == BGRA_F32()) << toString(result->format());
+    const auto& image = dynamic_cast<const Velmora::FullFrame&>(*result).image();
+    EXPECT_TRUE(sameBytes(expected, image)) << toString(format);
+}
+
+TEST(ToBgraF32, givesThePlainPixelsOnAnyNumberOfThreads)
 {
     // Blocks that come back to the pool are dirty: what a converter does not write would show.
     const InstalledPool pool;
-    for (const auto& format : {YUYV_422(), ZEQ_420(), RGB_U8(), BGR_U8(), RGBA_U8(), BGRA_U8(),
-                               ZEQ_422(), RGB_DPX_FILLED(), BGR_DPX_FILLED(), ZEQ_4224_HYBRID(),
-                               RGB_SMPTE_2110(), BGR_SMPTE_2110(), YCoCg_DXT5()}) {
-        Encoder encoder(format, BGRA_F32());
-        FrameSinkDestination sink;
-        encoder.connectFrameSink(&sink);
-        encoder.start();
-        for (std::uint64_t seed = 1; seed <= 3; ++seed) {
-            auto frame = frameOf(format, randomMatrix(format, 36, 60, seed));
-            const cv::Mat expected = plainBgraF32(*frame);
-            encoder.onNewFrame(std::move(frame));
-            const auto result = sink.takeFrame();
-            EXPECT_TRUE(result->format() == BGRA_F32()) << toString(result->format());
-            EXPECT_TRUE(
-                sameBytes(expected, dynamic_cast<const Velmora::FullFrame&>(*result).image()))
-                << toString(format);
+    for (const auto& [code, format] : mediaFormatCodes())
+        for (const int threads : {0, 1, 2, 4, 64}) {
+            cv::setNumThreads(threads);
+            expectPlainPixels(
+                frameOf(format, randomMatrix(format, 36, 60, std::uint64_t(threads) + 1)));
         }
-    }
+    cv::setNumThreads(-1);
+}
+
+TEST(ToBgraF32, readsAndConvertsFilesInsideTheirBlocks)
+{
+    insideGuardedBlocks([] {
+        for (const auto& [code, format] : mediaFormatCodes())
+            for (unsigned groups = 1; groups <= 70; ++groups) {
+                const auto& packing = format.pixelPacking;
+                const auto width = std::uint16_t(groups * packing.columnsPerGroup);
+                const auto height = std::uint16_t((1 + groups % 3) * packing.rowsPerGroup);
+                MediaFileTests::FakeFile file;
+                MediaFileTests::FakeFileFactory streams(file);
+                const auto data = MediaFileTests::noise(frameDataSize(format, width, height));
+                file.bytes = MediaFileBytes::picture(code, width, height, data).bytes();
+                VelmoraMediaFileReader reader(streams);
+                reader.open(L"name");
+                expectPlainPixels(reader.readFrame());
+            }
+    });
 }
 
 }

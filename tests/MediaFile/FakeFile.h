@@ -34,11 +34,13 @@ struct FakeFile
 
     bool hasStreams = true;
     int openings = 1000;         // how many succeed
-    std::size_t faultyRead = 0;  // counted from 1; sets the bits after the bytes are there
-    std::ios::iostate faultBits = std::ios::goodbit;
+    std::size_t faultyCall = 0;  // counted from 1 over all that changes a stream
+    std::ios::iostate faultBits = std::ios::goodbit;  // it sets them when it is done
+    bool isUndone = false;                            // and also before
 
-    std::vector<std::streamsize> reads = {};  // their sizes
-    std::string calls = {};                   // open, close and caching, in their order
+    std::vector<std::string> streamCalls = {};  // their names
+    std::vector<std::streamsize> reads = {};    // their sizes
+    std::string calls = {};                     // open, close and caching, in their order
 };
 
 // Has failed until it is cleared for the first time.
@@ -47,39 +49,56 @@ class FakeStream final : public IFileStream, public IFileCaching
 public:
     explicit FakeStream(FakeFile& file) : m_file(file) { m_stream.setstate(std::ios::failbit); }
 
-    void clear() override { m_stream.clear(); }
+    void clear() override { call("clear")->clear(); }
     bool fail() const override { return m_stream.fail(); }
     bool good() const override { return m_stream.good(); }
     bool eof() const override { return m_stream.eof(); }
     std::streamsize gcount() const override { return m_stream.gcount(); }
     void read(char* buffer, std::streamsize count) override
     {
-        m_stream.read(buffer, count);
+        call("read")->read(buffer, count);
         m_file.reads.push_back(count);
-        if (m_file.reads.size() == m_file.faultyRead)
-            m_stream.setstate(m_file.faultBits);
     }
     void write(const char*, std::streamsize) override {}
-    void seek(std::streamoff to, std::ios::seekdir from) override { m_stream.seekg(to, from); }
-    void seek(std::streampos position) override { m_stream.seekg(position); }
-    std::streampos tell() override { return m_stream.tellg(); }
+    void seek(std::streamoff to, std::ios::seekdir from) override { call("seek")->seekg(to, from); }
+    void seek(std::streampos position) override { call("seek")->seekg(position); }
+    std::streampos tell() override { return call("tell")->tellg(); }
 
     void open(const std::wstring&, std::ios::openmode mode) override
     {
         m_file.calls += mode == (std::ios::in | std::ios::binary) ? "open " : "another mode ";
         m_isOpen = m_file.openings-- > 0;
-        m_stream.str(m_file.bytes);
+        call("open")->str(m_file.bytes);
     }
     void open(const std::string&, std::ios::openmode mode) override { open(L"", mode); }
     void open(const char*, std::ios::openmode mode) override { open(L"", mode); }
     bool is_open() const override { return m_isOpen; }
-    void close() override { m_file.calls += "close "; }
+    void close() override { m_file.calls += "close ", call("close"); }
     void setCaching(CachingMode mode) override
     {
         m_file.calls += mode == CachingMode::Cached ? "cached " : "uncached ";
     }
 
 private:
+    struct Call
+    {
+        ~Call() { stream.setstate(bits); }
+        std::istringstream* operator->() const { return &stream; }
+        std::istringstream& stream;
+        std::ios::iostate bits;
+    };
+
+    // The stream for one call, which is over with the statement.
+    Call call(const char* name)
+    {
+        m_file.streamCalls.push_back(name);
+        const bool isFaulty = m_file.streamCalls.size() == m_file.faultyCall;
+        const auto bits = isFaulty ? m_file.faultBits : std::ios::goodbit;
+        if (m_file.isUndone)
+            m_stream.setstate(bits);
+        return {m_stream, bits};
+    }
+
     FakeFile& m_file;
     std::istringstream m_stream;
     bool m_isOpen = false;

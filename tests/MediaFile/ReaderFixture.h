@@ -24,11 +24,6 @@ protected:
     void giveFile(const MediaFileBytes& content) { file.bytes = content.bytes(); }
     void open() { reader.open(L"name"); }
 
-    void expectOpenError(const std::string& text)
-    {
-        expectError<MediaFileAccessException>(text, [&] { open(); });
-        expectClosed();
-    }
     template <class Exception = MediaFileAccessException>
     void expectReadError(const std::string& text)
     {

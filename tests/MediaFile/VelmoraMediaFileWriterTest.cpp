@@ -98,6 +98,10 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
     writeFile(name, "old");
     ::mkfifo(folder.file("fifo").c_str(), 0666);
     fs::create_symlink("nothing", folder.file("link"));
+    const auto openFiles = [] {
+        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
+    };
+    const auto openBefore = openFiles();
     for (const auto& [fileName, format, rows, columns, text] : cases)
         EXPECT_EQ(write(fileName, format, rows, columns), text);
 
@@ -119,4 +123,5 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
     });
     EXPECT_EQ(write(folder.file("new"), RGB_U8(), 2, 3), "Failed to write file: Is a directory");
     EXPECT_EQ(content(3), "old");
+    EXPECT_EQ(openFiles(), openBefore);
 }

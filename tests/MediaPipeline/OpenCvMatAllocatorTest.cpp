@@ -1,5 +1,6 @@
 #include "MediaConversion/MediaPipeline/OpenCvMatAllocator.h"
 
+#include "MediaConversion/Converters/ImageColourspace.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
 #include "tests/MediaPipeline/Fakes.h"
@@ -167,7 +168,7 @@ TEST(ImageFramePool, livesAsLongAsOneOfItsMatrices)
     EXPECT_TRUE(secondPool.expired());
 }
 
-TEST(ImageFramePool, mayBeReplacedWhileThreadsAllocate)
+TEST(ImageFramePool, mayBeReplacedWhileThreadsConvert)
 {
     std::atomic<int> spoiled = 0;
     std::atomic<bool> swapping = true;
@@ -177,16 +178,20 @@ TEST(ImageFramePool, mayBeReplacedWhileThreadsAllocate)
         std::vector<std::jthread> threads;
         for (int number = 1; number <= 3; ++number)
             threads.emplace_back([&, number] {
+                MediaConversion::ImageColourspace toBgra(Formats::BGRA_U8());
                 cv::Mat kept;
                 while (swapping) {
-                    cv::Mat image(16, 16, CV_8UC1);
-                    std::fill_n(image.data, 256, static_cast<uchar>(number));
-                    spoiled += std::count(image.data, image.data + 256, number) != 256;
-                    kept = image;  // outlives the pool that was installed when it was made
+                    const cv::Mat image(16, 16, CV_8UC3, cv::Scalar::all(number));
+                    const auto frame = toBgra.onNewImage(
+                        std::make_shared<FullFrame>(Formats::RGB_U8(), image.clone()));
+                    // It outlives the pool that was installed when it was made.
+                    kept = dynamic_cast<const FullFrame&>(*frame).image();
+                    spoiled += std::count(kept.data, kept.data + 4 * 256, number) != 3 * 256;
                 }
             });
         for (int swap = 0; swap < 300; ++swap) {
-            auto pool = swap % 5 ? newCountingPool() : nullptr;
+            auto pool =
+                swap % 5 ? std::make_shared<SelfPruningMemoryPool<HostMemoryResource>>() : nullptr;
             pools.push_back(pool);
             ImageFrame::setMemoryPool(std::move(pool));
             std::this_thread::yield();

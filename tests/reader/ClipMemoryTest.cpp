@@ -1,26 +1,17 @@
 #include "MediaConversion/MediaFile/FrameHeader.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
-#include "tests/reader/ReaderTest.h"
-
-#include <opencv2/core/utility.hpp>
+#include "tests/reader/MemoryTest.h"
 
 #include <sys/resource.h>
 
 #include <algorithm>
-#include <atomic>
-#include <cstdlib>
 #include <deque>
 #include <initializer_list>
-#include <new>
 #include <random>
 #include <utility>
 #include <vector>
 
 namespace {
-
-// The blocks of frames are as large in this test, and nothing else that showing a frame needs is.
-constexpr std::size_t leastBlockSize = 1 << 14;
-std::atomic<int> newBlocks = 0;
 
 long pageFaults()
 {
@@ -31,31 +22,12 @@ long pageFaults()
 
 }
 
-void* operator new(std::size_t size)
-{
-    newBlocks += size >= leastBlockSize;
-    if (void* const memory = std::malloc(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void operator delete(void* memory) noexcept
-{
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept
-{
-    std::free(memory);
-}
-
-using ClipMemory = ReaderTest;
+using ClipMemory = MemoryTest;
 
 // Clips of all formats and of several sizes follow each other in a random order, shown by a host
 // that keeps some readers with their frames.
 TEST_F(ClipMemory, growsNoMoreAfterFiveFrames)
 {
-    cv::setNumThreads(1);  // a second one may come late, and then touches its stack
     std::mt19937 random(1);
     DD::Image::Row row(0, 512);
     std::vector<std::pair<std::uint32_t, std::uint16_t>> clips;
@@ -81,14 +53,14 @@ TEST_F(ClipMemory, growsNoMoreAfterFiveFrames)
                 if (readers.size() > keptReaders)
                     readers.pop_front();
                 if (frame == 5) {
-                    blocksBefore = newBlocks;
+                    blocksBefore = Allocations::large;
                     faultsBefore = pageFaults();
                 }
             }
-            EXPECT_EQ(newBlocks - blocksBefore, 0) << format.pixelFormat << ' ' << height;
-            EXPECT_EQ(pageFaults() - faultsBefore, 0) << format.pixelFormat << ' ' << height;
+            EXPECT_EQ(Allocations::large - blocksBefore, 0) << format.pixelFormat << ' ' << height;
+            // The system takes one away now and then. A fresh block has several, in every frame.
+            EXPECT_LT(pageFaults() - faultsBefore, 10) << format.pixelFormat << ' ' << height;
             EXPECT_THAT(readers.back().takeMessages(), testing::IsEmpty());
         }
     }
-    cv::setNumThreads(-1);
 }

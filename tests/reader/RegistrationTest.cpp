@@ -1,10 +1,6 @@
 #include "host/headless/FormatPanel.h"
 #include "tests/reader/ReaderTest.h"
 
-#include <opencv2/core/mat.hpp>
-
-#include <dlfcn.h>
-
 #include <cstdio>
 
 using namespace testing;
@@ -68,20 +64,4 @@ TEST(PlugIn, exportsNothing)
         symbols += static_cast<char>(character);
     EXPECT_EQ(::pclose(output), 0) << command;
     EXPECT_EQ(symbols, "");
-}
-
-// OpenCV goes on using the allocator that the first reader installs. No fixture here: its host
-// would hold the plug-in.
-TEST(PlugIn, staysWhenTheHostUnloadsIt)
-{
-    const auto file = SAMPLES "/coffee.rgb-u8.zeq";
-    EXPECT_EQ(HeadlessHost(PLUG_IN).read(file).height, 200);
-    ASSERT_NE(Reader::Description::find("zeq"), nullptr);
-
-    void* const handle = ::dlopen(PLUG_IN, RTLD_NOW | RTLD_NOLOAD);
-    ASSERT_NE(handle, nullptr);
-    ::dlclose(handle);
-    const cv::Mat matrix(480, 640, CV_8UC4, cv::Scalar::all(1));
-    EXPECT_EQ(matrix.at<cv::Vec4b>(479, 639)[3], 1);
-    EXPECT_EQ(HeadlessHost(PLUG_IN).read(file).height, 200);
 }

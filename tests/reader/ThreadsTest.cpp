@@ -1,10 +1,19 @@
+#include "MediaConversion/MediaFile/FrameHeader.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "tests/MediaFile/FakeFile.h"
 #include "tests/reader/ReaderTest.h"
 
-#include <algorithm>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdlib>
 #include <latch>
+#include <random>
+#include <system_error>
 #include <thread>
 
 using namespace testing;
@@ -14,75 +23,159 @@ namespace {
 class Threads : public ReaderTest
 {
 protected:
-    static constexpr int readerCount = 8;
+    static constexpr int threadCount = 8;
 
-    // Eight readers, each on a thread of its own, start together on pictures of their own. Gives
-    // the number of those that showed exactly their picture.
-    int readTogether()
+    // Runs the work on several threads that start together, each with a number of its own.
+    template <class Work>
+    static void onThreads(const Work& work)
     {
-        std::vector<std::string> files;
-        for (int index = 0; index < readerCount; ++index)
-            files.push_back(write(std::to_string(index), picture(index).bytes()));
+        std::latch start(threadCount);
+        std::vector<std::jthread> threads;
+        for (int number = 0; number < threadCount; ++number)
+            threads.emplace_back([&, number] {
+                start.arrive_and_wait();
+                work(number);
+            });
+    }
 
-        std::atomic<int> right = 0;
-        std::latch start(readerCount);
-        {
-            std::vector<std::jthread> threads;
-            for (int index = 0; index < readerCount; ++index)
-                threads.emplace_back([&, index] {
-                    start.arrive_and_wait();
-                    auto reader = construct(files[static_cast<std::size_t>(index)]);
-                    reader.open();
-                    const auto pixels = reader.picture().pixels;
-                    const auto isRight = [&](float sample) {
-                        return std::abs(sample - expectedSample(index)) < 1e-6f;
-                    };
-                    if (reader.takeMessages().empty() && pixels.size() == size * size * 4 &&
-                        std::ranges::all_of(pixels, isRight))
-                        ++right;
-                });
+    static MediaFileBytes uniformPicture(std::uint16_t size, int sample)
+    {
+        const std::string data(std::size_t{size} * size * 4, static_cast<char>(sample));
+        return MediaFileBytes::picture(rgbaU8, size, size, data);
+    }
+
+    // Constructs a reader, opens it and pulls its rows on the calling thread. Gives whether they
+    // show exactly the uniform picture.
+    static bool isShown(const std::string& file, int size, int sample)
+    {
+        auto reader = construct(file);
+        reader.open();
+        DD::Image::Row row(0, size);
+        bool isRight = reader.reader().width() == size;
+        for (int y = 0; y < size; ++y) {
+            reader.reader().engine(y, 0, size, DD::Image::Mask_RGBA, row);
+            for (const auto channel : channels)
+                for (int x = 0; x < size; ++x)
+                    isRight &= std::abs(row[channel][x] - sample / 255.0) < 1e-6;
         }
-        return right;
+        return isRight && reader.takeMessages().empty();
     }
 
-private:
-    static constexpr std::uint16_t size = 64;
-
-    static MediaFileBytes picture(int index)
+    // Whether the first readers of a process, made at once, all show their pictures.
+    bool areFirstReadersRight()
     {
-        const auto sample = static_cast<char>(16 * (index + 1));
-        return MediaFileBytes::picture(rgbaU8, size, size,
-                                       std::string(std::size_t{size} * size * 4, sample));
+        std::atomic<int> shown = 0;
+        onThreads([&](int number) { shown += isShown(path(std::to_string(number)), 64, number); });
+        return shown == threadCount;
     }
 
-    static float expectedSample(int index) { return static_cast<float>(16 * (index + 1)) / 255; }
+    // The calling process can start no more threads afterwards. To the superuser, the limit would
+    // not apply.
+    bool isShownWithoutThreads()
+    {
+        const rlimit none{0, 0};
+        constexpr uid_t nobody = 65534;
+        if (::setrlimit(RLIMIT_NPROC, &none) || (::geteuid() == 0 && ::setuid(nobody)))
+            return false;
+        try {
+            std::jthread([] {});
+            return false;
+        } catch (const std::system_error&) {
+            return isShown(path("large"), largeSize, 0x33);
+        }
+    }
+
+    // Ends the process, with success if the check holds in all of so many children.
+    template <class Check>
+    [[noreturn]] void exitAfter(int children, const Check& check)
+    {
+        for (int number = 0; number < threadCount; ++number)
+            write(std::to_string(number), uniformPicture(64, number).bytes());
+        write("large", uniformPicture(largeSize, 0x33).bytes());
+        std::filesystem::permissions(path(""), std::filesystem::perms::all);
+        int status = 0;
+        for (; children > 0 && status == 0; --children) {
+            const auto child = ::fork();
+            if (child == 0)
+                ::_exit(check() ? 0 : 1);
+            ::waitpid(child, &status, 0);
+        }
+        std::filesystem::remove_all(path(""));
+        std::exit(status == 0 ? 0 : 1);
+    }
+
+    static constexpr int largeSize = 1200;  // for pages to be fetched by several threads
+    static constexpr std::array channels{DD::Image::Chan_Red, DD::Image::Chan_Green,
+                                         DD::Image::Chan_Blue, DD::Image::Chan_Alpha};
 };
 
 }
 
-TEST_F(Threads, mayOpenReadersAtOnce)
+TEST_F(Threads, mayOpenReadersOfAllFormatsAgainAndAgain)
 {
-    EXPECT_EQ(readTogether(), readerCount);
+    std::vector<std::pair<std::string, std::vector<float>>> shown;
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        for (const auto size : std::to_array<std::uint16_t>({4, 60, 132})) {
+            const auto data = MediaConversion::MediaFileTests::noise(
+                MediaConversion::frameDataSize(format, size, size));
+            const auto file = write(std::to_string(shown.size()),
+                                    MediaFileBytes::picture(code, size, size, data).bytes());
+            auto reader = construct(file);
+            reader.open();
+            shown.emplace_back(file, reader.picture().pixels);
+        }
+    std::atomic<int> failures = 0;
+    onThreads([&](unsigned number) {
+        std::minstd_rand random(number + 1);
+        for (int repetition = 0; repetition < 30; ++repetition) {
+            const auto& [file, pixels] = shown[random() % shown.size()];
+            auto reader = construct(file);
+            for (auto opens = random() % 3 + 1; opens > 0; --opens) {
+                reader.open();
+                failures += reader.picture().pixels != pixels;
+            }
+            failures += !reader.takeMessages().empty();
+        }
+    });
+    EXPECT_EQ(failures, 0);
 }
 
-// In a process that has made no reader yet, so that the first ones meet at the memory pool.
+// In processes that have made no reader yet, so that the first ones meet at the memory pool.
 TEST_F(Threads, mayConstructTheFirstReadersAtOnce)
 {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(std::exit(readTogether() == readerCount ? 0 : 1), ExitedWithCode(0), "");
+    EXPECT_EXIT(exitAfter(500, [&] { return areFirstReadersRight(); }), ExitedWithCode(0), Eq(""));
 }
 
-TEST_F(Threads, mayPullRowsOfOneReaderAtOnce)
+// Any columns, also beyond the picture, of rows that are there or not.
+TEST_F(Threads, mayPullPartsOfRowsOfOneReaderAtOnce)
 {
-    auto reader = construct(write(tellingPicture(8, 7)));
+    auto reader = construct(SAMPLES "/coffee.rgba-u8.zeq");
     reader.open();
-    for (int repetition = 0; repetition < 20; ++repetition) {
-        const auto picture = reader.picture();
-        for (int row = 0; row < 7; ++row)
-            for (int column = 0; column < 8; ++column)
-                for (int channel = 0; channel < 4; ++channel)
-                    ASSERT_FLOAT_EQ(picture.pixel(column, row)[channel],
-                                    tellingSample(channel, row, column));
-    }
+    const auto picture = reader.picture();
+    std::atomic<int> failures = 0;
+    onThreads([&](unsigned number) {
+        std::minstd_rand random(number + 1);
+        for (int repetition = 0; repetition < 20000; ++repetition) {
+            const int y = static_cast<int>(random() % 210) - 5;
+            const int x = static_cast<int>(random() % 320) - 10;
+            const int r = x + static_cast<int>(random() % 70);
+            DD::Image::Row row(x, r);
+            reader.reader().engine(y, x, r, DD::Image::Mask_RGBA, row);
+            for (int column = x; column < r; ++column)
+                for (std::size_t channel = 0; channel < channels.size(); ++channel) {
+                    const bool isInside = 0 <= y && y < 200 && 0 <= column && column < 300;
+                    const float expected = isInside ? picture.pixel(column, 199 - y)[channel] : 0.f;
+                    failures += row[channels[channel]][column] != expected;
+                }
+        }
+    });
+    EXPECT_EQ(failures, 0);
     EXPECT_THAT(reader.takeMessages(), IsEmpty());
+}
+
+TEST_F(Threads, areNotNeeded)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(exitAfter(1, [&] { return isShownWithoutThreads(); }), ExitedWithCode(0), Eq(""));
 }
