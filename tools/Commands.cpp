@@ -12,6 +12,7 @@ const std::vector<CommandEntry>& commands()
         {"sheet",      "put small views of many files on one page",              sheet},
         {"thumbnail",  "write a small PNG file for each file",                   thumbnail},
         {"doctor",     "look whether everything is in its place",                doctor},
+        {"load",       "load a plug-in",                                         load,       true},
         {"man",        "print the manual page",                                  man,        true},
         {"completion", "print the completion for a shell",                       completion, true},
     };

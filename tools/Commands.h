@@ -11,6 +11,7 @@ Command convert();
 Command sheet();
 Command thumbnail();
 Command doctor();
+Command load();
 Command man();
 Command completion();
 

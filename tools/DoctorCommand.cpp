@@ -59,10 +59,10 @@ bool printPlugIn(const std::string& plugIn)
         print("hint",
               "libDDImage.so comes with the host; outside of it set LD_LIBRARY_PATH to its "
               "folder");
-    const auto folder = fs::absolute(plugIn).parent_path().native();
-    print("host", "add " + folder +
-                      " to the folders in which the host looks for plug-ins, or copy "
-                      "the plug-in into one of these");
+    else if (problem.empty())
+        print("host", "add " + fs::absolute(plugIn).parent_path().native() +
+                          " to the folders in which the host looks for plug-ins, or copy the "
+                          "plug-in into one of these");
     return problem.empty();
 }
 

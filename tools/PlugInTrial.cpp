@@ -2,22 +2,36 @@
 
 #include "MediaConversion/Errors.h"
 
-#include <dlfcn.h>
+#include <fcntl.h>
+#include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 
 namespace Zeq {
 
 namespace {
 
-[[noreturn]] void loadAndTell(const std::string& fileName, int pipe)
+// Starts this program once more, to load the plug-in. A mere fork would have only one of the
+// threads that libraries have started here, and for ever locked what the others had locked.
+pid_t startTrial(std::string fileName, int output)
 {
-    const bool isLoaded = ::dlopen(fileName.c_str(), RTLD_NOW | RTLD_LOCAL);
-    const char* const text = isLoaded ? "" : ::dlerror();
-    const auto written = ::write(pipe, text, std::strlen(text));
-    ::_exit(isLoaded && written == 0 ? 0 : 1);
+    std::string words[] = {"zeq", "load", std::move(fileName)};
+    char* arguments[std::size(words) + 1] = {};
+    std::ranges::transform(words, arguments, [](std::string& word) { return word.data(); });
+
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    pid_t child = 0;
+    const int error =
+        ::posix_spawn(&child, "/proc/self/exe", &actions, nullptr, arguments, ::environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        MediaConversion::fail("No trial process");
+    return child;
 }
 
 std::string readAll(int pipe)
@@ -34,13 +48,9 @@ std::string readAll(int pipe)
 std::string tryPlugIn(const std::string& fileName)
 {
     int ends[2];
-    if (::pipe(ends) != 0)
+    if (::pipe2(ends, O_CLOEXEC) != 0)
         MediaConversion::fail("No pipe to a trial process");
-    const pid_t child = ::fork();
-    if (child < 0)
-        MediaConversion::fail("No trial process");
-    if (child == 0)
-        loadAndTell(fileName, ends[1]);
+    const auto child = startTrial(fileName, ends[1]);
     ::close(ends[1]);
     const auto text = readAll(ends[0]);
     ::close(ends[0]);
@@ -48,6 +58,8 @@ std::string tryPlugIn(const std::string& fileName)
     ::waitpid(child, &status, 0);
     if (WIFSIGNALED(status))
         return "it crashes while it is loaded, by signal " + std::to_string(WTERMSIG(status));
+    if (WEXITSTATUS(status) != 0 && text.empty())
+        return "it ends its process with status " + std::to_string(WEXITSTATUS(status));
     return WEXITSTATUS(status) == 0 ? "" : text;
 }
 

@@ -70,6 +70,8 @@ TEST_F(Commands, lookAfterTheInstallation)
     EXPECT_THAT(output, ContainsRegex("zeq: .*\nprogram: .*\nOpenCV: .*\nOpenImageIO: 2\\..*\n"
                                       "plug-in: missing.so\nplug-in loads: no; no such file\n"));
     EXPECT_THAT(output, HasSubstr("broken.so: file too short"));
+    EXPECT_EQ(run("zeq doctor --plugin '" CRASHING_PLUG_IN "'"), 1);
+    EXPECT_THAT(output, HasSubstr("loads: no; it crashes while it is loaded, by signal 6\n"));
 #ifdef PLUG_IN
     runWell("zeq doctor");
     EXPECT_THAT(output, AllOf(HasSubstr("plug-in: " PLUG_IN "\n"), HasSubstr("loads: yes\n")));
