@@ -45,6 +45,39 @@ protected:
         operation();
         return std::exchange(Allocations::untilFailure, 0) == 0;
     }
+
+    // Ends the process, with success if it can show pictures after its first reader has lacked any
+    // allocation. Each is lacking in a child of its own that has made no reader yet.
+    [[noreturn]] void exitAfterFirstReaders() const
+    {
+        const auto file = write(BadFiles::picture(BadFiles::packings[0]));
+        enum
+        {
+            hasFailed,
+            isWrong,
+            hasNone
+        };
+        int status = hasFailed;
+        int n = 1;
+        for (; status == hasFailed; ++n)
+            status = exitStatusOf([&] {
+                const bool fails = failingAt(n, [&] { isShown(file); });
+                return !isShown(file) ? isWrong : fails ? hasFailed : hasNone;
+            });
+        std::filesystem::remove_all(path(""));
+        std::exit(status == hasNone && n > 40 ? 0 : 1);
+    }
+
+    static bool isShown(const std::string& file)
+    {
+        try {
+            auto reader = construct(file);
+            reader.open();
+            return reader.takeMessages().empty();
+        } catch (const std::bad_alloc&) {
+            return false;
+        }
+    }
 };
 
 }
@@ -88,4 +121,10 @@ TEST_F(AllocationFailures, ofAConstructionAreReportedOrReachTheHost)
         EXPECT_EQ(::close(descriptor), n == 1 ? 0 : -1) << n;
         return hasFailed;
     });
+}
+
+TEST_F(AllocationFailures, ofTheFirstReaderLeaveNothingHalfMade)
+{
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    EXPECT_EXIT(exitAfterFirstReaders(), ExitedWithCode(0), Eq(""));
 }

@@ -7,6 +7,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <stdexcept>
@@ -66,6 +69,18 @@ protected:
     static float tellingSample(int channel, int row, int column)
     {
         return static_cast<float>(tellingByte(channel, row, column)) / 255;
+    }
+
+    // Of a child that does the operation with what this process has, but without its other threads.
+    template <class Operation>
+    static int exitStatusOf(const Operation& operation)
+    {
+        const auto child = ::fork();
+        if (child == 0)
+            ::_exit(operation());
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
     // By the reader's name and not by the file's first bytes, which may be wrong or missing.

@@ -4,7 +4,6 @@
 #include "tests/reader/ReaderTest.h"
 
 #include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -94,12 +93,8 @@ protected:
         write("large", uniformPicture(largeSize, 0x33).bytes());
         std::filesystem::permissions(path(""), std::filesystem::perms::all);
         int status = 0;
-        for (; children > 0 && status == 0; --children) {
-            const auto child = ::fork();
-            if (child == 0)
-                ::_exit(check() ? 0 : 1);
-            ::waitpid(child, &status, 0);
-        }
+        for (; children > 0 && status == 0; --children)
+            status = exitStatusOf([&] { return check() ? 0 : 1; });
         std::filesystem::remove_all(path(""));
         std::exit(status == 0 ? 0 : 1);
     }
