@@ -14,8 +14,8 @@ namespace Zeq {
 
 namespace {
 
-// Starts this program once more, to load the plug-in. A mere fork would have only one of the
-// threads that libraries have started here, and for ever locked what the others had locked.
+// Starts this program once more, to load the plug-in. A mere fork would have none of the
+// threads that libraries have started here but, for ever, whatever locks they hold just then.
 pid_t startTrial(std::string fileName, int output)
 {
     std::string words[] = {"zeq", "load", std::move(fileName)};
