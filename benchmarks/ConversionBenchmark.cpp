@@ -2,6 +2,9 @@
 
 #include "benchmarks/Trial.h"
 
+#include <cstddef>
+#include <string>
+
 namespace Benchmarks {
 
 namespace {

@@ -3,6 +3,8 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "benchmarks/Trial.h"
 
+#include <cstddef>
+
 namespace Benchmarks {
 
 const std::vector<Conversion>& growthConversions()

@@ -2,6 +2,8 @@
 
 #include "benchmarks/Conversions.h"
 
+#include <vector>
+
 namespace Benchmarks {
 
 // The conversions whose cost is measured from half a megapixel to 33.

@@ -10,6 +10,7 @@
 #include <ctime>
 #include <fstream>
 #include <sstream>
+#include <utility>
 
 namespace Benchmarks {
 

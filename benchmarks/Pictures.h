@@ -4,6 +4,8 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <compare>
+
 namespace Benchmarks {
 
 enum class Picture

@@ -5,8 +5,12 @@
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <cstddef>
+#include <filesystem>
 #include <fstream>
 #include <stdexcept>
+#include <string>
+#include <vector>
 
 namespace Benchmarks {
 

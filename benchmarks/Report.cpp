@@ -8,9 +8,11 @@
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <cstddef>
 #include <fstream>
 #include <optional>
 #include <stdexcept>
+#include <string>
 
 namespace Benchmarks {
 

@@ -4,6 +4,7 @@
 
 #include "benchmarks/Report.h"
 #include "benchmarks/Results.h"
+#include "tests/support/KernelLevels.h"
 
 #include <benchmark/benchmark.h>
 
@@ -51,6 +52,7 @@ try {
         std::cerr << "Usage: conversionBenchmark FOLDER [--quick] [Google Benchmark's options]\n";
         return 2;
     }
+    MediaConversion::useLevelOfEnvironment();
     return run(argv[1], isQuick);
 } catch (const std::exception& exception) {
     std::cerr << exception.what() << '\n';

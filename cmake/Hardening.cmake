@@ -4,11 +4,13 @@
 # Everything goes before the user's own flags, so that those win.
 
 include(CheckCXXCompilerFlag)
+include(CheckLinkerFlag)
 include(CheckPIESupported)
 
 # Programs are loaded anywhere, as libraries are.
 check_pie_supported(LANGUAGES CXX)
 
+set(userFlags "${CMAKE_CXX_FLAGS}")
 set(hardening)
 foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-protection)
   string(MAKE_C_IDENTIFIER "has${flag}" isKnown)
@@ -18,6 +20,18 @@ foreach(flag IN ITEMS -fstack-protector-strong -fstack-clash-protection -fcf-pro
   endif()
 endforeach()
 string(PREPEND CMAKE_CXX_FLAGS "${hardening}")
+
+# The linker drops the marks of -fcf-protection because the C library's start-up files have none, and
+# a process that wants them refuses such a plug-in. Those files keep to a shadow stack all the same.
+# Their _init and _fini have no landing place for jumps: libraries are linked so that nobody calls
+# them. A program's _start has none either, so programs do not get that mark.
+check_linker_flag(CXX "-Wl,--fatal-warnings,-z,ibt,-z,shstk" canMark)
+if(canMark AND has_fcf_protection AND NOT userFlags MATCHES "-fcf-protection")
+  string(PREPEND CMAKE_EXE_LINKER_FLAGS "-Wl,-z,shstk ")
+  foreach(kind IN ITEMS SHARED MODULE)
+    string(PREPEND CMAKE_${kind}_LINKER_FLAGS "-Wl,-z,shstk,-z,ibt,-init=none,-fini=none ")
+  endforeach()
+endif()
 
 # Checked forms of the C library's functions. They need an optimiser, and sanitisers have their own.
 if(NOT CMAKE_CXX_FLAGS MATCHES "_FORTIFY_SOURCE|-fsanitize")

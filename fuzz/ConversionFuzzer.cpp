@@ -5,7 +5,15 @@
 #include "fuzz/Fuzzing.h"
 #include "tests/Converters/ConvertedFrames.h"
 
+#include <algorithm>
 #include <bit>
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 using namespace MediaConversion;
 
@@ -16,7 +24,7 @@ void fuzz(FuzzedDataProvider& input)
     const auto index = input.ConsumeIntegral<std::uint8_t>() % conversionRegistry().size();
     const auto& [formats, steps] = *std::next(conversionRegistry().begin(), index);
     const auto& [destination, source] = formats;
-    useLevel(std::min(bestLevel(), Level(input.ConsumeIntegralInRange(0, 2))));
+    useLevel(std::min(bestLevel(), Level(input.ConsumeIntegralInRange(0, 3))));
     const auto& packing = destination.pixelPacking;
     const auto isOdd = [&] { return input.ConsumeIntegral<std::uint8_t>() == 1; };
     const int rows = input.ConsumeIntegralInRange(1, 3) * int(packing.rowsPerGroup) + isOdd();

@@ -3,6 +3,9 @@
 
 #include <algorithm>
 #include <clocale>
+#include <cstdlib>
+#include <optional>
+#include <string>
 
 using namespace MediaConversion;
 

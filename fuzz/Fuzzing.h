@@ -5,7 +5,12 @@
 #include <fuzzer/FuzzedDataProvider.h>
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <exception>
 #include <iostream>
+#include <string>
 
 // What a fuzzer does with an input.
 void fuzz(FuzzedDataProvider& input);

@@ -10,7 +10,11 @@
 
 #include <sys/mman.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <optional>
+#include <string>
+#include <utility>
 
 using namespace DD::Image;
 using namespace MediaConversion;
@@ -51,7 +55,8 @@ void fuzz(FuzzedDataProvider& input)
         format = mediaFormatCodes().at(file.mediaHeader().mediaFormatCode);
     });
     std::optional<HostedReader> host(std::in_place, *Reader::Description::find("zeq"), name);
-    require(failure.empty() == host->takeMessages().empty());
+    const bool isConstructed = failure.empty();
+    require(isConstructed == host->takeMessages().empty());
     cv::Mat picture;
     while (input.remaining_bytes() > 0) {
         failure.clear();
@@ -65,6 +70,9 @@ void fuzz(FuzzedDataProvider& input)
             failure = failureOf([&] {
                 file.open(wideFileName(name));
                 const auto frame = file.readFrame();
+                // A construction that failed has connected nothing, and the file does not mend it.
+                if (!isConstructed)
+                    fail("No frameSink connected");
                 const auto& imageFrame = dynamic_cast<const Velmora::ImageFrame&>(*frame);
                 if (frame->format() != format)
                     fail("input format must be ", format);

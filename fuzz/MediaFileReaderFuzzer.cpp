@@ -4,6 +4,10 @@
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/support/InstalledPool.h"
 
+#include <algorithm>
+#include <memory>
+#include <string>
+
 using namespace MediaConversion;
 
 const std::string notOpen = "Media header not available, check the file is open";

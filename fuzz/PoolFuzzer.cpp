@@ -3,7 +3,11 @@
 #include "fuzz/Fuzzing.h"
 #include "tests/support/CheckedPool.h"
 
+#include <cstdint>
+#include <memory>
 #include <optional>
+#include <utility>
+#include <vector>
 
 using namespace Velmora;
 using Pool = CheckedPool<HostMemoryResource>;

@@ -4,6 +4,10 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include <cstdint>
+#include <memory>
+#include <utility>
+
 using Velmora::Formats::BGRA_F32;
 
 // Colours that fill whole groups, to every format that files have and back. Blocks that are of one

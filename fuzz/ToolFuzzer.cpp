@@ -6,7 +6,10 @@
 #include "tools/MemoryBudget.h"
 
 #include <algorithm>
+#include <functional>
 #include <sstream>
+#include <string>
+#include <vector>
 
 using namespace Zeq;
 

@@ -1,5 +1,6 @@
 #include "imaging/ContactSheet.h"
 
+#include "imaging/ChannelOrder.h"
 #include "imaging/ImageOutput.h"
 #include "imaging/Lettering.h"
 
@@ -7,6 +8,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
 
 namespace {
 
@@ -28,20 +30,6 @@ constexpr int squareSize = 10;
 constexpr float lightSquare = 0.95f;
 constexpr float darkSquare = 0.82f;
 
-// Small enough for the sheet; what is small already stays as it is.
-cv::Mat fitted(const Picture& picture)
-{
-    const cv::Mat pixels(picture.height, picture.width, CV_32FC4,
-                         const_cast<float*>(picture.pixels.data()));
-    const double scale =
-        std::min(1.0, double{largestView} / std::max(picture.width, picture.height));
-    const cv::Size size(std::max(1, cvRound(picture.width * scale)),
-                        std::max(1, cvRound(picture.height * scale)));
-    cv::Mat view;
-    cv::resize(pixels, view, size, 0, 0, cv::INTER_AREA);
-    return view;
-}
-
 // Puts the view over a checkerboard, which shows where it is transparent.
 cv::Mat flattened(const cv::Mat& view)
 {
@@ -62,9 +50,23 @@ cv::Mat flattened(const cv::Mat& view)
 
 void ContactSheet::add(const Picture& picture, const std::string& name)
 {
-    const auto facts = std::to_string(picture.width) + " x " + std::to_string(picture.height) +
-                       ", " + std::to_string(picture.depth) + " bit";
-    m_views.push_back({flattened(fitted(picture)), drawable(name), facts});
+    const cv::Size size(picture.width, picture.height);
+    const cv::Mat pixels(size, CV_32FC4, const_cast<float*>(picture.pixels.data()));
+    add(reduced({pixels, {}, size}, largestView), size, picture.depth, name);
+}
+
+void ContactSheet::add(const PartialPicture& picture, int depth, const std::string& name)
+{
+    auto view = reduced(picture, largestView);
+    swapRedAndBlue(view);
+    add(view, picture.size, depth, name);
+}
+
+void ContactSheet::add(const cv::Mat& view, cv::Size size, int depth, const std::string& name)
+{
+    const auto facts = std::to_string(size.width) + " x " + std::to_string(size.height) + ", " +
+                       std::to_string(depth) + " bit";
+    m_views.push_back({flattened(view), drawable(name), facts});
 }
 
 void ContactSheet::write(const std::filesystem::path& path) const
@@ -98,6 +100,6 @@ void ContactSheet::write(const std::filesystem::path& path) const
         drawText(sheet, shortened(view.name, nameSize, columnWidth), caption, nameSize, nameGrey);
         drawText(sheet, view.facts, caption + cv::Point(0, 19), factsSize, factsGrey);
     }
-    writeImage(path, OIIO::ImageSpec(sheet.cols, sheet.rows, 3, OIIO::TypeDesc::UINT8),
+    writeImage(path, path, OIIO::ImageSpec(sheet.cols, sheet.rows, 3, OIIO::TypeDesc::UINT8),
                {OIIO::TypeDesc::UINT8, sheet.data});
 }

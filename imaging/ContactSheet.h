@@ -1,5 +1,6 @@
 #pragma once
 
+#include "imaging/PartialPicture.h"
 #include "imaging/Picture.h"
 
 #include <opencv2/core/mat.hpp>
@@ -15,6 +16,9 @@ class ContactSheet
 public:
     void add(const Picture& picture, const std::string& name);
 
+    // The same for blue, green, red and alpha; `depth` is the bits per sample of the file.
+    void add(const PartialPicture& picture, int depth, const std::string& name);
+
     bool empty() const { return m_views.empty(); }
 
     // Throws a std::runtime_error.
@@ -27,6 +31,9 @@ private:
         std::string name;
         std::string facts;
     };
+
+    // A view in red, green, blue and alpha.
+    void add(const cv::Mat& view, cv::Size size, int depth, const std::string& name);
 
     std::vector<View> m_views;
 };

@@ -14,7 +14,8 @@ struct Samples
     OIIO::stride_t rowDistance = OIIO::AutoStride;
 };
 
-// Writes a file of the kind that the name's extension asks for. Throws a std::runtime_error when
-// that fails, of one line, also when the file cannot hold samples of the description's type.
-void writeImage(const std::string& fileName, const OIIO::ImageSpec& description,
-                const Samples& samples);
+// Writes a file of the kind that the name's extension asks for; some kinds hold a name, which is
+// `heldName`. Throws a std::runtime_error when that fails, of one line, also when the file cannot
+// hold samples of the description's type.
+void writeImage(const std::string& fileName, const std::string& heldName,
+                const OIIO::ImageSpec& description, const Samples& samples);

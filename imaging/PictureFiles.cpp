@@ -11,7 +11,7 @@ void write(const Picture& picture, const std::filesystem::path& path,
     description.alpha_channel = 3;
     description["oiio:UnassociatedAlpha"] = 1;
 
-    writeImage(path, description, {OIIO::TypeDesc::FLOAT, picture.pixels.data()});
+    writeImage(path, path, description, {OIIO::TypeDesc::FLOAT, picture.pixels.data()});
 }
 
 }

@@ -1,9 +1,11 @@
 #include "imaging/PictureInput.h"
 
 #include "imaging/ChannelOrder.h"
+#include "imaging/PictureLimits.h"
 
 #include <OpenImageIO/imageio.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <stdexcept>
 
@@ -47,12 +49,36 @@ SampleDepth depthOf(const OIIO::ImageSpec& description)
     throw std::runtime_error(line.empty() ? "Cannot be read" : line);
 }
 
+std::uint64_t sizeOf(const std::string& fileName)
+{
+    std::error_code error;
+    const auto status = std::filesystem::status(fileName, error);
+    if (status.type() == std::filesystem::file_type::not_found)
+        fail("No such file");
+    if (!error && !std::filesystem::is_regular_file(status))
+        fail("Not a regular file");
+    const auto size = error ? 0 : std::filesystem::file_size(fileName, error);
+    if (error)
+        fail(error.message());
+    return size;
+}
+
+// A tile is read as a whole, however much of it lies beyond the picture.
+void checkClaim(const OIIO::ImageSpec& description, std::uint64_t fileSize)
+{
+    const auto pixels = std::max(description.image_pixels(), description.tile_pixels());
+    const auto byteCount = std::max(description.image_bytes(true), description.tile_bytes(true));
+    if (!mayBeHeld(pixels, byteCount, fileSize))
+        fail("claims " + std::to_string(description.width) + " x " +
+             std::to_string(description.height) + " pixels, too many for a file of " +
+             std::to_string(fileSize) + " bytes");
+}
+
 }
 
 PictureInput::PictureInput(const std::string& fileName) : m_file(std::make_unique<File>())
 {
-    if (!std::filesystem::is_regular_file(fileName))
-        fail(std::filesystem::exists(fileName) ? "Not a regular file" : "No such file");
+    const auto fileSize = sizeOf(fileName);
     OIIO::ImageSpec asStored;
     asStored["oiio:UnassociatedAlpha"] = 1;
     m_file->input = OIIO::ImageInput::open(fileName, &asStored);
@@ -64,35 +90,27 @@ PictureInput::PictureInput(const std::string& fileName) : m_file(std::make_uniqu
              " channels; grey, grey with alpha, RGB and RGBA can be read");
     if (description.depth > 1 || description.deep)
         fail("is a volume or has deep samples; flat pictures can be read");
-    const auto window = m_file->window();
-    m_facts = {.width = window.width,
-               .height = window.height,
+    checkClaim(description, fileSize);
+    m_facts = {.size = m_file->window().size(),
+               .stored = m_file->data().size(),
                .depth = depthOf(description),
                .hasAlpha = description.nchannels % 2 == 0,
-               .byteCount = description.image_bytes(true)};
-    if (m_file->data() != window)
-        m_facts.byteCount += description.image_pixels() * sizeof(cv::Vec4f);
+               .byteCount =
+                   description.image_bytes(true) + description.image_pixels() * sizeof(cv::Vec4f)};
 }
 
 PictureInput::~PictureInput() = default;
 
-cv::Mat PictureInput::read()
+PartialPicture PictureInput::read()
 {
     const auto data = m_file->data();
+    const auto window = m_file->window();
     const int channels = m_file->description().nchannels;
-    cv::Mat stored(data.height, data.width, CV_32FC4);
+    cv::Mat stored(data.size(), CV_32FC4);
     if (!m_file->input->read_image(0, 0, 0, channels, OIIO::TypeDesc::FLOAT, stored.data,
                                    static_cast<OIIO::stride_t>(stored.elemSize()),
                                    static_cast<OIIO::stride_t>(stored.step[0])))
         fail(m_file->input->geterror());
     spreadToBgra(stored, channels);
-
-    const auto window = m_file->window();
-    if (data == window)
-        return stored;
-    cv::Mat picture = cv::Mat::zeros(window.height, window.width, CV_32FC4);
-    const auto shown = data & window;
-    if (!shown.empty())
-        stored(shown - data.tl()).copyTo(picture(shown - window.tl()));
-    return picture;
+    return {stored, cv::Point2l(data.tl()) - cv::Point2l(window.tl()), window.size()};
 }

@@ -1,8 +1,7 @@
 #pragma once
 
+#include "imaging/PartialPicture.h"
 #include "imaging/SampleDepth.h"
-
-#include <opencv2/core/mat.hpp>
 
 #include <cstdint>
 #include <memory>
@@ -11,18 +10,18 @@
 // What a picture file says of itself.
 struct PictureFacts
 {
-    int width = 0;
-    int height = 0;
+    cv::Size size;    // of its display window, which is the picture
+    cv::Size stored;  // of the pixels that it has
     SampleDepth depth = SampleDepth::F32;
     bool hasAlpha = false;
-    std::uint64_t byteCount = 0;  // that reading takes beside the picture itself
+    std::uint64_t byteCount = 0;  // that reading takes
 };
 
 // A picture file of any kind that OpenImageIO reads. All failures are std::runtime_errors.
 class PictureInput
 {
 public:
-    // Refuses files of more than four channels.
+    // Refuses files of more than four channels and those that are too small for what they claim.
     explicit PictureInput(const std::string& fileName);
     ~PictureInput();
 
@@ -33,9 +32,8 @@ public:
 
     // Blue, green, red and alpha in float, values as they are stored: alpha is not multiplied into
     // the colours and no colour conversion takes place. One channel is a grey and two are a grey
-    // and its alpha; what has no alpha is opaque. The picture is as large as its display window:
-    // what the file has beyond is cut off, what it lacks is 0.
-    cv::Mat read();
+    // and its alpha; what has no alpha is opaque.
+    PartialPicture read();
 
 private:
     struct File;

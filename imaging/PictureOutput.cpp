@@ -47,7 +47,7 @@ void writePicture(const std::string& fileName, cv::Mat picture, const PictureLay
     swapRedAndBlue(picture);
     if (isWholeNumber(layout.depth))
         cv::patchNaNs(picture, 0);
-    writeImage(fileName, description,
+    writeImage(fileName, layout.name.empty() ? fileName : layout.name, description,
                {.type = OIIO::TypeDesc::FLOAT,
                 .first = picture.data,
                 .pixelDistance = static_cast<OIIO::stride_t>(picture.elemSize()),

@@ -11,6 +11,7 @@ struct PictureLayout
 {
     bool hasAlpha = false;
     SampleDepth depth = SampleDepth::F32;
+    std::string name = {};  // for files that hold theirs, if it is not the one they are written to
 };
 
 // Writes a picture in the kind of file that the name's extension asks for. The picture holds blue,

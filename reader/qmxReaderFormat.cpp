@@ -3,6 +3,8 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/Version.h"
 
+#include <string>
+
 namespace {
 
 constexpr int majorVersion = 2;

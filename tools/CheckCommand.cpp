@@ -1,11 +1,13 @@
-#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
 #include "tools/Commands.h"
 #include "tools/CommonArguments.h"
 #include "tools/ConversionPlan.h"
-#include "tools/Files.h"
 #include "tools/OpenFile.h"
 
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace Zeq {
 
@@ -18,26 +20,21 @@ struct Options
     JobSettings jobs;
 };
 
-void checkFile(const std::string& name, MemoryBudget& budget)
+void checkFile(const InputFile& input, MemoryBudget& budget)
 {
-    const auto file = openMediaFile(name);
-    const auto reservation =
-        budget.reserve(file->contents().byteCount + floatByteCount(file->contents()));
-    readPicture(*file);
+    throwProblem(input);
+    const auto file = openMediaFile(input.name);
+    const auto reservation = budget.reserve(file->contents().byteCount);
+    converted(file->readFrame(), Velmora::Formats::BGRA_F32());
 }
 
-std::vector<std::string> filesToCheck(const Options& options)
+std::vector<InputFile> filesToCheck(const Options& options)
 {
-    std::vector<std::string> files;
-    const auto append = [&](const std::vector<std::string>& names) {
-        files.insert(files.end(), names.begin(), names.end());
-    };
+    std::vector<InputFile> files;
     for (const auto& name : options.files) {
         const auto found =
-            isFolderName(name) ? mediaFilesIn(name) : namesOf(inputFiles({name}, options.frames));
-        if (found.empty())
-            MediaConversion::fail(name, ": no media files found");
-        append(found);
+            isFolderName(name) ? mediaFilesIn(name) : inputFiles({name}, options.frames);
+        files.insert(files.end(), found.begin(), found.end());
     }
     return files;
 }
@@ -45,8 +42,8 @@ std::vector<std::string> filesToCheck(const Options& options)
 int run(const Options& options)
 {
     std::vector<Job> jobs;
-    for (const auto& name : filesToCheck(options))
-        jobs.push_back({name, "", [name](MemoryBudget& budget) { checkFile(name, budget); }});
+    for (const auto& file : filesToCheck(options))
+        jobs.push_back({file.name, "", [file](MemoryBudget& budget) { checkFile(file, budget); }});
     const auto failures = runJobs(jobs, options.jobs);
     if (!options.jobs.isQuiet)
         std::cout << jobs.size() << (jobs.size() == 1 ? " file" : " files") << " checked, "
@@ -67,7 +64,8 @@ Command check()
     return {
         .description = sequencesText + std::string(R"(
 Reads each file and converts its frame as a host does. Files that cannot be shown are named on the
-error stream, with the reason.)"),
+error stream, with the reason, and so is what cannot be looked at and what holds no media file: all
+of these count as bad, and the others are checked. Links to folders inside are not followed.)"),
         .arguments = arguments,
         .run = [options] { return Zeq::run(*options); },
     };

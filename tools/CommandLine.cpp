@@ -8,6 +8,12 @@
 
 #include <algorithm>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+#include <vector>
 
 // The one file that knows the parser's library, which takes long to compile.
 namespace Zeq {
@@ -86,7 +92,7 @@ std::function<int()> parseCommandLine(int argumentCount, char** arguments)
                             "print the version and leave");
     parser.set_help_flag("-h,--help", "print this help and leave");
     parser.require_subcommand(1);
-    parser.footer(exitStatusText());
+    parser.footer(namesText() + "\n\n" + exitStatusText());
     parser.formatter(std::make_shared<HelpFormatter>());
 
     std::vector<std::pair<CLI::App*, Command>> parsed;

@@ -1,5 +1,7 @@
 #include "tools/Commands.h"
 
+#include <vector>
+
 namespace Zeq {
 
 const std::vector<CommandEntry>& commands()

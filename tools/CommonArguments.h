@@ -3,6 +3,9 @@
 #include "tools/Command.h"
 #include "tools/Jobs.h"
 
+#include <string>
+#include <vector>
+
 // Arguments that several sub-commands take.
 namespace Zeq {
 

@@ -17,7 +17,8 @@ namespace fs = std::filesystem;
 fs::path identity(const std::string& name)
 {
     std::error_code error;
-    const auto identity = fs::weakly_canonical(fs::absolute(name), error);
+    const auto absolute = fs::absolute(name, error);
+    const auto identity = error ? fs::path() : fs::weakly_canonical(absolute, error);
     return error ? fs::path(name) : identity;
 }
 
@@ -52,6 +53,10 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
     std::vector<Conversion> conversions;
     std::map<fs::path, std::string> taken;  // the outputs and the inputs that they are made of
     for (const auto& input : inputs) {
+        if (!input.problem.empty()) {
+            conversions.push_back({input.name, {}, input.problem});
+            continue;
+        }
         const auto& conversion = conversions.emplace_back(Conversion{input.name, outputOf(input)});
         const auto target = identity(conversion.output);
         const auto [entry, isFirst] = taken.emplace(target, input.name);

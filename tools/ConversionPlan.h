@@ -12,6 +12,7 @@ struct Conversion
 {
     std::string input;
     std::string output;
+    std::string problem = {};  // of the input, which then becomes no output
 };
 
 // Finds each input's output: a file's name, the name of a sequence, which takes the input's number,

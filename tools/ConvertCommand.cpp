@@ -2,11 +2,16 @@
 #include "tools/Commands.h"
 #include "tools/CommonArguments.h"
 #include "tools/EndingSignals.h"
+#include "tools/Files.h"
 #include "tools/FrameConversion.h"
 #include "tools/PictureTypes.h"
 
+#include <cstddef>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace Zeq {
 
@@ -65,6 +70,9 @@ RGB-U8, or RGBA-U8 with alpha; of a picture of more than 8 bits it is RGB-DPX-FI
 and RGB-SMPTE-2110, 12 bits, for more, and with alpha ZEQ-4224-HYBRID, 12 bits, which halves the
 horizontal resolution of the colours.
 
+A picture that is larger than 8192 x 4320 is refused when its file stores less than a pixel in 16
+of it, or has less than a thousandth of its bytes: its size is then a mere claim.
+
   zeq convert shot.####.zeq png/shot.####.png
   zeq convert --format ZEQ-422 --frames 1001-1100 shot.%04d.exr media/shot.%04d.zeq
   zeq convert --to dpx --skip-existing *.zeq dpx/
@@ -100,7 +108,7 @@ std::string outputExtension(const Options& options, const std::string& output)
 
 std::vector<Conversion> planned(const Options& options, const WantedResult& wanted)
 {
-    if (options.files.size() < 2)
+    if (options.files.size() < 2 || options.files.back().empty())
         throw UsageError("OUTPUT is required");
     const auto& output = options.files.back();
     const auto extension = outputExtension(options, output);
@@ -109,11 +117,12 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
         inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
         extension);
     if (output.ends_with('/'))
-        std::filesystem::create_directories(output);
+        makeFolder(output);
     // Once for all frames, and before the first is read.
     for (const auto& conversion : plan) {
         const auto folder = std::filesystem::path(conversion.output).parent_path();
-        if (!folder.empty() && !std::filesystem::is_directory(folder))
+        std::error_code ignored;
+        if (!folder.empty() && !std::filesystem::is_directory(folder, ignored))
             throw UsageError("there is no folder " + folder.native());
     }
     return plan;
@@ -127,7 +136,11 @@ int run(const Options& options)
     std::vector<Job> jobs;
     std::size_t skipped = 0;
     for (const auto& conversion : plan) {
-        if (options.skipsExisting && std::filesystem::exists(conversion.output)) {
+        if (!conversion.problem.empty()) {
+            jobs.push_back(failingJob(conversion.input, conversion.problem));
+            continue;
+        }
+        if (options.skipsExisting && exists(conversion.output)) {
             ++skipped;
             continue;
         }

@@ -1,15 +1,18 @@
 #include "MediaConversion/Version.h"
 #include "tools/Commands.h"
 #include "tools/Files.h"
+#include "tools/Messages.h"
 #include "tools/PictureModule.h"
 #include "tools/PlugInTrial.h"
 
 #include <opencv2/core/utility.hpp>
 
 #include <cstdlib>
+#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
+#include <string>
 
 namespace Zeq {
 
@@ -32,7 +35,7 @@ std::string findPlugIn()
 
 bool print(const std::string& name, const std::string& value)
 {
-    std::cout << name << ": " << value << '\n';
+    std::cout << name << ": " << shown(value) << '\n';
     return true;
 }
 

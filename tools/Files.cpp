@@ -1,11 +1,12 @@
 #include "tools/Files.h"
 
-#include "MediaConversion/MediaFile/FileStreamOver.h"
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/FileStream.h"
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
-#include <fstream>
+#include <ios>
 
 namespace Zeq {
 
@@ -19,25 +20,33 @@ std::string extensionOf(const std::string& fileName)
     return extension;
 }
 
+bool hasMediaFileExtension(const std::string& fileName)
+{
+    return extensionOf(fileName) == "zeq";
+}
+
+bool exists(const std::string& name)
+{
+    std::error_code ignored;
+    return std::filesystem::exists(name, ignored);
+}
+
 std::string beginningOf(const std::string& fileName, std::size_t count)
 {
-    if (!MediaConversion::mayBeOpenedAsFile(fileName.c_str()))
-        return {};
+    MediaConversion::FileStream file;
+    file.open(fileName, std::ios_base::in | std::ios_base::binary);
     std::string bytes(count, '\0');
-    std::ifstream file(fileName, std::ios::binary);
     file.read(bytes.data(), static_cast<std::streamsize>(count));
     bytes.resize(static_cast<std::size_t>(file.gcount()));
     return bytes;
 }
 
-std::vector<std::string> mediaFilesIn(const std::string& folder)
+void makeFolder(const std::string& folder)
 {
-    std::vector<std::string> files;
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(folder))
-        if (entry.is_regular_file() && extensionOf(entry.path()) == "zeq")
-            files.push_back(entry.path());
-    std::ranges::sort(files);
-    return files;
+    std::error_code error;
+    std::filesystem::create_directories(folder, error);
+    if (error)
+        MediaConversion::fail(folder, ": ", error.message());
 }
 
 std::string programFolder()

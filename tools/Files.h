@@ -2,18 +2,22 @@
 
 #include <cstddef>
 #include <string>
-#include <vector>
 
 namespace Zeq {
 
 // In lower case and without the dot; empty when there is none.
 std::string extensionOf(const std::string& fileName);
 
+// False also where that cannot be told.
+bool exists(const std::string& name);
+
 // The first bytes of a regular file, fewer when it has no more; empty when it cannot be read.
 std::string beginningOf(const std::string& fileName, std::size_t count);
 
-// The media files in a folder and in those inside it, by name.
-std::vector<std::string> mediaFilesIn(const std::string& folder);
+bool hasMediaFileExtension(const std::string& fileName);
+
+// Makes a folder, and those that it is in, unless they are there. Throws a std::runtime_error.
+void makeFolder(const std::string& folder);
 
 // The folder of the running program.
 std::string programFolder();

@@ -10,7 +10,12 @@
 
 #include <opencv2/core.hpp>
 
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <limits>
+#include <memory>
+#include <utility>
 
 namespace Zeq {
 
@@ -46,11 +51,13 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const MediaForma
     const auto options = file.mediaFileOptions();
     // A media file keeps the frame that it has, of which hosts show the picture.
     if (!options.width) {
-        checkSide("wide", contents.width, format.frameFormat.pixelPacking.columnsPerGroup, format);
-        checkSide("high", contents.height, format.frameFormat.pixelPacking.rowsPerGroup, format);
+        const auto& packing = format.frameFormat.pixelPacking;
+        checkSide("wide", contents.size.width, packing.columnsPerGroup, format);
+        checkSide("high", contents.size.height, packing.rowsPerGroup, format);
     }
-    const auto reservation = budget.reserve(contents.byteCount + floatByteCount(contents) +
-                                            floatByteCount(contents) / 4);
+    const auto filledUp = options.width ? 0 : fillingUpByteCount(contents);
+    const auto reservation =
+        budget.reserve(contents.byteCount + filledUp + std::max(contents.byteCount, filledUp) / 4);
     const auto frame = converted(withLimitedHighlights(file.readFrame()), format.frameFormat);
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
@@ -62,11 +69,14 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
     const bool hasAlpha = contents.hasAlpha && type.holdsAlpha;
     const auto depth = wantedDepth ? checkedDepth(type, *wantedDepth, hasAlpha)
                                    : losslessDepth(type, contents.depth, hasAlpha);
+    checkNotEmpty(contents);
+    const auto filledUp = fillingUpByteCount(contents);
     const auto reservation =
-        budget.reserve(contents.byteCount + floatByteCount(contents) + floatByteCount(contents));
-    auto picture = readPicture(file);
+        budget.reserve(contents.byteCount + filledUp + std::max(contents.byteCount, filledUp));
+    auto picture = whole(file.readPicture());
     writeOutput(output, [&](const std::string& name) {
-        pictureModule().write(name, std::move(picture), {hasAlpha, depth});
+        pictureModule().write(name, std::move(picture),
+                              {hasAlpha, depth, std::filesystem::path(output).filename()});
     });
 }
 

@@ -5,6 +5,7 @@
 #include "tools/MemoryBudget.h"
 
 #include <optional>
+#include <string>
 
 namespace Zeq {
 

@@ -55,8 +55,9 @@ std::vector<int> FramePattern::framesOnDisk() const
     if (folder.empty())
         folder = ".";
     std::vector<int> frames;
-    std::error_code isMissing;
-    for (const auto& entry : std::filesystem::directory_iterator(folder, isMissing))
+    if (std::error_code isMissing; !std::filesystem::exists(folder, isMissing) && !isMissing)
+        return frames;
+    for (const auto& entry : std::filesystem::directory_iterator(folder))
         if (const auto frame = frameOf(entry.path().filename().native()))
             frames.push_back(*frame);
     std::ranges::sort(frames);

@@ -3,6 +3,8 @@
 #include "tools/Command.h"
 
 #include <charconv>
+#include <cstddef>
+#include <cstdint>
 #include <set>
 #include <string_view>
 

@@ -7,12 +7,19 @@
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/MediaFormats.h"
+#include "tools/Messages.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>
 
+#include <cstdint>
+#include <exception>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
 
 namespace Zeq {
 
@@ -51,11 +58,13 @@ Json factsOf(const std::string& fileName)
     facts["dataExpected"] = format ? Json(MediaConversion::frameDataSize(
                                          format->frameFormat, frame.frameWidth, frame.frameHeight))
                                    : Json();
-    facts["dataPresent"] = std::filesystem::file_size(fileName) - headerSize;
+    std::error_code isGone;
+    const auto size = std::filesystem::file_size(fileName, isGone);
+    facts["dataPresent"] = isGone || size < headerSize ? Json() : Json(size - headerSize);
     return facts;
 }
 
-// A line for each fact; texts are shown as they are.
+// A line for each fact.
 void print(const Json& facts)
 {
     for (const auto& [name, value] : facts.items()) {
@@ -63,7 +72,7 @@ void print(const Json& facts)
         if (value.is_null())
             std::cout << "unknown";
         else if (value.is_string())
-            std::cout << value.get_ref<const std::string&>();
+            std::cout << shown(value.get_ref<const std::string&>());
         else
             std::cout << value;
         std::cout << '\n';
@@ -83,6 +92,7 @@ int show(const Options& options)
     Json all = Json::array();
     for (const auto& file : inputFiles(options.files, options.frames)) {
         try {
+            throwProblem(file);
             auto facts = factsOf(file.name);
             if (!options.asJson) {
                 std::cout << (all.empty() ? "" : "\n");
@@ -90,7 +100,7 @@ int show(const Options& options)
             }
             all.push_back(std::move(facts));
         } catch (const std::exception& error) {
-            reportError(file.name, error.what());
+            reportError(file.name, messageOf(error));
             hasFailed = true;
         }
     }

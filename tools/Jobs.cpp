@@ -1,9 +1,10 @@
 #include "tools/Jobs.h"
 
 #include "tools/Command.h"
+#include "tools/Messages.h"
 #include "tools/OutputFile.h"
 #include "tools/Progress.h"
-#include "tools/Report.h"
+#include "tools/Threads.h"
 
 #include <opencv2/core/utility.hpp>
 
@@ -12,6 +13,9 @@
 #include <algorithm>
 #include <atomic>
 #include <charconv>
+#include <exception>
+#include <stdexcept>
+#include <system_error>
 #include <thread>
 
 namespace Zeq {
@@ -33,14 +37,28 @@ int parseJobCount(const std::string& text)
     return count;
 }
 
+// How many are done at once. The processors are shared out among the jobs, so that they do not
+// stand in each other's way. Without threads, OpenCV is not to start any either.
+int prepareThreads(int jobCount)
+{
+    const int processors = cv::getNumberOfCPUs();
+    const bool hasThreads = canStartThreads(static_cast<std::size_t>(jobCount + processors));
+    cv::setNumThreads(hasThreads ? std::max(1, processors / std::max(1, jobCount)) : 1);
+    return hasThreads ? jobCount : 1;
+}
+
+}
+
+Job failingJob(const std::string& name, const std::string& problem)
+{
+    return {name, "", [problem](MemoryBudget&) { throw std::runtime_error(problem); }};
 }
 
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
 {
     MemoryBudget budget(parseByteCount(settings.memory));
-    const int jobCount = std::min(parseJobCount(settings.jobs), static_cast<int>(jobs.size()));
-    // The processors are shared out among the jobs, so that they do not stand in each other's way.
-    cv::setNumThreads(std::max(1, cv::getNumberOfCPUs() / std::max(1, jobCount)));
+    const auto jobCount = static_cast<std::size_t>(
+        prepareThreads(std::min(parseJobCount(settings.jobs), static_cast<int>(jobs.size()))));
 
     // One heap for all threads: with one for each, freed frames stay with the thread that had them.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread allocates yet
@@ -60,15 +78,19 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
                 progress.failed(error.what());
             } catch (const std::exception& error) {
                 ++failures;
-                progress.failed(job.name + ": " + error.what());
+                progress.failed(job.name + ": " + messageOf(error));
             }
         }
     };
-    std::vector<std::jthread> threads;
-    threads.reserve(static_cast<std::size_t>(jobCount));
-    for (int thread = 0; thread < jobCount; ++thread)
-        threads.emplace_back(work);
-    threads.clear();
+    std::vector<std::jthread> others;
+    try {
+        while (others.size() + 1 < jobCount)
+            others.emplace_back(work);
+    } catch (const std::system_error&) {
+        // Those that there are do it all.
+    }
+    work();
+    others.clear();
     return failures;
 }
 

@@ -2,6 +2,7 @@
 
 #include "tools/MemoryBudget.h"
 
+#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -25,9 +26,12 @@ struct Job
     std::function<void(MemoryBudget&)> run;
 };
 
-// Runs the jobs, several at once, and names those that fail. Progress is a bar on a terminal and
-// otherwise a line for each job. Gives the number of jobs that failed; throws a UsageError for
-// settings that cannot be understood.
+// A job that fails with this problem.
+Job failingJob(const std::string& name, const std::string& problem);
+
+// Runs the jobs, several at once where threads can be started, and names those that fail. Progress
+// is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed;
+// throws a UsageError for settings that cannot be understood.
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings);
 
 }

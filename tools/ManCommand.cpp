@@ -3,6 +3,7 @@
 #include "tools/HelpTexts.h"
 
 #include <iostream>
+#include <string>
 
 namespace Zeq {
 
@@ -57,7 +58,8 @@ int run()
     std::cout << ".SH OPTIONS\n"
               << ".TP\n\\fB\\-h\\fR, \\fB\\-\\-help\\fR\nprint the help of zeq or of a command\n"
               << ".TP\n\\fB\\-\\-version\\fR\nprint the version\n"
-              << ".SH EXIT STATUS\n"
+              << ".SH NAMES\n"
+              << escaped(namesText()) << "\n.SH EXIT STATUS\n"
               << escaped(exitStatusText()) << "\n";
     return ExitStatus::success;
 }

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <cstddef>
+#include <string_view>
 
 namespace Zeq {
 

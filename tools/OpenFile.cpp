@@ -1,5 +1,6 @@
 #include "tools/OpenFile.h"
 
+#include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreamFactory.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
@@ -12,6 +13,10 @@
 #include "tools/PictureModule.h"
 
 #include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
 
 namespace Zeq {
 
@@ -33,21 +38,25 @@ public:
             return;
         }
         const auto& frameFormat = format->frameFormat;
-        m_contents = {.width = m_header.width,
-                      .height = m_header.height,
+        const cv::Size stored(m_frameHeader.frameWidth, m_frameHeader.frameHeight);
+        const std::uint64_t dataSize = MediaConversion::frameDataSize(
+            frameFormat, m_frameHeader.frameWidth, m_frameHeader.frameHeight);
+        m_contents = {.size = {m_header.width, m_header.height},
+                      .stored = stored,
                       .depth = depthOf(frameFormat),
                       .hasAlpha = hasAlpha(frameFormat),
-                      .byteCount = MediaConversion::frameDataSize(
-                          frameFormat, m_frameHeader.frameWidth, m_frameHeader.frameHeight)};
-        if (m_header.width != m_frameHeader.frameWidth ||
-            m_header.height != m_frameHeader.frameHeight)
-            m_contents.byteCount += sizeof(cv::Vec4f) * m_frameHeader.frameWidth *
-                                    std::uint64_t{m_frameHeader.frameHeight};
+                      .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
     }
 
     const Contents& contents() const override { return m_contents; }
 
     std::unique_ptr<Velmora::IFrame> readFrame() override { return m_reader.readFrame(); }
+
+    PartialPicture readPicture() override
+    {
+        const auto frame = converted(readFrame(), BGRA_F32());
+        return {dynamic_cast<const Velmora::IImageFrame&>(*frame).image(), {}, m_contents.size};
+    }
 
     MediaConversion::MediaFileOptions mediaFileOptions() const override
     {
@@ -62,6 +71,15 @@ public:
     }
 
 private:
+    // What the library takes for a file at most, whatever its headers claim.
+    static std::uint64_t mostFor(const std::string& fileName)
+    {
+        constexpr std::uint64_t largestGrowth = 21;
+        std::error_code isGone;
+        const auto size = std::filesystem::file_size(fileName, isGone);
+        return isGone ? 0 : size * largestGrowth;
+    }
+
     static MediaConversion::MediaFileMagic magicOf(const std::string& fileName)
     {
         return beginningOf(fileName, 4) == "zeqZ" ? MediaConversion::MediaFileMagic::ZeqZ
@@ -82,8 +100,8 @@ public:
     explicit OpenPicture(const std::string& fileName) : m_input(pictureModule().open(fileName))
     {
         const auto& facts = m_input->facts();
-        m_contents = {.width = facts.width,
-                      .height = facts.height,
+        m_contents = {.size = facts.size,
+                      .stored = facts.stored,
                       .depth = facts.depth,
                       .hasAlpha = facts.hasAlpha,
                       .byteCount = facts.byteCount};
@@ -93,8 +111,10 @@ public:
 
     std::unique_ptr<Velmora::IFrame> readFrame() override
     {
-        return std::make_unique<Velmora::FullFrame>(BGRA_F32(), m_input->read());
+        return std::make_unique<Velmora::FullFrame>(BGRA_F32(), whole(m_input->read()));
     }
+
+    PartialPicture readPicture() override { return m_input->read(); }
 
 private:
     std::unique_ptr<IPictureInput> m_input;
@@ -115,20 +135,6 @@ std::unique_ptr<IOpenFile> openFile(const std::string& fileName)
     return std::make_unique<OpenPicture>(fileName);
 }
 
-cv::Mat readPicture(IOpenFile& file)
-{
-    const auto frame = converted(file.readFrame(), BGRA_F32());
-    cv::Mat stored = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
-    const cv::Size size(file.contents().width, file.contents().height);
-    if (stored.size() == size)
-        return stored;
-    cv::Mat picture = cv::Mat::zeros(size, stored.type());
-    const auto shown = cv::Rect({}, size) & cv::Rect({}, stored.size());
-    if (!shown.empty())
-        stored(shown).copyTo(picture(shown));
-    return picture;
-}
-
 std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> frame,
                                            const Velmora::FrameFormat& format)
 {
@@ -141,15 +147,25 @@ std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> fram
     return result.takeFrame();
 }
 
-std::uint64_t floatByteCount(const Contents& contents)
+std::uint64_t floatByteCount(cv::Size size)
 {
-    return sizeof(cv::Vec4f) * static_cast<std::uint64_t>(contents.width) *
-           static_cast<std::uint64_t>(contents.height);
+    return sizeof(cv::Vec4f) * static_cast<std::uint64_t>(size.width) *
+           static_cast<std::uint64_t>(size.height);
 }
 
-bool hasMediaFileExtension(const std::string& fileName)
+std::uint64_t fillingUpByteCount(const Contents& contents)
 {
-    return extensionOf(fileName) == "zeq";
+    if (contents.size == contents.stored)
+        return 0;
+    checkMayBeFilledUp(contents.size, contents.stored);
+    return floatByteCount(contents.size);
+}
+
+void checkNotEmpty(const Contents& contents)
+{
+    if (contents.size.empty())
+        MediaConversion::fail("is a picture of ", contents.size.width, " x ", contents.size.height,
+                              " pixels: nothing can be shown");
 }
 
 }

@@ -2,6 +2,7 @@
 
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/IFrame.h"
+#include "imaging/PartialPicture.h"
 #include "imaging/SampleDepth.h"
 
 #include <opencv2/core/mat.hpp>
@@ -15,11 +16,11 @@ namespace Zeq {
 // What is known of a file before its pixels are read.
 struct Contents
 {
-    int width;  // of the picture
-    int height;
+    cv::Size size;    // of the picture
+    cv::Size stored;  // of what the file has of it, as far as its headers tell
     SampleDepth depth;
     bool hasAlpha;
-    std::uint64_t byteCount;  // that reading takes beside the picture in float
+    std::uint64_t byteCount;  // that reading takes, what is stored in float included
 };
 
 // A file whose pixels are still to be read.
@@ -30,8 +31,12 @@ public:
 
     virtual const Contents& contents() const = 0;
 
-    // The frame in the format in which the file has it. Once only.
+    // The frame in the format in which the file has it; of other pictures than media files, the
+    // whole picture. Once only, like the next.
     virtual std::unique_ptr<Velmora::IFrame> readFrame() = 0;
+
+    // The picture as hosts show it, in float BGRA.
+    virtual PartialPicture readPicture() = 0;
 
     // What a media file says beside its frame and another one made from it says as well.
     virtual MediaConversion::MediaFileOptions mediaFileOptions() const { return {}; }
@@ -43,16 +48,18 @@ std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName);
 // A media file, or a picture of any kind that OpenImageIO reads.
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName);
 
-// Reads the picture as hosts show it, in float BGRA: what lies outside the stored frame is 0.
-cv::Mat readPicture(IOpenFile& file);
-
 // Sends a frame through an Encoder.
 std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> frame,
                                            const Velmora::FrameFormat& format);
 
-// The bytes of a picture in float BGRA.
-std::uint64_t floatByteCount(const Contents& contents);
+// The bytes of so many pixels in float BGRA.
+std::uint64_t floatByteCount(cv::Size size);
 
-bool hasMediaFileExtension(const std::string& fileName);
+// Those of the whole picture, where it has to be built around what is stored. Throws when the file
+// holds too little of it.
+std::uint64_t fillingUpByteCount(const Contents& contents);
+
+// Throws a std::runtime_error when the picture has no pixel that could be shown.
+void checkNotEmpty(const Contents& contents);
 
 }

@@ -2,9 +2,11 @@
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
+#include "tools/Messages.h"
 
 #include <filesystem>
 #include <memory>
+#include <utility>
 
 namespace Zeq {
 
@@ -19,7 +21,7 @@ void writeTo(const std::string& fileName, const std::string& extension, const Wr
     try {
         write(std::make_unique<AtomicFile>(MediaConversion::wideFileName(fileName), extension));
     } catch (const std::exception& error) {
-        throw OutputError(fileName + ": " + error.what());
+        throw OutputError(fileName + ": " + messageOf(error));
     }
 }
 

@@ -6,6 +6,8 @@
 
 #include <opencv2/core/utility.hpp>
 
+#include <utility>
+
 namespace Zeq {
 
 namespace {
@@ -16,7 +18,7 @@ public:
     explicit OpenPictureInput(const std::string& fileName) : m_input(fileName) {}
 
     const PictureFacts& facts() const override { return m_input.facts(); }
-    cv::Mat read() override { return m_input.read(); }
+    PartialPicture read() override { return m_input.read(); }
 
 private:
     PictureInput m_input;
@@ -25,9 +27,9 @@ private:
 class Sheet final : public IContactSheet
 {
 public:
-    void add(const Picture& picture, const std::string& name) override
+    void add(const PartialPicture& picture, int depth, const std::string& name) override
     {
-        m_sheet.add(picture, name);
+        m_sheet.add(picture, depth, name);
     }
     void write(const std::string& fileName) const override { m_sheet.write(fileName); }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "imaging/Picture.h"
 #include "imaging/PictureInput.h"
 #include "imaging/PictureOutput.h"
 
@@ -19,7 +18,7 @@ public:
     virtual ~IPictureInput() = default;
 
     virtual const PictureFacts& facts() const = 0;
-    virtual cv::Mat read() = 0;
+    virtual PartialPicture read() = 0;
 };
 
 class IContactSheet
@@ -27,7 +26,7 @@ class IContactSheet
 public:
     virtual ~IContactSheet() = default;
 
-    virtual void add(const Picture& picture, const std::string& name) = 0;
+    virtual void add(const PartialPicture& picture, int depth, const std::string& name) = 0;
     virtual void write(const std::string& fileName) const = 0;
 };
 
@@ -45,7 +44,8 @@ public:
 };
 
 // Loads the module with the first call, from when on each file is read and written with as many
-// threads as OpenCV is told to use. Throws a std::runtime_error when that fails.
+// threads as OpenCV is told to use. Throws a std::runtime_error when that fails, also when too few
+// threads can be started: libraries that come with OpenImageIO would end the program.
 const IPictureModule& pictureModule();
 
 // The one function that the module exports.

@@ -1,10 +1,15 @@
 #include "MediaConversion/Errors.h"
 #include "tools/Files.h"
 #include "tools/PictureModule.h"
+#include "tools/Threads.h"
+
+#include <opencv2/core/utility.hpp>
 
 #include <dlfcn.h>
 
+#include <cstddef>
 #include <filesystem>
+#include <string>
 
 namespace Zeq {
 
@@ -18,8 +23,16 @@ std::string moduleFile()
     return std::filesystem::exists(beside) ? beside : folder / LIBRARY_FOLDER / "zeqPictures.so";
 }
 
+// More than those libraries were seen to start, of which some go by the processors.
+std::size_t neededThreads()
+{
+    return 8 + 2 * static_cast<std::size_t>(cv::getNumberOfCPUs());
+}
+
 const IPictureModule& load()
 {
+    if (!canStartThreads(neededThreads()))
+        MediaConversion::fail("Pictures cannot be read or written: too few threads can be started");
     void* const handle = ::dlopen(moduleFile().c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!handle)
         MediaConversion::fail("Pictures cannot be read or written: ", ::dlerror());

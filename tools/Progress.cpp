@@ -1,9 +1,11 @@
 #include "tools/Progress.h"
 
+#include "tools/Messages.h"
 #include "tools/Report.h"
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <iostream>
 
@@ -27,7 +29,7 @@ void Progress::succeeded(const std::string& line)
     const std::lock_guard lock(m_outputMutex);
     ++m_done;
     if (m_showsLines && !line.empty())
-        std::cout << line << std::endl;
+        std::cout << shown(line) << std::endl;
     showBar();
 }
 

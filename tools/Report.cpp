@@ -1,6 +1,7 @@
 #include "tools/Report.h"
 
-#include <algorithm>
+#include "tools/Messages.h"
+
 #include <cstdio>
 #include <iostream>
 
@@ -8,9 +9,7 @@ namespace Zeq {
 
 void reportError(const std::string& text)
 {
-    auto line = text;
-    std::ranges::replace(line, '\n', ' ');
-    line = "zeq: " + line + "\n";
+    const auto line = "zeq: " + shown(text) + "\n";
     std::fwrite(line.data(), 1, line.size(), stderr);
 }
 

@@ -3,16 +3,20 @@
 #include "tools/EndingSignals.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
+#include "tools/MemoryBudget.h"
+#include "tools/Messages.h"
 #include "tools/OpenFile.h"
 #include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 
-#include <opencv2/imgproc.hpp>
-
+#include <exception>
 #include <filesystem>
 #include <iostream>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace Zeq {
 
@@ -43,42 +47,41 @@ int bitsOf(SampleDepth depth)
     return 0;
 }
 
-Picture pictureIn(const std::string& name)
+void add(const InputFile& input, IContactSheet& sheet)
 {
-    const auto file = openFile(name);
+    throwProblem(input);
+    const auto file = openFile(input.name);
     const auto& contents = file->contents();
     MemoryBudget budget(0);  // for its check of sizes that no machine holds
-    const auto reservation = budget.reserve(contents.byteCount + 2 * floatByteCount(contents));
-    const auto image = readPicture(*file);
-    Picture picture{.width = image.cols,
-                    .height = image.rows,
-                    .depth = bitsOf(contents.depth),
-                    .pixels = std::vector<float>(image.total() * Picture::channels)};
-    cv::Mat pixels(image.size(), image.type(), picture.pixels.data());
-    cv::cvtColor(image, pixels, cv::COLOR_BGRA2RGBA);
-    return picture;
+    const auto reservation = budget.reserve(contents.byteCount);
+    const auto picture = file->readPicture();
+    checkNotEmpty(contents);
+    sheet.add(picture, bitsOf(contents.depth), std::filesystem::path(input.name).filename());
 }
 
 int run(const Options& options)
 {
+    if (options.output.empty())
+        throw UsageError("--output: a file is required");
     if (!findPictureType(extensionOf(options.output)))
         throw UsageError(options.output + ": files of this kind are not written");
     removeUnfinishedFilesOnSignals();
     const auto sheet = pictureModule().createContactSheet();
-    int shown = 0;
+    int views = 0;
     int failures = 0;
     for (const auto& file : inputFiles(options.files, options.frames)) {
         try {
-            sheet->add(pictureIn(file.name), std::filesystem::path(file.name).filename());
-            ++shown;
+            add(file, *sheet);
+            ++views;
         } catch (const std::exception& error) {
-            reportError(file.name, error.what());
+            reportError(file.name, messageOf(error));
             ++failures;
         }
     }
-    if (shown > 0) {
+    if (views > 0) {
         writeOutput(options.output, [&](const std::string& name) { sheet->write(name); });
-        std::cout << options.output << ": " << shown << (shown == 1 ? " file\n" : " files\n");
+        std::cout << shown(options.output) << ": " << views
+                  << (views == 1 ? " file\n" : " files\n");
     }
     return failures ? ExitStatus::failure : ExitStatus::success;
 }

@@ -2,14 +2,17 @@
 #include "tools/CommonArguments.h"
 #include "tools/ConversionPlan.h"
 #include "tools/EndingSignals.h"
+#include "tools/Files.h"
 #include "tools/OpenFile.h"
 #include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 
-#include <opencv2/imgproc.hpp>
-
+#include <algorithm>
 #include <charconv>
 #include <filesystem>
+#include <memory>
+#include <string>
+#include <vector>
 
 namespace Zeq {
 
@@ -37,53 +40,38 @@ int parseSize(const std::string& text)
     return size;
 }
 
-// Colours count as much as they show: where a pixel is transparent, its colour means nothing.
-cv::Mat reduced(cv::Mat picture, cv::Size size)
-{
-    picture.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
-        for (int channel = 0; channel < 3; ++channel)
-            pixel[channel] *= pixel[3];
-    });
-    cv::Mat small;
-    cv::resize(picture, small, size, 0, 0, cv::INTER_AREA);
-    small.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
-        for (int channel = 0; channel < 3 && pixel[3] > 0; ++channel)
-            pixel[channel] /= pixel[3];
-    });
-    return small;
-}
-
 void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
 {
     const auto file = openFile(conversion.input);
     const auto& contents = file->contents();
-    const auto reservation = budget.reserve(contents.byteCount + floatByteCount(contents));
-    cv::Mat picture = readPicture(*file);
-    const int side = std::max(picture.cols, picture.rows);
-    if (side > largestSide) {
-        const double scale = double(largestSide) / side;
-        picture = reduced(picture, {std::max(1, cvRound(picture.cols * scale)),
-                                    std::max(1, cvRound(picture.rows * scale))});
-    }
+    const auto reservation = budget.reserve(contents.byteCount);
+    const auto picture = file->readPicture();
+    checkNotEmpty(contents);
+    const auto view = reduced(picture, largestSide);
     writeOutput(conversion.output, [&](const std::string& name) {
-        pictureModule().write(name, picture, {contents.hasAlpha, SampleDepth::U8});
+        pictureModule().write(name, view, {contents.hasAlpha, SampleDepth::U8});
     });
 }
 
 int run(const Options& options)
 {
     const int size = parseSize(options.size);
+    if (options.folder.empty())
+        throw UsageError("--output: a folder is required");
     const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
     const auto plan = planConversions(inputFiles(options.files, options.frames), folder, "png");
-    std::filesystem::create_directories(folder);
+    makeFolder(folder);
 
     std::vector<Job> jobs;
     jobs.reserve(plan.size());
     for (const auto& conversion : plan)
-        jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                        [&conversion, size](MemoryBudget& budget) {
-                            makeThumbnail(conversion, size, budget);
-                        }});
+        if (!conversion.problem.empty())
+            jobs.push_back(failingJob(conversion.input, conversion.problem));
+        else
+            jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
+                            [&conversion, size](MemoryBudget& budget) {
+                                makeThumbnail(conversion, size, budget);
+                            }});
     removeUnfinishedFilesOnSignals();
     return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
 }

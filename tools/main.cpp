@@ -1,12 +1,18 @@
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "MediaConversion/MediaPipeline/ImageFrame.h"
 #include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "imaging/StandardStreams.h"
 #include "tools/Command.h"
 #include "tools/CommandLine.h"
+#include "tools/Messages.h"
 #include "tools/Report.h"
+
+#include <exception>
+#include <memory>
 
 int main(int argumentCount, char** arguments)
 try {
+    Programs::openStandardStreams();
     Velmora::ImageFrame::setMemoryPool(
         std::make_shared<Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource>>());
     const int status = Zeq::parseCommandLine(argumentCount, arguments)();
@@ -15,6 +21,6 @@ try {
     Zeq::reportError(error.what());
     return Zeq::ExitStatus::usage;
 } catch (const std::exception& error) {
-    Zeq::reportError(error.what());
+    Zeq::reportError(Zeq::messageOf(error));
     return Zeq::ExitStatus::failure;
 }

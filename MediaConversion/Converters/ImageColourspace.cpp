@@ -6,6 +6,8 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include <cstddef>
+
 namespace MediaConversion {
 
 namespace {

@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/ConversionTable.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Reorders the channels of a full frame and adds or drops alpha; the channel type stays. An added

@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/Encoding.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Encodes RGB frames as YCbCr with shared chroma, by the full-range matrix of ITU-T T.871. The

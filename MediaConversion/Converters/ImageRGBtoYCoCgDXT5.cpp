@@ -2,6 +2,8 @@
 
 #include "MediaConversion/Converters/Kernels/KernelTables.h"
 
+#include <cstddef>
+
 namespace MediaConversion {
 
 namespace {

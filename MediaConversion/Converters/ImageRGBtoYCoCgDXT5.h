@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/Encoding.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Compresses 8-bit RGB frames to scaled YCoCg in DXT5 (BC3) blocks or to plain DXT1 (BC1). A fast

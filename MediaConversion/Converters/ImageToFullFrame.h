@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/Decoding.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Unpacks 10-bit DPX-filled words and 12-bit DPX and SMPTE ST 2110 groups into full frames. Integer

@@ -11,11 +11,13 @@ ImageToPackedFrame::ImageToPackedFrame(const FrameFormat& destination) : m_desti
 std::unique_ptr<Velmora::IFrame> ImageToPackedFrame::onNewImage(
     std::shared_ptr<const Velmora::IImageFrame> frame)
 {
+    // The pair comes first: a packed frame is a source that is not supported.
+    const auto pack = frame ? findConversion(conversions(), frame->format(), m_destination,
+                                             "Packing is not supported from ")
+                            : nullptr;
     const auto* const full = dynamic_cast<const Velmora::FullFrame*>(frame.get());
     if (!full)
         fail("Can only convert FullFrame images");
-    const auto pack = findConversion(conversions(), full->format(), m_destination,
-                                     "Packing is not supported from ");
     return pack(*full, m_destination);
 }
 

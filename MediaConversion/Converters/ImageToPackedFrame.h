@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/Encoding.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Packs full frames into 10-bit DPX-filled words and 12-bit SMPTE ST 2110 groups: each sample is

@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/Decoding.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Decodes YCbCr frames with shared chroma into RGB frames by the full-range matrix of ITU-T T.871.

@@ -3,6 +3,8 @@
 #include "MediaConversion/Converters/Decoding.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Decodes block-compressed frames, scaled YCoCg in DXT5 (BC3) blocks and plain DXT1 (BC1), into

@@ -2,6 +2,8 @@
 
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 // The graphics card's side of the converters. This build has no OpenGL, so all of them refuse.
 namespace MediaConversion {
 

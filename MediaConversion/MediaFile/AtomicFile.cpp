@@ -2,7 +2,7 @@
 
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/Hexadecimal.h"
+#include "MediaConversion/MediaFile/TemporaryFiles.h"
 
 #include <fcntl.h>
 #include <sys/resource.h>
@@ -13,7 +13,6 @@
 #include <chrono>
 #include <filesystem>
 #include <mutex>
-#include <random>
 #include <set>
 #include <system_error>
 #include <thread>
@@ -74,12 +73,56 @@ std::string checkedName(const std::wstring& fileName)
     return *narrow;
 }
 
-// Of fixed length, as the file's own name may be as long as a name can be.
-std::string temporaryNameBeside(const std::string& fileName, const std::string& extension)
+std::string folderOf(const std::string& fileName)
 {
-    std::random_device random;
     const auto folder = fileName.substr(0, fileName.rfind('/') + 1);
-    return folder + ".zeq." + hexadecimal(random()) + hexadecimal(random()) + ".tmp" + extension;
+    return folder.empty() ? "./" : folder;
+}
+
+class Descriptor
+{
+public:
+    explicit Descriptor(int descriptor) : m_descriptor(descriptor) {}
+    ~Descriptor()
+    {
+        if (m_descriptor >= 0)
+            ::close(m_descriptor);
+    }
+
+    Descriptor(const Descriptor&) = delete;
+    Descriptor& operator=(const Descriptor&) = delete;
+
+    operator int() const { return m_descriptor; }
+
+private:
+    const int m_descriptor;
+};
+
+// A negative number for a folder that may be written to but not read.
+int openFolder(const std::string& name)
+{
+    for (;;) {
+        const int folder = ::open(name.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+        if (folder >= 0 || errno == EACCES)
+            return folder;
+        if (errno != EINTR)
+            failWith(errno);
+    }
+}
+
+// Brings a new name to the disk.
+void synchroniseFolder(int folder, int file)
+{
+    if (folder < 0) {
+        // All of the file system takes longer, but needs no folder.
+        completed([&] { return ::syncfs(file); });
+        return;
+    }
+    // What some file systems cannot do for folders they do not need.
+    completed([&] {
+        const int result = ::fsync(folder);
+        return result != 0 && errno == EINVAL ? 0 : result;
+    });
 }
 
 }
@@ -89,7 +132,37 @@ AtomicFile::AtomicFile(const std::wstring& fileName, const std::string& extensio
     : AtomicFile(checkedName(fileName))
 {
     findTarget();
-    m_temporaryName = temporaryNameBeside(m_name, extension);
+    const auto folder = folderOf(m_name);
+    createTemporary(folder, extension);
+    while (!claimAsWriter(m_descriptor)) {
+        removeTemporary();
+        createTemporary(folder, extension);
+    }
+    // Its own time is that of the file system, which may be another machine's.
+    struct stat status;
+    if (::fstat(m_descriptor, &status) == 0)
+        removeAbandonedFiles(folder, status.st_mtime - secondsUntilAbandoned(folder));
+}
+
+AtomicFile::~AtomicFile()
+{
+    removeTemporary();
+}
+
+void AtomicFile::removeTemporary()
+{
+    if (m_descriptor >= 0)
+        ::close(std::exchange(m_descriptor, -1));
+    if (m_temporaryName.empty())
+        return;
+    UnfinishedFiles unfinished;
+    ::unlink(m_temporaryName.c_str());
+    unfinished.names.erase(m_temporaryName);
+}
+
+void AtomicFile::createTemporary(const std::string& folder, const std::string& extension)
+{
+    m_temporaryName = folder + newTemporaryName(extension);
     UnfinishedFiles unfinished;
     unfinished.names.insert(m_temporaryName);
     // Whatever the permissions will be, it can be opened once more to be written by name.
@@ -98,17 +171,6 @@ AtomicFile::AtomicFile(const std::wstring& fileName, const std::string& extensio
         return ::open(m_temporaryName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
                       permissions);
     });
-}
-
-AtomicFile::~AtomicFile()
-{
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    if (m_temporaryName.empty())
-        return;
-    UnfinishedFiles unfinished;
-    ::unlink(m_temporaryName.c_str());
-    unfinished.names.erase(m_temporaryName);
 }
 
 void AtomicFile::write(std::span<const std::byte> bytes)
@@ -126,9 +188,19 @@ void AtomicFile::commit()
     if (m_permissions)
         completed([this] { return ::fchmod(m_descriptor, *m_permissions); });
     completed([this] { return ::fsync(m_descriptor); });
-    // An interrupted close has closed the file.
+    const Descriptor folder(openFolder(folderOf(m_name)));
+    // Keeps the lock until the file stands under its name.
+    const Descriptor duplicate(
+        completed([this] { return ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0); }));
+    // Tells of failures too. An interrupted close has closed the file.
     if (::close(std::exchange(m_descriptor, -1)) != 0 && errno != EINTR)
         failWith(errno);
+    takeName();
+    synchroniseFolder(folder, duplicate);
+}
+
+void AtomicFile::takeName()
+{
     UnfinishedFiles unfinished;
     completed([this] { return ::rename(m_temporaryName.c_str(), m_name.c_str()); });
     unfinished.names.erase(m_temporaryName);

@@ -4,17 +4,27 @@
 
 #include <sys/types.h>
 
+#include <cstddef>
 #include <optional>
+#include <span>
 #include <string>
 #include <utility>
 
 namespace MediaConversion {
 
-// Grows in the folder of its name, under a hidden, random one (".zeq.*.tmp*") that only a killed
-// process leaves behind. A file that is replaced passes on its permissions, but neither its owner
-// nor its other hard links; one that must not be written is not replaced. Of a symbolic link the
-// file behind it is replaced. A link to nothing is refused, and so is all else that is no regular
-// file.
+// Grows in the folder of its name, under a hidden, random one (".zeq.*.tmp*"). A file that is
+// replaced passes on its permissions, but neither its owner nor its other hard links; one that must
+// not be written is not replaced. Of a symbolic link the file behind it is replaced. A link to
+// nothing is refused, and so is all else that is no regular file.
+//
+// When commit() returns, file and name outlast a power cut. When it fails because the folder cannot
+// be synchronised, the file stands under its name all the same.
+//
+// Only a process that is killed, or that crashes, leaves a hidden file behind. The first AtomicFile
+// that another process creates in the folder removes those of its user that nobody is writing. That
+// is told by a lock, which each AtomicFile holds. On a file system that other machines may write
+// to, whose locks may not be seen here, a file must not have been written to for a day as well; on
+// one without locks nothing is removed.
 class AtomicFile final : public IAtomicFile
 {
 public:
@@ -40,6 +50,9 @@ private:
     explicit AtomicFile(std::string name) : m_name(std::move(name)) {}
 
     void findTarget();
+    void createTemporary(const std::string& folder, const std::string& extension);
+    void removeTemporary();
+    void takeName();
 
     std::string m_name;
     std::optional<mode_t> m_permissions;  // of the file that is replaced

@@ -1,5 +1,7 @@
 #include "MediaConversion/MediaFile/DirectFileBuffer.h"
 
+#include "MediaConversion/MediaFile/RegularFile.h"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -38,7 +40,7 @@ DirectFileBuffer* DirectFileBuffer::open(const char* fileName, std::ios_base::op
     if (is_open() || (mode & ~std::ios_base::binary) != std::ios_base::in)
         return nullptr;
     const bool uncached = m_cachingMode == CachingMode::Uncached;
-    m_descriptor = ::open(fileName, O_RDONLY | O_CLOEXEC | (uncached ? O_DIRECT : 0));
+    m_descriptor = openRegularFile(fileName, O_RDONLY | (uncached ? O_DIRECT : 0));
     if (!is_open())
         return nullptr;
     struct stat status;

@@ -5,6 +5,8 @@
 
 #include <sys/stat.h>
 
+#include <cstdint>
+
 namespace MediaConversion {
 
 namespace {

@@ -2,6 +2,9 @@
 
 #include "MediaConversion/MediaFile/FileStreams.h"
 
+#include <memory>
+#include <string>
+
 namespace MediaConversion {
 
 // For readers that read directly: its streams can bypass the operating system's cache.

@@ -2,6 +2,6 @@
 
 namespace MediaConversion {
 
-template class FileStreamOver<std::filebuf>;
+template class FileStreamOver<FileBuffer>;
 
 }

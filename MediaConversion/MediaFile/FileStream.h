@@ -1,15 +1,14 @@
 #pragma once
 
+#include "MediaConversion/MediaFile/FileBuffer.h"
 #include "MediaConversion/MediaFile/FileStreamOver.h"
-
-#include <fstream>
 
 namespace MediaConversion {
 
-extern template class FileStreamOver<std::filebuf>;
+extern template class FileStreamOver<FileBuffer>;
 
 // The standard buffered file stream of bytes.
-class FileStream final : public FileStreamOver<std::filebuf>
+class FileStream final : public FileStreamOver<FileBuffer>
 {
 };
 

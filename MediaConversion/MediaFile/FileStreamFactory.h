@@ -2,6 +2,8 @@
 
 #include "MediaConversion/MediaFile/FileStream.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 class FileStreamFactory final : public IFileStreamFactory

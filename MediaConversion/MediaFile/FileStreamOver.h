@@ -4,11 +4,12 @@
 #include "MediaConversion/MediaFile/FileStreams.h"
 
 #include <istream>
+#include <string>
 
 namespace MediaConversion {
 
-// False for what exists and is no regular file: opening a FIFO would wait for its writer, and a
-// directory opens like a file of no bytes.
+// False for what exists and is no regular file. A first look, so that no device is touched: what is
+// opened then may be another file.
 bool mayBeOpenedAsFile(const char* fileName);
 
 // A file stream over a stream buffer that opens and closes files as std::filebuf does.

@@ -8,6 +8,10 @@
 #include "MediaConversion/MediaFile/RawFrameCreator.h"
 #include "MediaConversion/MediaPipeline/PooledBuffer.h"
 
+#include <algorithm>
+#include <cstdint>
+#include <ios>
+
 namespace MediaConversion {
 
 using Velmora::IFrame;
@@ -21,7 +25,11 @@ constexpr auto openMode = std::ios_base::in | std::ios_base::binary;
 constexpr auto endOfFile = "Media file has unexpectedly reached End-Of-File";
 constexpr auto directReadingRefused = "Failed to open file for direct reading";
 
-// The bytes between the read position and the end; empty when the stream cannot tell.
+// What is read first from a stream that cannot tell how much it has, in bytes.
+constexpr std::uint64_t firstPiece = 1 << 20;
+
+// The bytes between the read position and the end. Empty when the stream cannot tell, or tells of
+// an end that it has read past: the file was cut, or its system calls every file empty.
 std::optional<std::uint64_t> remainingBytes(IIoStream& stream)
 {
     const auto position = stream.tell();
@@ -38,10 +46,26 @@ std::optional<std::uint64_t> remainingBytes(IIoStream& stream)
     return std::nullopt;
 }
 
-std::unique_ptr<PooledBuffer> readBytes(IIoStream& stream, std::unique_ptr<PooledBuffer> buffer)
+// Fills the buffer from the stream, beginning behind the bytes that it has.
+std::unique_ptr<PooledBuffer> readBytes(IIoStream& stream, std::unique_ptr<PooledBuffer> buffer,
+                                        std::uint64_t filled = 0)
 {
-    stream.read(reinterpret_cast<char*>(buffer->data()),
-                static_cast<std::streamsize>(buffer->size()));
+    stream.read(reinterpret_cast<char*>(buffer->data() + filled),
+                static_cast<std::streamsize>(buffer->size() - filled));
+    return buffer;
+}
+
+// Reads on in ever larger pieces, so that no memory is taken for bytes that do not arrive.
+std::unique_ptr<PooledBuffer> readRest(IIoStream& stream, std::unique_ptr<PooledBuffer> buffer,
+                                       std::uint64_t size)
+{
+    while (buffer->size() < size && stream.good()) {
+        const auto filled = buffer->size();
+        auto larger =
+            std::make_unique<PooledBuffer>(ImageFrame::memoryPool(), std::min(2 * filled, size));
+        std::copy_n(buffer->data(), filled, larger->data());
+        buffer = readBytes(stream, std::move(larger), filled);
+    }
     return buffer;
 }
 
@@ -158,15 +182,22 @@ std::unique_ptr<IFrame> VelmoraMediaFileReader::readImage(std::unique_ptr<IFrame
     auto pool = ImageFrame::memoryPool();
     // A few bytes of header can claim gigabytes: no memory for what the file does not hold. The
     // frame's own complaints come before that of the missing bytes.
-    if (const auto remaining = remainingBytes(*m_stream); remaining && *remaining < size) {
+    const auto remaining = remainingBytes(*m_stream);
+    if (remaining && *remaining < size) {
         release();
         stored.checkByteCount(size);
         fail(m_fileName, endOfFile);
     }
-    auto buffer = std::make_unique<PooledBuffer>(std::move(pool), size);
+    const auto firstSize = remaining ? size : std::min<std::uint64_t>(size, firstPiece);
+    auto buffer = std::make_unique<PooledBuffer>(std::move(pool), firstSize);
 
     const auto stream = release();
-    auto frame = stored.create(readBytes(*stream, std::move(buffer)), 0, size);
+    buffer = readRest(*stream, readBytes(*stream, std::move(buffer)), size);
+    if (buffer->size() < size) {
+        stored.checkByteCount(size);
+        checkState(*stream);
+    }
+    auto frame = stored.create(std::move(buffer), 0, size);
     checkState(*stream);
     return frame;
 }
@@ -182,6 +213,9 @@ std::unique_ptr<IFrame> VelmoraMediaFileReader::readImageDirectly(std::unique_pt
     if (!info || info->alignmentUnit() == 0)
         fail(m_fileName, directReadingRefused);
     const auto size = info->fileSize();
+    // Not of the bytes behind the frame's; but of a file that is too short, all.
+    const bool isWhole = pixels <= size && stored.dataSize() <= size - pixels;
+    const auto end = isWhole ? pixels + stored.dataSize() : size;
 
     const auto stream = release();
     stream->close();
@@ -193,9 +227,9 @@ std::unique_ptr<IFrame> VelmoraMediaFileReader::readImageDirectly(std::unique_pt
         readBytes(*stream, std::make_unique<PooledBuffer>(ImageFrame::memoryPool(),
                                                           roundedUp(size, info->alignmentUnit())));
     // The last unit of a file is seldom a whole one: reaching the end is no failure here.
-    if (static_cast<std::uint64_t>(stream->gcount()) >= size)
+    if (static_cast<std::uint64_t>(stream->gcount()) >= end)
         stream->clear();
-    auto frame = stored.create(std::move(buffer), pixels, size);
+    auto frame = stored.create(std::move(buffer), pixels, end);
     checkState(*stream);
     return frame;
 }

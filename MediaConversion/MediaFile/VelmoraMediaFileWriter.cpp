@@ -9,8 +9,11 @@
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <limits>
+#include <span>
 #include <stdexcept>
+#include <string_view>
 #include <utility>
 
 namespace MediaConversion {

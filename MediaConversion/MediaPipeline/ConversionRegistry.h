@@ -3,6 +3,7 @@
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
 #include <map>
+#include <memory>
 #include <utility>
 #include <vector>
 

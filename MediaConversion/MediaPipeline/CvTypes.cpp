@@ -6,6 +6,7 @@
 #include <opencv2/core/mat.hpp>
 
 #include <initializer_list>
+#include <string>
 #include <vector>
 
 namespace Velmora {

@@ -3,6 +3,7 @@
 #include "MediaConversion/MediaPipeline/FramePipeline.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 

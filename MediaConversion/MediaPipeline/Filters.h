@@ -13,6 +13,8 @@
 #include "MediaConversion/MediaPipeline/FrameDispatch.h"
 #include "MediaConversion/MediaPipeline/NullProcessors.h"
 
+#include <memory>
+
 // The filters of which chains are made. Each is constructed from the format that it converts to.
 namespace MediaConversion {
 

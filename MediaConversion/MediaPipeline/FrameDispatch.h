@@ -3,6 +3,7 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
 #include <utility>
 
 namespace MediaConversion {

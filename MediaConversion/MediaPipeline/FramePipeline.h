@@ -2,6 +2,7 @@
 
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
 #include <vector>
 
 namespace MediaConversion {

@@ -2,6 +2,9 @@
 
 #include "MediaConversion/MediaPipeline/ImageFrame.h"
 
+#include <cstdint>
+#include <memory>
+
 namespace Velmora {
 
 class PackedFrame;

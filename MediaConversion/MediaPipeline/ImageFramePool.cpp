@@ -35,8 +35,11 @@ void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
     replaced = std::exchange(installed.pool, std::move(pool));
     installed.allocator.setPool(installed.pool);
     // Not null, which OpenCV 4 would call at the next matrix.
-    cv::Mat::setDefaultAllocator(installed.pool ? &installed.allocator
-                                                : cv::Mat::getStdAllocator());
+    cv::MatAllocator* const allocator =
+        installed.pool ? &installed.allocator : cv::Mat::getStdAllocator();
+    // Other threads read OpenCV's pointer without a lock: it is not written where it stays.
+    if (cv::Mat::getDefaultAllocator() != allocator)
+        cv::Mat::setDefaultAllocator(allocator);
 }
 
 std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()

@@ -2,6 +2,8 @@
 
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 
+#include <memory>
+
 namespace MediaConversion {
 
 // Placeholders for filters that support one kind of frame only: they refuse every frame.

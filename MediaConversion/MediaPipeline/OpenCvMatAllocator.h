@@ -4,6 +4,7 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <cstddef>
 #include <map>
 #include <memory>
 #include <mutex>

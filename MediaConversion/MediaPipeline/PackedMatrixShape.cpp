@@ -4,6 +4,8 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <cstdint>
+
 namespace Velmora {
 
 PackedMatrixShape packedMatrixShape(const FrameFormat& format, int cvType, int width, int height)

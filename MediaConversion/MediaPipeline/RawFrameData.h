@@ -2,6 +2,8 @@
 
 #include "MediaConversion/MediaPipeline/PooledBuffer.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <memory>
 
 namespace Velmora {

@@ -3,10 +3,12 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaPipeline/Memory.h"
 
+#include <cstdint>
 #include <iterator>
 #include <map>
 #include <memory>
 #include <mutex>
+#include <utility>
 
 namespace Velmora {
 

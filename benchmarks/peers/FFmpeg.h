@@ -7,6 +7,7 @@ extern "C" {
 
 #include <opencv2/core/mat.hpp>
 
+#include <cstddef>
 #include <memory>
 #include <stdexcept>
 #include <string>

@@ -11,7 +11,9 @@ extern "C" {
 #include <opencv2/imgproc.hpp>
 
 #include <array>
+#include <cstdint>
 #include <cstring>
+#include <memory>
 
 namespace Benchmarks::Peers {
 

@@ -5,6 +5,8 @@
 
 #include <squish.h>
 
+#include <memory>
+
 // The threads of Debian's libsquish are those of GNU's OpenMP.
 extern "C" void omp_set_num_threads(int threads);
 

@@ -9,6 +9,8 @@ extern "C" {
 
 #include <opencv2/imgproc.hpp>
 
+#include <cstdint>
+#include <memory>
 #include <utility>
 
 namespace Benchmarks::Peers {

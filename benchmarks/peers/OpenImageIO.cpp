@@ -6,7 +6,9 @@
 #include <OpenImageIO/imageio.h>
 #include <opencv2/imgproc.hpp>
 
+#include <memory>
 #include <stdexcept>
+#include <string>
 
 namespace Benchmarks::Peers {
 

@@ -7,6 +7,7 @@
 #include <stb/stb_dxt.h>
 
 #include <cstring>
+#include <memory>
 
 namespace Benchmarks::Peers {
 

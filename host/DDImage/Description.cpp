@@ -3,6 +3,9 @@
 #include <algorithm>
 #include <cstring>
 #include <mutex>
+#include <string>
+#include <string_view>
+#include <vector>
 
 namespace DD::Image {
 

@@ -1,6 +1,7 @@
 #include "DDImage/Row.h"
 
 #include <algorithm>
+#include <cstddef>
 
 namespace DD::Image {
 

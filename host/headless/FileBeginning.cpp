@@ -5,6 +5,7 @@
 #include <utility>
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 // Without blocking: to open a pipe would wait for someone to write to it.
@@ -17,6 +18,9 @@ FileBeginning::FileBeginning(const std::string& fileName)
         m_error = std::generic_category().message(errno);
     else
         m_length = static_cast<int>(length);
+    struct stat status;
+    if (m_descriptor >= 0 && ::fstat(m_descriptor, &status) == 0)
+        m_fileSize = static_cast<std::uint64_t>(status.st_size);
 }
 
 FileBeginning::~FileBeginning()

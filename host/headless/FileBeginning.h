@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 
 // A file's first bytes and a descriptor of it, as the host hands them to the readers. A file that
@@ -16,6 +17,7 @@ public:
 
     const unsigned char* block() const { return m_block.data(); }
     int length() const { return m_length; }  // of the bytes that the file really has
+    std::uint64_t fileSize() const { return m_fileSize; }
     int descriptor() const { return m_descriptor; }
 
     // Gives the descriptor away. It is -1 when the file could not be opened.
@@ -27,6 +29,7 @@ public:
 private:
     std::array<unsigned char, 1024> m_block{};
     int m_length = 0;
+    std::uint64_t m_fileSize = 0;
     int m_descriptor;
     std::string m_error;
 };

@@ -1,7 +1,11 @@
 #include "host/headless/HostedReader.h"
 
+#include "imaging/PictureLimits.h"
+
 #include <algorithm>
 #include <atomic>
+#include <cstddef>
+#include <cstdint>
 #include <stdexcept>
 #include <thread>
 #include <utility>
@@ -9,7 +13,7 @@
 namespace {
 
 // The size comes from a file's header, which may claim anything: 2 GiB of samples and no more.
-constexpr std::int64_t largestPixelCount = std::int64_t{1} << 27;
+constexpr std::uint64_t largestPixelCount = std::uint64_t{1} << 27;
 
 void copyRow(const DD::Image::Row& row, int width, float* pixels)
 {
@@ -42,6 +46,7 @@ HostedReader::HostedReader(const DD::Image::Reader::Description& description,
 HostedReader::HostedReader(const DD::Image::Reader::Description& description,
                            const std::string& fileName, FileBeginning&& beginning)
     : m_operator(std::make_unique<ReadOperator>(fileName)),
+      m_fileSize(beginning.fileSize()),
       m_reader(description.newReader(m_operator.get(), beginning.releaseDescriptor(),
                                      beginning.block(), beginning.length()))
 {
@@ -51,9 +56,16 @@ Picture HostedReader::picture()
 {
     const int width = m_reader->width();
     const int height = m_reader->height();
-    if (std::int64_t{width} * height > largestPixelCount)
+    const auto refuse = [&](const std::string& limit) {
         throw std::runtime_error("Picture of " + std::to_string(width) + " x " +
-                                 std::to_string(height) + " pixels is too large for this host");
+                                 std::to_string(height) + " pixels is too large for " + limit);
+    };
+    const auto pixels = static_cast<std::uint64_t>(width) * static_cast<std::uint64_t>(height);
+    if (pixels > largestPixelCount)
+        refuse("this host");
+    // A file has a byte at least for every pixel that it stores.
+    if (!mayBeFilledUp(pixels, m_fileSize))
+        refuse("a file of " + std::to_string(m_fileSize) + " bytes");
 
     Picture picture{.width = width, .height = height, .depth = m_reader->depth(), .pixels = {}};
     const auto rowSize = std::size_t(width) * std::size_t(Picture::channels);

@@ -5,9 +5,11 @@
 
 #include <DDImage/Reader.h>
 
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <utility>
 #include <vector>
 
 // A read operator that collects what is reported to it.
@@ -43,10 +45,11 @@ public:
     std::vector<std::string> takeMessages() { return m_operator->takeMessages(); }
 
     // Pulls all rows, the lowest first, on several threads at once. Throws for a picture that is
-    // too large to be held as a whole.
+    // too large to be held as a whole, or for the file that claims it.
     Picture picture();
 
 private:
     std::unique_ptr<ReadOperator> m_operator;
+    std::uint64_t m_fileSize;
     std::unique_ptr<DD::Image::Reader> m_reader;
 };

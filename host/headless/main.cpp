@@ -3,9 +3,13 @@
 #include "host/headless/OutputNames.h"
 #include "imaging/ContactSheet.h"
 #include "imaging/PictureFiles.h"
+#include "imaging/StandardStreams.h"
 
 #include <exception>
+#include <filesystem>
 #include <iostream>
+#include <stdexcept>
+#include <string>
 
 namespace {
 
@@ -70,12 +74,16 @@ private:
 
 int main(int argumentCount, char** arguments)
 try {
+    Programs::openStandardStreams();
     const auto options = parseOptions({arguments + 1, arguments + argumentCount});
-    if (options.help) {
+    int status = 0;
+    if (options.help)
         std::cout << usage;
-        return 0;
-    }
-    return Run(options).exitStatus();
+    else
+        status = Run(options).exitStatus();
+    if (!std::cout.flush())
+        throw std::runtime_error("The output could not be written");
+    return status;
 } catch (const UsageError& error) {
     std::cerr << "headlessHost: " << error.what() << "\n\n" << usage;
     return 2;

@@ -10,8 +10,11 @@
 
 #include <opencv2/core.hpp>
 
+#include <cstdint>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
+#include <utility>
 
 namespace {
 

@@ -9,6 +9,7 @@
 #include <chrono>
 #include <exception>
 #include <filesystem>
+#include <mutex>
 #include <thread>
 #include <vector>
 

@@ -1,5 +1,6 @@
 #include "host/soak/Viewer.h"
 
+#include <cstddef>
 #include <stdexcept>
 #include <string_view>
 #include <utility>

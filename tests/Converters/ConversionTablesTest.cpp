@@ -1,7 +1,10 @@
 #include "tests/Converters/ConvertedFrames.h"
 
 #include <algorithm>
+#include <cstddef>
 #include <typeinfo>
+#include <utility>
+#include <vector>
 
 namespace MediaConversion {
 namespace {

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <cstring>
 #include <random>
+#include <string>
 
 namespace MediaConversion {
 namespace {

@@ -1,6 +1,8 @@
 #include "tests/Converters/ConvertedFrames.h"
 #include "tests/support/GuardedMemoryResource.h"
 
+#include <vector>
+
 // Every pair of every converter on frames of many shapes, on one thread and on two.
 namespace MediaConversion {
 namespace {

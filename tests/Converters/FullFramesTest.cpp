@@ -1,8 +1,11 @@
 #include "tests/Converters/ConvertedFrames.h"
 
 #include <bit>
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <random>
+#include <vector>
 
 namespace MediaConversion {
 namespace {

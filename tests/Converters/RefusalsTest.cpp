@@ -1,7 +1,11 @@
 #include "tests/Converters/ConvertedFrames.h"
 #include "tests/support/ExpectError.h"
 
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
 #include <string>
+#include <vector>
 
 // What the converters refuse. Most frames are wrong in several ways: the check that comes first has
 // the word.
@@ -64,8 +68,9 @@ TEST(Refusals, ofUnpackingAndPacking)
     });
     const std::string packing = "Packing is not supported from ";
     expectRefused<ImageToPackedFrame>({
-        {foreign,                   RGB_DPX_PACKED(), fullOnly},
-        {frame(RGB_DPX_FILLED()),   RGB_DPX_FILLED(), fullOnly},
+        {foreign,                   RGB_DPX_FILLED(), fullOnly},
+        {nullptr,                   RGB_DPX_FILLED(), fullOnly},
+        {frame(RGB_DPX_FILLED()),   RGB_DPX_FILLED(), packing + "RGB_U10_RGB-DPX-FILLED to RGB_U10_RGB-DPX-FILLED"},
         {frame(RGB_U8()),           RGB_DPX_PACKED(), packing + "RGB_U8_RGB to RGB_U12_RGB-DPX-PACKED"},
         {frame(RGB_U10(), 0, 0),    BGR_DPX_FILLED(), packing + "RGB_U10_RGB to RGB_U10_BGR-DPX-FILLED"},
         {frame(RGB_U8(), 1, 2),     RGB_SMPTE_2110(), "Frame format column pixel packing of 2 pixels is incompatible with supplied image columns of 1"},

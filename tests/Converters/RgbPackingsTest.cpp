@@ -1,7 +1,9 @@
 #include "tests/Converters/ConvertedFrames.h"
 
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <vector>
 
 namespace MediaConversion {
 namespace {

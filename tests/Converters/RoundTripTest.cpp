@@ -13,6 +13,8 @@
 #include <cmath>
 #include <cstdio>
 #include <memory>
+#include <string>
+#include <utility>
 
 // What a picture loses on its way to a format and back.
 namespace MediaConversion {

@@ -8,6 +8,10 @@
 #include "tests/support/GuardedMemoryResource.h"
 #include "tests/support/PlainDecoding.h"
 
+#include <cstdint>
+#include <memory>
+#include <utility>
+
 // The whole way of a media file's frame to float.
 namespace MediaConversion {
 namespace {

@@ -1,8 +1,10 @@
 #include "tests/Converters/ConvertedFrames.h"
 
+#include <cstdint>
 #include <limits>
 #include <set>
 #include <tuple>
+#include <vector>
 
 namespace MediaConversion {
 namespace {

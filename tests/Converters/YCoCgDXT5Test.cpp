@@ -3,8 +3,10 @@
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
+#include <cstdint>
 #include <tuple>
 #include <utility>
+#include <vector>
 
 namespace MediaConversion {
 namespace {

@@ -5,6 +5,15 @@
 #include "tests/MediaFile/ReaderFixture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 
+#include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <initializer_list>
+#include <ios>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
 using namespace MediaConversion;
 using namespace MediaFileTests;
 
@@ -37,6 +46,15 @@ TEST_F(DirectReadingTest, readsWholeUnitsFromTheStartOfTheFile)
     }
 }
 
+TEST_F(DirectReadingTest, takesNoBytesBehindTheFrame)
+{
+    file.bytes += "more";
+    file.sizeInInfo = 50;
+    expectSmallPicture();
+    file.bytes.resize(46);  // they have gone when the file is read
+    expectSmallPicture();
+}
+
 TEST_F(DirectReadingTest, aFileThatShrinksMeanwhileIsTooShort)
 {
     for (std::size_t size = 0; size < 46; ++size) {
@@ -51,7 +69,7 @@ TEST_F(DirectReadingTest, aFileThatShrinksMeanwhileIsTooShort)
 TEST_F(DirectReadingTest, theFramesOwnComplaintsComeFirst)
 {
     const std::pair<std::uint64_t, std::string> cases[] = {
-        {50, "Expecting input data byte count 18, got 22"},
+        {45, "Expecting input data byte count 18, got 17"},
         {29, "Expecting input data byte count 18, got 1"},
         {20, "Pixel data end (20) is before pixel data offset (28)"},
     };

@@ -3,7 +3,11 @@
 #include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/support/MediaFileBytes.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <sstream>
+#include <string>
 #include <vector>
 
 namespace MediaConversion::MediaFileTests {
@@ -33,6 +37,7 @@ struct FakeFile
     std::uint64_t unit = 16;
 
     bool hasStreams = true;
+    bool tellsItsEnd = true;     // otherwise seeking there fails
     int openings = 1000;         // how many succeed
     std::size_t faultyCall = 0;  // counted from 1 over all that changes a stream
     std::ios::iostate faultBits = std::ios::goodbit;  // it sets them when it is done
@@ -60,7 +65,12 @@ public:
         m_file.reads.push_back(count);
     }
     void write(const char*, std::streamsize) override {}
-    void seek(std::streamoff to, std::ios::seekdir from) override { call("seek")->seekg(to, from); }
+    void seek(std::streamoff to, std::ios::seekdir from) override
+    {
+        call("seek")->seekg(to, from);
+        if (from == std::ios::end && !m_file.tellsItsEnd)
+            m_stream.setstate(std::ios::failbit);
+    }
     void seek(std::streampos position) override { call("seek")->seekg(position); }
     std::streampos tell() override { return call("tell")->tellg(); }
 

@@ -2,6 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
+#include <string>
+#include <utility>
+
 using namespace MediaConversion;
 
 namespace {
@@ -42,8 +46,8 @@ TEST(FileNames, whatNoFileCanBeCalledIsRefusedAndShownAsQuestionMark)
 {
     for (const wchar_t character : {0x0, 0xD800, 0xDBFF, 0xDC7F, 0xDD00, 0xDFFF, 0x110000}) {
         const auto wide = std::wstring(L"a") + character + L"\x00E9" + character;
-        EXPECT_EQ(narrowFileName(wide), std::nullopt) << int{character};
-        EXPECT_EQ(displayFileName(wide), "a?\xC3\xA9?") << int{character};
+        EXPECT_EQ(narrowFileName(wide), std::nullopt) << long{character};
+        EXPECT_EQ(displayFileName(wide), "a?\xC3\xA9?") << long{character};
     }
 }
 

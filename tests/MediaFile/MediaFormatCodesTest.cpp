@@ -3,6 +3,13 @@
 #include "MediaConversion/MediaFile/RawFrameCreator.h"
 #include "tests/MediaFile/ReaderFixture.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <stdexcept>
+#include <string>
+#include <utility>
+
 using namespace MediaConversion;
 using namespace MediaFileTests;
 using namespace Velmora::Formats;

@@ -8,6 +8,7 @@
 #include "tests/support/InstalledPool.h"
 
 #include <algorithm>
+#include <string>
 
 namespace MediaConversion::MediaFileTests {
 

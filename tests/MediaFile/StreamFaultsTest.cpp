@@ -1,7 +1,11 @@
 #include "MediaConversion/MediaPipeline/PooledBuffer.h"
 #include "tests/MediaFile/ReaderFixture.h"
 
+#include <cstddef>
+#include <exception>
+#include <ios>
 #include <map>
+#include <string>
 #include <vector>
 
 using namespace MediaConversion;

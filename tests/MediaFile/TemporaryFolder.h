@@ -7,11 +7,12 @@
 
 namespace MediaConversion::MediaFileTests {
 
-// A folder for a test's files inside the folder that the test runs in.
+// A folder for a test's files, inside the one that the test runs in unless another is given.
 class TemporaryFolder
 {
 public:
-    TemporaryFolder()
+    explicit TemporaryFolder(const std::filesystem::path& parent = std::filesystem::current_path())
+        : m_path(parent / "MediaFileTest.XXXXXX")
     {
         if (!::mkdtemp(m_path.data()))
             throw std::runtime_error("No temporary folder");
@@ -25,7 +26,7 @@ public:
     std::string file(const std::string& name) const { return m_path + "/" + name; }
 
 private:
-    std::string m_path = std::filesystem::current_path() / "MediaFileTest.XXXXXX";
+    std::string m_path;
 };
 
 }

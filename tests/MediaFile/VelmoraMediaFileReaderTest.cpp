@@ -1,10 +1,21 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 
+#include "MediaConversion/MediaFile/FileNames.h"
+#include "MediaConversion/MediaFile/FileStreamFactory.h"
 #include "tests/MediaFile/ReaderFixture.h"
+#include "tests/MediaFile/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
 #include <functional>
+#include <initializer_list>
+#include <memory>
+#include <stdexcept>
+#include <string>
+#include <utility>
 
 using namespace MediaConversion;
 using namespace MediaFileTests;
@@ -13,6 +24,30 @@ using namespace Velmora::Formats;
 namespace {
 
 using VelmoraMediaFileReaderTest = ReaderFixture;
+
+// A pool that knows how many bytes it has lent at most.
+class CountingPool final : public Velmora::IMemoryPool
+{
+public:
+    Velmora::IMemoryResource* acquire(std::uint64_t size) override
+    {
+        auto* const resource = m_pool.acquire(size);
+        mostLent = std::max(mostLent, m_lent += resource->size());
+        return resource;
+    }
+    void release(Velmora::IMemoryResource* resource) override
+    {
+        m_lent -= resource->size();
+        m_pool.release(resource);
+    }
+    std::uint64_t count() const override { return m_pool.count(); }
+
+    std::uint64_t mostLent = 0;
+
+private:
+    std::uint64_t m_lent = 0;
+    Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource> m_pool;
+};
 
 TEST_F(VelmoraMediaFileReaderTest, keepsTheFieldsOfBothHeadersBehindEitherMagic)
 {
@@ -74,6 +109,41 @@ TEST_F(VelmoraMediaFileReaderTest, isClosedByASizeThatIsNoPicture)
             "Frame format column pixel packing of 2 pixels is incompatible with supplied image "
             "columns of 3");
     }
+}
+
+// A stream that cannot tell what is left gives it all the same. One that ends before the place
+// where it stands was cut, or is of a system that calls every file empty.
+TEST_F(VelmoraMediaFileReaderTest, takesMemoryForBytesThatAreThere)
+{
+    const auto pool = std::make_shared<CountingPool>();
+    const InstalledPool counting(pool);
+    const auto claim = MediaFileBytes::picture(0x8, 65534, 32767, "four");
+    file.tellsItsEnd = false;
+    giveFile(claim);
+    expectFrameError(endOfFile);
+    auto oddClaim = claim;
+    oddClaim.frameWidth = 65535;
+    giveFile(oddClaim);
+    expectFrameError<std::runtime_error>(
+        "Frame format column pixel packing of 2 pixels is incompatible with supplied image "
+        "columns of 65535");
+
+    const TemporaryFolder folder;
+    const auto name = folder.file("cut.zeq");
+    FileStreamFactory streams;
+    VelmoraMediaFileReader cutMeanwhile(streams);
+    for (const auto size : {0, 27, 28, 31}) {
+        writeFile(name, claim.bytes());
+        cutMeanwhile.open(wideFileName(name));
+        std::filesystem::resize_file(name, static_cast<std::uintmax_t>(size));
+        expectError<MediaFileAccessException>(endOfFile, [&] { cutMeanwhile.readFrame(); });
+    }
+    EXPECT_LE(pool->mostLent, 1u << 20);
+
+    const auto large = MediaFileBytes::picture(0x200, 1500, 1000, noise(4500000));
+    giveFile(large);
+    expectFrame(RGB_U8(), 1000, 1500, large.data);
+    EXPECT_LE(pool->mostLent, 3 * large.data.size());
 }
 
 TEST_F(VelmoraMediaFileReaderTest, readsByTheMethodThatWasSet)

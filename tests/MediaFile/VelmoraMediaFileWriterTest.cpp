@@ -10,6 +10,15 @@
 #include <sys/stat.h>
 
 #include <csignal>
+#include <cstddef>
+#include <cstdint>
+#include <filesystem>
+#include <fstream>
+#include <initializer_list>
+#include <iterator>
+#include <memory>
+#include <string>
+#include <tuple>
 
 using namespace MediaConversion;
 using namespace MediaFileTests;

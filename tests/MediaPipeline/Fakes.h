@@ -7,9 +7,12 @@
 #include <gmock/gmock.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <memory>
 #include <new>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
 
 // Expects the kind of error with which nearly all of the pipeline fails.

@@ -6,6 +6,9 @@
 #include "tests/MediaPipeline/Fakes.h"
 
 #include <functional>
+#include <memory>
+#include <stdexcept>
+#include <utility>
 
 namespace MediaConversion {
 namespace {
@@ -210,7 +213,8 @@ TEST(Filters, refuseWhatTheirProcessorsRefuse)
     const char* const noOpenGl = "Not built with OpenGL support";
     expectRefusals<ConvertBitDepth>(full, noTextures);
     expectRefusals<ConvertColourspace>(full, noTextures);
-    expectRefusals<ConvertToPackedFrame>(full, noOpenGl);
+    expectRefusals<ConvertToPackedFrame>(
+        "Packing is not supported from YCbCr_ITU_T871_U8_ZEQ-420 to RGBA_U8_BGRA", noOpenGl);
     expectRefusals<ConvertRGBtoYCbCr42x>(full, noOpenGl);
     expectRefusals<ConvertRGBtoYCoCgDXT5>(full, noOpenGl);
     expectRefusals<ConvertToFullFrame>("Can only convert packed images", noOpenGl);

@@ -1,6 +1,11 @@
 #include "tests/MediaPipeline/Fakes.h"
 #include "tests/MediaPipeline/NamedFormats.h"
 
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <string>
+
 namespace Velmora {
 namespace {
 

@@ -5,6 +5,8 @@
 #include "tests/MediaPipeline/Fakes.h"
 
 #include <algorithm>
+#include <cstdint>
+#include <memory>
 #include <numeric>
 
 namespace Velmora {

@@ -4,6 +4,10 @@
 #include "tests/support/CheckedPool.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+#include <new>
 #include <random>
 #include <set>
 #include <string>

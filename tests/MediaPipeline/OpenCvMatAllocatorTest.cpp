@@ -3,15 +3,35 @@
 #include "MediaConversion/Converters/ImageColourspace.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/PooledBuffer.h"
 #include "tests/MediaPipeline/Fakes.h"
 #include "tests/support/InstalledPool.h"
 
+#include <dlfcn.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
 #include <functional>
+#include <memory>
+#include <new>
+#include <stdexcept>
+#include <string>
 #include <thread>
 #include <vector>
+
+// How often OpenCV's default allocator has been written.
+static std::atomic<int> defaultAllocatorsSet = 0;
+
+// Stands before OpenCV's own, which it calls.
+void cv::Mat::setDefaultAllocator(cv::MatAllocator* allocator)
+{
+    static const auto ofOpenCv = reinterpret_cast<void (*)(cv::MatAllocator*)>(
+        ::dlsym(RTLD_NEXT, "_ZN2cv3Mat19setDefaultAllocatorEPNS_12MatAllocatorE"));
+    ++defaultAllocatorsSet;
+    ofOpenCv(allocator);
+}
 
 namespace Velmora {
 namespace {
@@ -144,6 +164,24 @@ TEST(ImageFramePool, servesEveryMatrixOfTheProcessWhileInstalled)
                   [] { ImageFrame::memoryPool(); });
 }
 
+// OpenCV's pointer to it has no lock, and other threads read it for every matrix.
+TEST(ImageFramePool, setsOpenCvsAllocatorOnlyWhereItIsAnother)
+{
+    const int before = defaultAllocatorsSet;
+    ImageFrame::setMemoryPool(nullptr);
+    EXPECT_EQ(defaultAllocatorsSet - before, 0);
+    for (int swap = 0; swap < 3; ++swap)
+        ImageFrame::setMemoryPool(newCountingPool());
+    EXPECT_EQ(defaultAllocatorsSet - before, 1);
+    auto* const ours = cv::Mat::getDefaultAllocator();
+    OpenCvMatAllocator ofTheHost{nullptr};
+    for (const auto& pool : {ImageFrame::memoryPool(), std::shared_ptr<IMemoryPool>()}) {
+        cv::Mat::setDefaultAllocator(&ofTheHost);
+        ImageFrame::setMemoryPool(pool);
+        EXPECT_EQ(cv::Mat::getDefaultAllocator(), pool ? ours : cv::Mat::getStdAllocator());
+    }
+}
+
 TEST(ImageFramePool, livesAsLongAsOneOfItsMatrices)
 {
     std::weak_ptr<IMemoryPool> firstPool, secondPool;
@@ -181,6 +219,11 @@ TEST(ImageFramePool, mayBeReplacedWhileThreadsConvert)
                 MediaConversion::ImageColourspace toBgra(Formats::BGRA_U8());
                 cv::Mat kept;
                 while (swapping) {
+                    try {
+                        PooledBuffer(ImageFrame::memoryPool(), 1);
+                    } catch (const std::runtime_error&) {
+                        // There is none now and then.
+                    }
                     const cv::Mat image(16, 16, CV_8UC3, cv::Scalar::all(number));
                     const auto frame = toBgra.onNewImage(
                         std::make_shared<FullFrame>(Formats::RGB_U8(), image.clone()));

@@ -4,6 +4,11 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstddef>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <vector>
 
 using namespace testing;
 
@@ -48,24 +53,37 @@ TEST_F(HeadlessHost, writesPicturesAndNamesTheFilesThatFail)
     auto large = MediaFileBytes::picture(0x200, 1, 1, "rgb");
     large.width = large.height = 65535;
     writeFile(path("large.zeq"), large.bytes());
+    large.width = large.height = 8000;
+    writeFile(path("thin.zeq"), large.bytes());
     runWell(
         "cp $samples/coffee.rgba-u8.zeq a.zeq; cp $samples/coffee.zeq-422.zeq b.zeq; "
         "head -c 1000 b.zeq >cut.zeq; echo something >other.zeq; headlessHost a.zeq");
     EXPECT_EQ(errors, "");
     EXPECT_THAT(files("pictures"), ElementsAre("a.png", "contact-sheet.png"));
 
-    EXPECT_EQ(run("headlessHost --exr -o out missing.zeq cut.zeq other.zeq large.zeq a.zeq b.zeq"),
+    EXPECT_EQ(run("headlessHost --exr -o out missing.zeq cut.zeq other.zeq large.zeq thin.zeq "
+                  "a.zeq b.zeq"),
               1);
     EXPECT_EQ(errors,
               "missing.zeq: No such file or directory\n"
               "cut.zeq: Media file has unexpectedly reached End-Of-File\n"
               "other.zeq: No reader takes this file\n"
-              "large.zeq: Picture of 65535 x 65535 pixels is too large for this host\n");
+              "large.zeq: Picture of 65535 x 65535 pixels is too large for this host\n"
+              "thin.zeq: Picture of 8000 x 8000 pixels is too large for a file of 31 bytes\n");
     EXPECT_THAT(output, MatchesRegex("Reader Plugin version = 2.3.1\nMediaConversion [^:]*\n"
                                      "a.zeq: 300 x 200, 8 bit, out/a.png and .exr\n"
                                      "b.zeq: 300 x 200, 10 bit, out/b.png and .exr\n"
                                      "Contact sheet: out/contact-sheet.png\n"));
     EXPECT_THAT(files("out"), ElementsAre("a.exr", "a.png", "b.exr", "b.png", "contact-sheet.png"));
+}
+
+TEST_F(HeadlessHost, failsWhenItsOutputCannotBeWritten)
+{
+    for (const std::string arguments : {"$samples/coffee.rgba-u8.zeq", "--help"})
+        for (const auto* const target : {" >&-", " >/dev/full"}) {
+            EXPECT_EQ(run("headlessHost " + arguments + target), 1) << arguments << target;
+            EXPECT_EQ(errors, "headlessHost: The output could not be written\n");
+        }
 }
 
 TEST_F(HeadlessHost, tellsUsageErrorsFromFailures)

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <optional>
+#include <string>
 
 using namespace testing;
 using Description = DD::Image::Reader::Description;

@@ -3,6 +3,8 @@
 #include <MediaConversion/MediaPipeline/FrameSinkDestination.h>
 #include <MediaConversion/MediaPipeline/PackedFrame.h>
 
+#include <memory>
+
 // White in 10 bits becomes white in float.
 int main()
 {

@@ -4,8 +4,11 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <new>
+#include <string>
 #include <utility>
 
 using namespace testing;

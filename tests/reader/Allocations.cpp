@@ -1,7 +1,16 @@
 #include "tests/reader/Allocations.h"
 
+#include <malloc.h>
+
 #include <cstdlib>
 #include <new>
+
+// The size of a block if it is large, and 0 otherwise.
+static std::size_t largeSize(void* memory)
+{
+    const auto size = ::malloc_usable_size(memory);
+    return size >= Allocations::leastLargeSize ? size : 0;
+}
 
 void* operator new(std::size_t size)
 {
@@ -11,12 +20,17 @@ void* operator new(std::size_t size)
         throw std::bad_alloc();
     ++Allocations::living;
     Allocations::large += size >= Allocations::leastLargeSize;
+    const auto bytes = Allocations::largeBytes += largeSize(memory);
+    auto most = Allocations::mostLargeBytes.load();
+    while (bytes > most && !Allocations::mostLargeBytes.compare_exchange_weak(most, bytes))
+        continue;
     return memory;
 }
 
 void operator delete(void* memory) noexcept
 {
     Allocations::living -= memory != nullptr;
+    Allocations::largeBytes -= largeSize(memory);
     std::free(memory);
 }
 

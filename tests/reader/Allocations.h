@@ -12,6 +12,10 @@ inline std::atomic<long> living = 0;  // blocks that are not deleted yet
 constexpr std::size_t leastLargeSize = 1 << 14;
 inline std::atomic<int> large = 0;
 
+// The bytes of those that are not deleted yet, and the most that there have been.
+inline std::atomic<std::size_t> largeBytes = 0;
+inline std::atomic<std::size_t> mostLargeBytes = 0;
+
 // Set to n, lets the n-th allocation of this thread fail, and is 0 from then on.
 inline thread_local int untilFailure = 0;
 

@@ -3,8 +3,12 @@
 #include "tests/support/MediaFileBytes.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <iterator>
 #include <ostream>
+#include <string>
 
 // Thousands of media files that are wrong, or look like it.
 namespace BadFiles {

@@ -4,9 +4,15 @@
 
 #include <sys/resource.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <cstdio>
 #include <ctime>
+#include <filesystem>
 #include <iostream>
+#include <iterator>
+#include <string>
+#include <vector>
 
 using namespace testing;
 using namespace BadFiles;

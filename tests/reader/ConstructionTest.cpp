@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 
 #include <clocale>
+#include <filesystem>
 #include <memory>
+#include <string>
 
 using namespace testing;
 

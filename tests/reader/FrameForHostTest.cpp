@@ -3,6 +3,8 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "tests/support/ExpectError.h"
 
+#include <stdexcept>
+
 using Velmora::ChannelType;
 
 // No media file has such a format today.

@@ -9,11 +9,14 @@
 #include <malloc.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <memory>
+#include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 using namespace testing;

@@ -5,6 +5,8 @@
 
 #include <opencv2/core/utility.hpp>
 
+#include <cstdint>
+
 // Watches what the plug-in keeps. On one thread: a worker that comes late brings blocks of its own.
 class MemoryTest : public ReaderTest
 {

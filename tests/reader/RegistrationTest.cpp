@@ -2,6 +2,8 @@
 #include "tests/reader/ReaderTest.h"
 
 #include <cstdio>
+#include <optional>
+#include <string>
 
 using namespace testing;
 using DD::Image::Reader;

@@ -1,5 +1,7 @@
 #include "tests/reader/ReaderTest.h"
 
+#include <cstddef>
+#include <cstdint>
 #include <limits>
 #include <string>
 #include <vector>

@@ -9,11 +9,16 @@
 #include <array>
 #include <atomic>
 #include <cmath>
+#include <cstdint>
 #include <cstdlib>
+#include <filesystem>
 #include <latch>
 #include <random>
+#include <string>
 #include <system_error>
 #include <thread>
+#include <utility>
+#include <vector>
 
 using namespace testing;
 

@@ -4,6 +4,7 @@
 #include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <map>
 #include <stdexcept>
 

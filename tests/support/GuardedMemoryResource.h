@@ -5,7 +5,11 @@
 
 #include <sys/mman.h>
 
+#include <cstddef>
+#include <cstdint>
+#include <memory>
 #include <new>
+#include <utility>
 
 // A block that begins or ends, to the byte, at a page that nobody may touch: what reads or writes
 // beyond it dies there, whether it was compiled with a sanitiser or not.

@@ -5,6 +5,11 @@
 #include "tests/support/PlainPackings.h"
 #include "tests/support/PlainPixels.h"
 
+#include <array>
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
 namespace MediaConversion {
 
 using namespace Plain;

@@ -5,6 +5,9 @@
 #include "tests/support/PlainPixels.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdint>
+#include <string>
 
 namespace MediaConversion {
 

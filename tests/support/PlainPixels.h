@@ -5,6 +5,7 @@
 #include <opencv2/core.hpp>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>

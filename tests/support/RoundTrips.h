@@ -7,6 +7,7 @@
 #include <opencv2/core/types.hpp>
 
 #include <memory>
+#include <utility>
 
 inline std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> frame,
                                                   const Velmora::FrameFormat& destination)

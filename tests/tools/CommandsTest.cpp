@@ -3,6 +3,10 @@
 
 #include <nlohmann/json.hpp>
 
+#include <string>
+#include <tuple>
+#include <vector>
+
 using namespace testing;
 
 using Commands = ProgramTest;
@@ -29,6 +33,16 @@ TEST_F(Commands, showWhatAFileSaysOfItself)
     EXPECT_EQ(facts[0]["dataExpected"], 48);
     EXPECT_EQ(facts[1]["file"], "b\uFFFD.zeq");
     EXPECT_TRUE(facts[1]["format"].is_null());
+}
+
+TEST_F(Commands, failWhenTheirOutputCannotBeWritten)
+{
+    for (const std::string arguments :
+         {"info $samples/coffee.rgb-u8.zeq", "--help", "--version", "check $samples", "man"})
+        for (const auto* const target : {" >&-", " >/dev/full"}) {
+            EXPECT_EQ(run("zeq " + arguments + target), 1) << arguments << target;
+            EXPECT_EQ(errors, "zeq: The output could not be written\n") << arguments << target;
+        }
 }
 
 TEST_F(Commands, checkFilesAndNameTheBadOnes)
@@ -113,15 +127,22 @@ TEST_F(Commands, refuseInOneLine)
     using OIIO::TypeDesc;
     writeFile(path("a.zeq"), MediaFileBytes::picture(0x200, 1, 1, "rgb").bytes());
     writePicture("odd.png", {3, 2, 3, TypeDesc::UINT8}, std::vector<float>(18));
-    writePicture("wide.png", {65536, 1, 1, TypeDesc::UINT8}, std::vector<float>(65536));
+    writePicture("wide.tif", {65536, 1, 1, TypeDesc::UINT8}, std::vector<float>(65536));
     writePicture("f.exr", {2, 1, 3, TypeDesc::FLOAT}, std::vector<float>(6));
     writePicture("five.exr", {1, 1, 5, TypeDesc::FLOAT}, std::vector<float>(5));
     runWell("mkdir empty; mkfifo p.png; cp $samples/*.zeq .");
+    auto flat = MediaFileBytes::picture(0x200, 1, 1, "rgb");
+    flat.width = 3;
+    flat.height = 0;
+    writeFile(path("flat.zeq"), flat.bytes());
     const auto filesBefore = files();
     const std::tuple<const char*, int, const char*> cases[] = {
         // clang-format off
         {"",                                           2, "a command is required; see zeq --help"},
         {"frobnicate",                                 2, "unknown command frobnicate; see zeq --help"},
+        {"thumbnail flat.zeq -o .",                    1, "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
+        {"thumbnail a.zeq -o a.zeq/b",                 1, "a.zeq/b/: Not a directory"},
+        {"thumbnail a.zeq -o ''",                      2, "--output: a folder is required"},
         {"check empty",                                1, "empty: no media files found"},
         {"thumbnail a.zeq -o . --size 1x",             2, "--size: 1x is no number from 1 to 4096"},
         {"sheet a.zeq -o p.png",                       1, "p.png: Not a regular file"},
@@ -144,8 +165,8 @@ TEST_F(Commands, refuseInOneLine)
         {"convert s1.zeq ./t1.zeq t#.zeq",             2, "s1.zeq would overwrite the input ./t1.zeq"},
         {"convert odd.png o.zeq -f zeq-422",           1, "odd.png: is 3 pixels wide; ZEQ-422 needs a multiple of 2"},
         {"convert f.exr o.zeq -f zeq-420",             1, "f.exr: is 1 pixels high; ZEQ-420 needs a multiple of 2"},
-        {"convert wide.png o.zeq",                     1,
-            "wide.png: is 65536 pixels wide; a media file holds at most 65535"},
+        {"convert wide.tif o.zeq",                     1,
+            "wide.tif: is 65536 pixels wide; a media file holds at most 65535"},
         {"convert five.exr o.zeq",                     1,
             "five.exr: has 5 channels; grey, grey with alpha, RGB and RGBA can be read"},
         {"convert coffee.zeq-422.zeq o.jpg",           1,

@@ -3,6 +3,11 @@
 #include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <filesystem>
+#include <set>
+#include <string>
+#include <tuple>
+#include <vector>
 
 using namespace testing;
 using OIIO::TypeDesc;
@@ -48,6 +53,8 @@ TEST_F(Convert, storesPicturesInTheDepthOfTheirData)
                   std::tuple(type, bits, channels))
             << sample << " to " << file;
     }
+    EXPECT_EQ(bytes(path("a.dpx")).substr(36, 6), Name("a.dpx", 6))
+        << "The file's name in its header";
     runWell("zeq convert a.dpx a.zeq && zeq info a.zeq");
     EXPECT_THAT(output, HasSubstr("format: RGB-DPX-FILLED\n"));
 }
@@ -137,16 +144,47 @@ TEST_F(Convert, leavesNothingHalfWrittenOnAFullDisk)
     }
 }
 
+// A file that is opened where a standard stream should be would be written all messages.
+TEST_F(Convert, writesNoMessagesIntoItsOutputs)
+{
+    runWell(
+        "for frame in $(seq 60); do cp $samples/coffee.rgb-u8.zeq s.$frame.zeq; done; "
+        "zeq convert s.1.zeq right.zeq -f ZEQ-422");
+    for (const std::string closed : {">&-", "2>&-", "<&-"})
+        runWell("zeq convert -qj2 -f ZEQ-422 s.1.zeq t.zeq " + closed + "; cmp right.zeq t.zeq");
+    runWell("'" PROGRAM
+            "' convert -qj2 --to png s.#.zeq out/ <&- >&- 2>&- & "
+            "until [ -e out/s.1.png ]; do kill -0 $! || exit; done; "
+            "readlink /proc/$!/fd/0 /proc/$!/fd/1 /proc/$!/fd/2; kill $!");
+    EXPECT_EQ(output, "/dev/null\n/dev/null\n/dev/null\n");
+}
+
+// The rest is converted, and that not all lines have been read is a failure.
+TEST_F(Convert, goesOnWhenNobodyReadsItsOutput)
+{
+    runWell("for frame in $(seq 5); do cp $samples/coffee.rgb-u8.zeq s.$frame.zeq; done; mkfifo p");
+    EXPECT_EQ(run("exec 3<>p 4>p 3<&-; zeq convert s.#.zeq t.#.png >&4"), 1);
+    EXPECT_EQ(errors, "zeq: The output could not be written\n");
+    EXPECT_EQ(files().size(), 11u);
+}
+
 TEST_F(Convert, leavesNothingHalfWrittenWhenItIsEnded)
 {
     runWell("for frame in $(seq 60); do cp $samples/coffee.zeq-422.zeq s.$frame.zeq; done");
     // A shell has programs in the background ignore an interruption.
-    for (const int signal : {SIGHUP, SIGINT, SIGTERM}) {
-        EXPECT_EQ(
-            run("rm -rf out; env --default-signal '" PROGRAM "' convert -qj2 --to png s.#.zeq "
-                "out/ & until [ -e out/s.1.png ]; do kill -0 $! || exit; done; kill -" +
-                std::to_string(signal) + " $!; wait $!"),
-            128 + signal);
+    const auto convertUntil = [this](int signal, const Name& handling) {
+        return run("rm -rf out; ulimit -c 0; env " + handling +
+                   " '" PROGRAM
+                   "' convert -qj2 --to png s.#.zeq out/ & "
+                   "until [ -e out/s.1.png ]; do kill -0 $! || exit; done; kill -" +
+                   std::to_string(signal) + " $!; wait $!");
+    };
+    // What it is told to ignore, as by nohup, does not end it.
+    EXPECT_EQ(convertUntil(SIGHUP, "--ignore-signal=HUP"), 0);
+    EXPECT_EQ(files("out").size(), 60u);
+    for (const int signal :
+         {SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGTERM, SIGXCPU}) {
+        EXPECT_EQ(convertUntil(signal, "--default-signal"), 128 + signal);
         EXPECT_LT(files("out").size(), 60u);
         runWell("for file in $(ls -A out); do cmp out/s.1.png out/$file || exit; done");
     }

@@ -1,3 +1,5 @@
+#include "imaging/PartialPicture.h"
+#include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/Command.h"
 #include "tools/FramePattern.h"
@@ -5,10 +7,23 @@
 #include "tools/MemoryBudget.h"
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
+#include <opencv2/imgproc.hpp>
+
+#include <algorithm>
 #include <atomic>
+#include <cstdint>
 #include <fstream>
+#include <latch>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
 #include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 using namespace testing;
 using namespace Zeq;
@@ -24,6 +39,46 @@ TEST(FrameRange, listsEachFrameOnceAndInOrder)
         EXPECT_EQ(parseFrames(text), frames) << text;
     for (const auto* text : {"", "a", "1-", "-5", "1-3x0", "5-1", "1,,2", "1 2", "99999999999"})
         EXPECT_THROW(parseFrames(text), UsageError) << text;
+    EXPECT_THAT(parseFrames("2-1999999x2,1"), SizeIs(1'000'000));
+    EXPECT_THROW(parseFrames("2-2000000x2,1"), UsageError);
+}
+
+// As OpenCV reduces the whole picture.
+TEST(PartialPicture, isReducedWithoutBeingBuilt)
+{
+    const std::tuple<cv::Size, cv::Rect, int> cases[] = {
+        // size      stored             longer side
+        {{90, 60}, {0, 0, 90, 60}, 30},       {{90, 60}, {0, 0, 90, 60}, 47},
+        {{90, 60}, {10, 7, 33, 20}, 89},      {{90, 60}, {-5, -9, 120, 30}, 17},
+        {{60, 9000}, {50, 4000, 70, 3}, 100}, {{90, 60}, {95, 0, 3, 3}, 20},
+    };
+    for (const auto& [size, place, longerSide] : cases) {
+        cv::Mat stored(place.size(), CV_32FC4);
+        cv::randu(stored, 0.1, 1);
+        const PartialPicture picture{stored, place.tl(), size};
+        cv::Mat expected;
+        const auto view = reduced(picture, longerSide);
+        EXPECT_EQ(std::max(view.cols, view.rows), longerSide);
+        const auto multiplied = [](cv::Mat image) {
+            image.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
+                for (int channel = 0; channel < 3; ++channel)
+                    pixel[channel] *= pixel[3];
+            });
+            return image;
+        };
+        cv::resize(multiplied(whole(picture).clone()), expected, view.size(), 0, 0, cv::INTER_AREA);
+        EXPECT_LT(cv::norm(multiplied(view), expected, cv::NORM_INF), 1e-5) << size << place;
+    }
+}
+
+TEST(PictureLimits, letAFrameOf8KPassAndWhatAFileCanHave)
+{
+    constexpr std::uint64_t frameOf8K = 8192 * 4320;
+    EXPECT_TRUE(mayBeFilledUp(frameOf8K, 1) && mayBeHeld(frameOf8K, 12 * frameOf8K, 1));
+    EXPECT_TRUE(mayBeFilledUp(16 * frameOf8K, frameOf8K));
+    EXPECT_FALSE(mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
+    EXPECT_TRUE(mayBeHeld(2 * frameOf8K, 1032 * 12345, 12345));
+    EXPECT_FALSE(mayBeHeld(2 * frameOf8K, 1032 * 12345, 12344));
 }
 
 TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
@@ -46,6 +101,30 @@ TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
         std::ofstream(folder.file(name)) << ' ';
     EXPECT_THAT(FramePattern::parse(folder.file("s.####.zeq"))->framesOnDisk(),
                 ElementsAre(2, 10, 12345));
+}
+
+// None of them releases anything before all have theirs. In some of the rounds they wait already
+// when there is room.
+TEST(MemoryBudget, wakesAllThatHaveRoom)
+{
+    constexpr int waiters = 4;
+    ::alarm(60);  // ends a test that waits for one who was not woken
+    for (int round = 0; round < 200; ++round) {
+        MemoryBudget budget(waiters);
+        std::latch started(waiters), reserved(waiters);
+        std::vector<std::jthread> threads;
+        auto whole = std::make_unique<MemoryBudget::Reservation>(budget, waiters);
+        for (int number = 0; number < waiters; ++number)
+            threads.emplace_back([&] {
+                started.count_down();
+                const auto reservation = budget.reserve(1);
+                reserved.arrive_and_wait();
+            });
+        started.wait();
+        std::this_thread::yield();
+        whole.reset();
+    }
+    ::alarm(0);
 }
 
 TEST(MemoryBudget, isNotExceededButByAFrameAlone)

@@ -21,7 +21,7 @@ const Kernels& kernelsOf()
     return kernels;
 }
 
-const Kernels& kernelsOf(Level level)
+const Kernels& kernelsOf([[maybe_unused]] Level level)
 {
     using enum Level;
     // clang-format off
@@ -31,6 +31,8 @@ const Kernels& kernelsOf(Level level)
         return kernelsOf<Avx2,     Avx512,   Avx2,     Avx2>();
     if (level == Avx2)
         return kernelsOf<Avx2,     Avx2,     Avx2,     Avx2>();
+    if (level == Sse41)
+        return kernelsOf<Sse41,    Sse41,    Sse41,    Sse41>();
 #endif
     return     kernelsOf<Baseline, Baseline, Baseline, Baseline>();
     // clang-format on
@@ -53,6 +55,8 @@ Level bestLevel()
         return Level::Avx512;
     if (__builtin_cpu_supports("avx2"))
         return Level::Avx2;
+    if (__builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("ssse3"))
+        return Level::Sse41;
 #endif
     return Level::Baseline;
 }

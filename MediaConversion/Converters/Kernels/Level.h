@@ -7,6 +7,7 @@ namespace MediaConversion {
 enum class Level
 {
     Baseline,  // what every machine of the architecture has
+    Sse41,     // and what came before it
     Avx2,
     Avx512,  // F, BW, DQ and VL
 };

@@ -8,35 +8,6 @@ namespace MediaConversion {
 
 namespace {
 
-// A byte as a sample, by whole numbers of 16 bits: the quotient of the full scales is split into a
-// factor and a fraction.
-template <int bits, class Number>
-constexpr Number sampleOfByte(Number byte)
-{
-    constexpr auto factor = static_cast<std::uint16_t>(largestSample(bits) / 255);
-    constexpr auto rest = static_cast<std::uint16_t>(largestSample(bits) % 255);
-    const auto rounded = byte * Number(rest) + Number(127);
-    return static_cast<Number>(byte * Number(factor) + rounded / Number(255));
-}
-
-template <int bits>
-constexpr bool bytesConvertExactly()
-{
-    for (unsigned byte = 0; byte < 256; ++byte)
-        if (sampleOfByte<bits>(byte) !=
-            static_cast<unsigned>(byte / 255.0 * largestSample(bits) + 0.5))
-            return false;
-    return true;
-}
-static_assert(bytesConvertExactly<10>() && bytesConvertExactly<12>());
-
-// Values of 0 to 1 as whole numbers up to the largest sample.
-template <int bits>
-Vector<std::int32_t, 4> sampled(const DoublePixel& values)
-{
-    return (values * DoublePixel(largestSample(bits)) + DoublePixel(0.5)).as<std::int32_t>();
-}
-
 // Three-channel pixels are followed by another element.
 template <int channels, class Element>
 PixelPair<Element> loadPair(const Element* pixels)
@@ -52,23 +23,34 @@ template <int bits, ChannelType type, int channels>
 PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels)
 {
     const auto pair = loadPair<channels>(pixels);
+    constexpr auto fullScale = static_cast<unsigned>(Channel<type>::fullScale);
+    constexpr auto largest = largestSample(bits);
     if constexpr (type == ChannelType::U8) {
-        return sampleOfByte<bits>(pair.template as<std::uint16_t>());
+        static_assert(rescalesExactly<fullScale, largest>());
+        return rescaled<fullScale, largest>(pair.template as<std::uint16_t>());
+    } else if constexpr (fullScale == largest) {
+        return min(pair, PixelPair<std::uint16_t>(largest));
     } else if constexpr (type == ChannelType::F32) {
         // The product of a float is exact and has one tie, at a half, where the even number is the
         // upper one. A NaN stays one and becomes 0 as it is narrowed.
         const auto sample = [](const Vector<float, 4>& pixel) {
-            const DoublePixel largest(largestSample(bits));
-            return rounded(min(largest, pixel.as<double>() * largest));
+            const DoublePixel largestValue(largest);
+            return rounded(min(largestValue, pixel.as<double>() * largestValue));
         };
         return narrowed(sample(lowerHalf(pair)), sample(upperHalf(pair)));
     } else {
-        const auto integers = pair.template as<std::int32_t>();
-        const auto fraction = [](const Vector<std::int32_t, 4>& pixel) {
-            return min(pixel.as<double>() / DoublePixel(Channel<type>::fullScale), DoublePixel(1));
+        static_assert(fullScale == 0x8000 || fullScale == 0xFFFF);
+        using Integers = Vector<std::int32_t, 4>;
+        const auto samples = [](const Integers& values) {
+            const auto product = (values << bits) - values + Integers(fullScale / 2);
+            if constexpr (fullScale == 0x8000)
+                return product >> 15;
+            else
+                return (product + (product >> 16) + Integers(1)) >> 16;
         };
-        return narrowed(sampled<bits>(fraction(lowerHalf(integers))),
-                        sampled<bits>(fraction(upperHalf(integers))));
+        const auto integers =
+            min(pair, PixelPair<std::uint16_t>(fullScale)).template as<std::int32_t>();
+        return narrowed(samples(lowerHalf(integers)), samples(upperHalf(integers)));
     }
 }
 

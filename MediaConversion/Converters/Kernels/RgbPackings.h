@@ -55,6 +55,28 @@ constexpr unsigned largestSample(int bits)
     return (1u << bits) - 1;
 }
 
+// A sample as one of another full scale, rounded to the nearest, by whole numbers of 16 bits: the
+// quotient of the full scales is split into a factor and a fraction.
+template <unsigned from, unsigned to, class Number>
+constexpr Number rescaled(Number sample)
+{
+    constexpr auto factor = static_cast<std::uint16_t>(to / from);
+    constexpr auto rest = static_cast<std::uint16_t>(to % from);
+    static_assert(from * rest + from / 2 <= 0xFFFF);
+    const auto rounded = sample * Number(rest) + Number(from / 2);
+    return static_cast<Number>(sample * Number(factor) + rounded / Number(from));
+}
+
+template <unsigned from, unsigned to>
+constexpr bool rescalesExactly()
+{
+    for (unsigned sample = 0; sample <= from; ++sample)
+        if (rescaled<from, to>(sample) !=
+            static_cast<unsigned>(sample / static_cast<double>(from) * to + 0.5))
+            return false;
+    return true;
+}
+
 // A named packing: a layout, and in which order a pixel's samples follow one another.
 template <const RgbLayout& layoutValue, ChannelOrder sampleOrder, FrameFormat (*namedFormat)()>
 struct RgbPacking

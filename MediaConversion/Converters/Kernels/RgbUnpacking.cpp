@@ -25,12 +25,9 @@ PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint1
     } else if constexpr (Channel<type>::fullScale == largestSample(bits)) {
         return samples | joined(opaque, opaque);
     } else {
-        const auto integers = samples.as<std::int32_t>();
-        const auto channels = [](const Vector<std::int32_t, 4>& pixel) {
-            return quantised<type>(pixel.as<double>() / DoublePixel(largestSample(bits)));
-        };
-        return narrowed(channels(lowerHalf(integers)), channels(upperHalf(integers))) |
-               joined(opaque, opaque);
+        constexpr auto fullScale = static_cast<unsigned>(Channel<type>::fullScale);
+        static_assert(rescalesExactly<largestSample(bits), fullScale>());
+        return rescaled<largestSample(bits), fullScale>(samples) | joined(opaque, opaque);
     }
 }
 

@@ -1,7 +1,0 @@
-#include "tests/support/ParallelBackend.h"
-
-namespace {
-
-[[maybe_unused]] const bool installed = (installParallelBackend(), true);
-
-}

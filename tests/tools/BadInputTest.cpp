@@ -1,0 +1,138 @@
+#include "tests/tools/ProgramTest.h"
+
+#include <nlohmann/json.hpp>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+using namespace testing;
+
+namespace {
+
+// A picture whose header claims much more than the stored 4 x 4 pixels, all of them opaque white.
+MediaFileBytes claim(std::uint16_t width, std::uint16_t height)
+{
+    auto file = MediaFileBytes::picture(0x204, width, height, std::string(64, '\xFF'));
+    file.frameWidth = file.frameHeight = 4;
+    return file;
+}
+
+class BadInput : public ProgramTest
+{
+protected:
+    void SetUp() override { runWell("cp $samples/coffee.zeq-422.zeq good.zeq"); }
+};
+
+}
+
+TEST_F(BadInput, costsNoMemoryForWhatItClaims)
+{
+    writeFile(path("claim.zeq"), claim(16000, 16000).bytes());
+    runWell(ADDRESS_SPACE_LIMIT
+            "zeq check claim.zeq && zeq thumbnail claim.zeq -o . && "
+            "zeq sheet claim.zeq -o s.png && zeq convert -f bgra-u8 claim.zeq c.zeq");
+    const auto small = readPicture("claim.png");
+    EXPECT_EQ(small.first.width, 256);
+    // (4 / 62.5)^2 of the first pixel is covered.
+    EXPECT_FLOAT_EQ(small.second[3], 1 / 255.f);
+    EXPECT_THAT(small.second, Contains(0.f).Times(256 * 256 * 4 - 4));
+    EXPECT_EQ(frameData("c.zeq").size(), 64u);
+
+    // A small view needs no more than the few pixels that are stored.
+    OIIO::ImageSpec window(2, 2, 3, OIIO::TypeDesc::FLOAT);
+    window.full_width = window.full_height = 40000;
+    writePicture("window.exr", window, std::vector<float>(12, 1.f));
+    runWell(ADDRESS_SPACE_LIMIT "zeq thumbnail window.exr -o . && zeq sheet window.exr -o s.png");
+    EXPECT_EQ(readPicture("window.png").first.height, 256);
+    // Of 20000 x 20000 pixels in three channels of 8 bits.
+    const char header[] =
+        "\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\x4E\x20\0\0\x4E\x20\x08\x02\0\0\0\x6C\x12\xD1\x6E\0\0\0d"
+        "IDAT";
+    writeFile(path("header.png"), {header, sizeof header - 1});
+    EXPECT_EQ(run(ADDRESS_SPACE_LIMIT "zeq convert claim.zeq window.exr header.png --to tif out/"),
+              1);
+    EXPECT_THAT(
+        errors,
+        AllOf(HasSubstr("zeq: claim.zeq: is a picture of 16000 x 16000 pixels of which 4 x 4 are "
+                        "stored; of one so large, at least a pixel in 16 has to be\n"),
+              HasSubstr("zeq: window.exr: is a picture of 40000 x 40000 pixels of which 2 x 2 are"),
+              HasSubstr("zeq: header.png: claims 20000 x 20000 pixels, too many for a file of 41 "
+                        "bytes\n")));
+    EXPECT_THAT(files("out"), IsEmpty());
+
+    // The claim of a frame that is not there costs nothing either, and is told as what it is.
+    writeFile(path("c.zeq"), MediaFileBytes::picture(0x200, 30000, 30000, "short").bytes());
+    EXPECT_EQ(run(ADDRESS_SPACE_LIMIT "zeq check --memory 1M c.zeq"), 1);
+    EXPECT_EQ(errors, "zeq: c.zeq: Media file has unexpectedly reached End-Of-File\n");
+}
+
+TEST_F(BadInput, isNamedAndKeepsNoOtherFromBeingChecked)
+{
+    runWell(
+        "mkdir -p d/closed d/inner empty; ln -s loop d/loop; ln -s nothing d/link.zeq; "
+        "ln -s ../inner d/inner/up; cp good.zeq d/inner; chmod 0 d/closed");
+    EXPECT_EQ(run("powerless() { if [ $(id -u) = 0 ]; then setpriv "
+                  "--bounding-set=-dac_override,-dac_read_search \"$@\"; else \"$@\"; fi; }; "
+                  "powerless '" PROGRAM "' check -j1 empty d gone/ s.#.zeq good.zeq; "
+                  "status=$?; chmod 700 d/closed; exit $status"),
+              1);
+    EXPECT_EQ(errors,
+              "zeq: empty: no media files found\n"
+              "zeq: d/closed: Permission denied\n"
+              "zeq: d/link.zeq: Failed to open file\n"
+              "zeq: d/loop: Too many levels of symbolic links\n"
+              "zeq: gone/: No such file or directory\n"
+              "zeq: s.#.zeq: no frames found\n");
+    EXPECT_EQ(output, "8 files checked, 6 bad\n");
+}
+
+TEST_F(BadInput, keepsNoOtherFromBeingUsed)
+{
+    for (const std::string command : {"info", "sheet -o s.png", "thumbnail -o out", "convert"}) {
+        EXPECT_EQ(run("mkdir -p out; zeq " + command + " s.#.zeq '' loop.zeq good.zeq" +
+                      (command == "convert" ? " out/ --to tif" : "") + "; echo $?"),
+                  0);
+        EXPECT_THAT(output, AllOf(HasSubstr(command.starts_with("sheet") ? "1 file" : "good.zeq"),
+                                  EndsWith("\n1\n")))
+            << command;
+        EXPECT_THAT(errors, AllOf(HasSubstr("zeq: s.#.zeq: no frames found\n"),
+                                  HasSubstr("zeq: '': no file has an empty name\n"),
+                                  HasSubstr("zeq: loop.zeq: Failed to open file\n")));
+        runWell("ln -sf loop.zeq loop.zeq");
+    }
+    EXPECT_THAT(files(), Contains("s.png"));
+    EXPECT_THAT(files("out"), ElementsAre("good.png", "good.tif"));
+}
+
+TEST_F(BadInput, givesNoOrdersToATerminal)
+{
+    const std::string name = "a\x1b[31m\xFF\xC2\x9B\t\\\n\u00E9.zeq";
+    const std::string escaped = R"(a\x1b[31m\xff\xc2\x9b\t\\\n)"
+                                "\u00E9.zeq";
+    EXPECT_EQ(run("zeq info '" + name + "'; zeq check -q '" + name + "'; zeq '" + name + "'"), 2);
+    const auto failure = "zeq: " + escaped + ": Failed to open file\n";
+    EXPECT_EQ(errors, failure + failure + "zeq: unknown command " + escaped + "; see zeq --help\n");
+    runWell("cp good.zeq '" + name + "'; zeq convert '" + name + "' b.zeq; zeq info '" + name +
+            "'");
+    EXPECT_THAT(output, StartsWith(escaped + " -> b.zeq\nfile: " + escaped + "\nformat: "));
+    runWell("zeq info --json '" + name + "'");
+    EXPECT_EQ(nlohmann::json::parse(output)[0]["file"], "a\x1b[31m\uFFFD\u009B\t\\\n\u00E9.zeq");
+}
+
+// What comes with OpenImageIO would end the program when it is loaded and can start no thread.
+TEST_F(BadInput, isNoMissingThread)
+{
+    for (const int threads : {0, 1, 2, 3, 5, 8}) {
+        const auto zeq =
+            "export ASAN_OPTIONS=verify_asan_link_order=0 THREADS=" + std::to_string(threads) +
+            " LD_PRELOAD='" NO_THREADS "'; '" PROGRAM "' ";
+        runWell(zeq + "check -j 3 good.zeq good.zeq good.zeq");
+        EXPECT_EQ(output, "3 files checked, 0 bad\n");
+        runWell(zeq + "convert -f rgb-u8 good.zeq c.zeq");
+        EXPECT_EQ(output, "good.zeq -> c.zeq\n");
+        EXPECT_EQ(run(zeq + "thumbnail good.zeq -o ."), 1);
+        EXPECT_THAT(errors, EndsWith(": Pictures cannot be read or written: too few threads can be "
+                                     "started\n"));
+    }
+}

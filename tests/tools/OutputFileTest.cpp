@@ -1,0 +1,106 @@
+#include "imaging/PictureOutput.h"
+#include "tests/MediaFile/TemporaryFolder.h"
+#include "tools/OutputFile.h"
+
+#include <OpenImageIO/imageio.h>
+
+#include <gmock/gmock.h>
+#include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
+
+#include <sys/resource.h>
+
+#include <algorithm>
+#include <csignal>
+#include <cstddef>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+using namespace testing;
+namespace fs = std::filesystem;
+
+namespace {
+
+struct OutputFile : Test
+{
+    OutputFile()
+    {
+        std::signal(SIGXFSZ, SIG_IGN);
+        for (const auto* const attribute : {"threads", "exr_threads"})
+            OIIO::attribute(attribute, 1);
+        cv::setNumThreads(1);
+        cv::theRNG().state = 1;
+        cv::randu(picture, 0, 1);
+    }
+    ~OutputFile() override { cv::setNumThreads(-1); }
+
+    // Gives the failure's text. Files end at `limit` bytes, as on a disk that is full.
+    std::string write(const std::string& extension, rlim_t limit = RLIM_INFINITY)
+    {
+        rlimit before;
+        ::getrlimit(RLIMIT_FSIZE, &before);
+        const rlimit limited{.rlim_cur = std::min(limit, before.rlim_max),
+                             .rlim_max = before.rlim_max};
+        ::setrlimit(RLIMIT_FSIZE, &limited);
+        std::string failure;
+        try {
+            const auto depth = extension == "exr" ? SampleDepth::F16 : SampleDepth::U8;
+            Zeq::writeOutput(name, [&](const std::string& temporaryName) {
+                writePicture(temporaryName, picture.clone(), {false, depth, "a"});
+            });
+        } catch (const Zeq::OutputError& error) {
+            failure = error.what();
+        }
+        ::setrlimit(RLIMIT_FSIZE, &before);
+        return failure;
+    }
+
+    // Without the time, which some kinds of files hold.
+    std::string content() const
+    {
+        const std::string bytes(std::istreambuf_iterator<char>(std::ifstream(name).rdbuf()), {});
+        static const std::regex time("[0-9]{4}(:[0-9]{2}){2}[: ][0-9]{2}(:[0-9]{2}){2}");
+        return std::regex_replace(bytes, time, "");
+    }
+
+    // In memory: many thousand files are written.
+    MediaConversion::MediaFileTests::TemporaryFolder folder{"/dev/shm"};
+    std::string name;
+    cv::Mat picture = cv::Mat(16, 20, CV_32FC4);
+};
+
+}
+
+// Whichever bytes do not fit, those of the last buffer among them and a header that is written once
+// more at the end.
+TEST_F(OutputFile, isWholeOrNotThereWhereverTheDiskIsFull)
+{
+    for (const std::string extension : {"exr", "tif", "dpx", "png", "jpg", "tga", "bmp"}) {
+        name = folder.file("a." + extension);
+        ASSERT_EQ(write(extension), "");
+        const auto whole = content();
+        const auto size = fs::file_size(name);
+        std::ofstream(name) << "old";
+        std::vector<std::size_t> lost;
+        std::set<std::string> texts;
+        for (auto limit = size - std::min<std::size_t>(size, 8192); limit < size; ++limit) {
+            texts.insert(write(extension, limit));
+            if (fs::file_size(name) != 3) {
+                lost.push_back(limit);
+                std::ofstream(name) << "old";
+            }
+        }
+        EXPECT_THAT(lost, IsEmpty()) << extension << " of " << size << " bytes";
+        EXPECT_THAT(texts, ElementsAre(name + ": File too large"));
+        EXPECT_EQ(content(), "old");
+        EXPECT_EQ(write(extension, size), "");
+        EXPECT_TRUE(content() == whole) << extension;
+        EXPECT_EQ(std::distance(fs::directory_iterator(folder.file("")), {}), 1);
+        fs::remove(name);
+    }
+}
