@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/CvTypes.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
 #include "benchmarks/Conversions.h"
 #include "benchmarks/Trial.h"
 #include "benchmarks/Work.h"

@@ -1,7 +1,6 @@
 #include "benchmarks/Conversions.h"
 
-#include "MediaConversion/MediaPipeline/ConversionRegistry.h"
-#include "MediaConversion/MediaPipeline/CvTypes.h"
+#include "MediaConversion/Encoder/ConversionRegistry.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <algorithm>

@@ -1,14 +1,13 @@
 #include "benchmarks/OurWork.h"
 
+#include "MediaConversion/Encoder/Encoder.h"
+#include "MediaConversion/Encoder/Filters.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStreamFactory.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
-#include "MediaConversion/MediaPipeline/Encoder.h"
-#include "MediaConversion/MediaPipeline/Filters.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/PackedFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "tests/support/PlainDecoding.h"
 
 #include <opencv2/imgproc.hpp>

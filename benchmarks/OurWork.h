@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
-#include "MediaConversion/MediaPipeline/ImageFrame.h"
+#include "MediaConversion/MediaPipeline/FrameFlow.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "benchmarks/Conversions.h"
 #include "benchmarks/ScratchFolder.h"
 #include "benchmarks/Work.h"

@@ -1,6 +1,5 @@
 #include "benchmarks/Pictures.h"
 
-#include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "benchmarks/OurWork.h"
 

@@ -1,8 +1,7 @@
 #include "benchmarks/Trial.h"
 
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/PackedFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "benchmarks/Limit.h"
 #include "tests/support/PlainDecoding.h"
 #include "tests/support/PlainEncoding.h"

@@ -1,7 +1,7 @@
-#include "MediaConversion/Converters/Kernels/Level.h"
-#include "MediaConversion/MediaPipeline/ConversionRegistry.h"
-#include "MediaConversion/MediaPipeline/Encoder.h"
-#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
+#include "MediaConversion/Converters/Kernels.h"
+#include "MediaConversion/Encoder/ConversionRegistry.h"
+#include "MediaConversion/Encoder/Encoder.h"
+#include "MediaConversion/MediaPipeline/FrameFlow.h"
 #include "fuzz/Fuzzing.h"
 #include "tests/Converters/ConvertedFrames.h"
 

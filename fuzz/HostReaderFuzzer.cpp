@@ -1,5 +1,5 @@
 #include "MediaConversion/Errors.h"
-#include "MediaConversion/MediaFile/FileStreamFactory.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"

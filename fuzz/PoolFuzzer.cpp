@@ -1,5 +1,5 @@
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
-#include "MediaConversion/MediaPipeline/ImageFrame.h"
 #include "fuzz/Fuzzing.h"
 #include "tests/support/CheckedPool.h"
 

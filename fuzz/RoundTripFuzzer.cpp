@@ -1,4 +1,4 @@
-#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "fuzz/Fuzzing.h"
 #include "tests/support/RoundTrips.h"
 

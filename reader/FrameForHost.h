@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MediaConversion/Errors.h"
-#include "MediaConversion/MediaPipeline/IFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 // What the host may be shown of a file, and how a file is refused that it may not.
 

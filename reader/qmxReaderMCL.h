@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/Encoder.h"
-#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
+#include "MediaConversion/Encoder/Encoder.h"
+#include "MediaConversion/MediaPipeline/FrameFlow.h"
 
 #include <DDImage/FileReader.h>
 

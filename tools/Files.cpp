@@ -1,7 +1,7 @@
 #include "tools/Files.h"
 
 #include "MediaConversion/Errors.h"
-#include "MediaConversion/MediaFile/FileStream.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
 
 #include <algorithm>
 #include <cctype>

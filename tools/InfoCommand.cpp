@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStreamFactory.h"
-#include "MediaConversion/MediaFile/Hexadecimal.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
+#include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "tools/Commands.h"
 #include "tools/CommonArguments.h"

@@ -1,7 +1,6 @@
 #include "tools/MediaFormats.h"
 
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
-#include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
-#include "MediaConversion/MediaPipeline/IFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "imaging/PartialPicture.h"
 #include "imaging/SampleDepth.h"
 

@@ -1,6 +1,6 @@
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
-#include "MediaConversion/MediaPipeline/ImageFrame.h"
-#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "imaging/StandardStreams.h"
 #include "tools/Command.h"
 #include "tools/CommandLine.h"

@@ -1,8 +1,7 @@
 #pragma once
 
 #include "MediaConversion/Converters/ConversionTable.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/PackedFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <cstddef>
 #include <cstdint>

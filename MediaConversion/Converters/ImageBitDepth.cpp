@@ -2,7 +2,7 @@
 
 #include "MediaConversion/Converters/Rows.h"
 #include "MediaConversion/Errors.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 namespace MediaConversion {
 

@@ -1,8 +1,8 @@
 #include "MediaConversion/Converters/ImageColourspace.h"
 
-#include "MediaConversion/Converters/Kernels/Pixels.h"
+#include "MediaConversion/Converters/Pixels.h"
 #include "MediaConversion/Converters/Rows.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <opencv2/imgproc.hpp>
 

@@ -1,6 +1,6 @@
 #include "MediaConversion/Converters/ImageRGBtoYCbCr42x.h"
 
-#include "MediaConversion/Converters/Kernels/KernelTables.h"
+#include "MediaConversion/Converters/KernelTables.h"
 
 namespace MediaConversion {
 

@@ -1,6 +1,6 @@
 #include "MediaConversion/Converters/ImageRGBtoYCoCgDXT5.h"
 
-#include "MediaConversion/Converters/Kernels/KernelTables.h"
+#include "MediaConversion/Converters/KernelTables.h"
 
 #include <cstddef>
 

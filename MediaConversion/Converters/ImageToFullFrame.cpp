@@ -1,6 +1,6 @@
 #include "MediaConversion/Converters/ImageToFullFrame.h"
 
-#include "MediaConversion/Converters/Kernels/KernelTables.h"
+#include "MediaConversion/Converters/KernelTables.h"
 
 namespace MediaConversion {
 

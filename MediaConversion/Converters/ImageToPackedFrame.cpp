@@ -1,6 +1,6 @@
 #include "MediaConversion/Converters/ImageToPackedFrame.h"
 
-#include "MediaConversion/Converters/Kernels/KernelTables.h"
+#include "MediaConversion/Converters/KernelTables.h"
 
 namespace MediaConversion {
 

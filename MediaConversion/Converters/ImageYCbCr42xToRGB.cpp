@@ -1,6 +1,6 @@
 #include "MediaConversion/Converters/ImageYCbCr42xToRGB.h"
 
-#include "MediaConversion/Converters/Kernels/KernelTables.h"
+#include "MediaConversion/Converters/KernelTables.h"
 
 namespace MediaConversion {
 

@@ -1,8 +1,10 @@
 #pragma once
 
+#include <exception>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 // Narrow file names are the bytes that the file system knows, wide ones what the readers are given.
 // Going from narrow to wide and back gives every name's own bytes again, also where they are not
@@ -19,5 +21,26 @@ std::optional<std::string> narrowFileName(std::wstring_view wide);
 
 // The name for people: as above, with '?' for each character that cannot be part of a file's name.
 std::string displayFileName(std::wstring_view wide);
+
+// The one exception of media file access.
+class MediaFileAccessException final : public std::exception
+{
+public:
+    MediaFileAccessException(std::string fileName, std::string message)
+        : m_fileName(std::move(fileName)), m_message(std::move(message))
+    {
+    }
+
+    // '?' stands for what cannot be part of a file's name.
+    const std::string& fileName() const { return m_fileName; }
+    const std::string& message() const { return m_message; }
+
+    // The message alone.
+    const char* what() const noexcept override { return m_message.c_str(); }
+
+private:
+    std::string m_fileName;
+    std::string m_message;
+};
 
 }

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "MediaConversion/MediaFile/FileNames.h"
+
 #include <cstdint>
+#include <fstream>
 #include <ios>
+#include <istream>
 #include <memory>
 #include <string>
 
@@ -87,6 +91,107 @@ public:
 
     // Null when there is no such regular file.
     virtual std::unique_ptr<IFileSystemInfo> createFileSystemInfo(const std::wstring& fileName) = 0;
+};
+
+// Opens a file by ::open's flags, for this process alone: a program that it starts does not inherit
+// the descriptor. Nothing but a regular file is opened or waited for, whatever takes the name in
+// the meantime. -1 when that fails.
+int openRegularFile(const char* fileName, int flags);
+
+// The standard file buffer, but for how it opens: regular files only, and without waiting for any
+// other, and for this process alone.
+class FileBuffer final : public std::filebuf
+{
+public:
+    // Null when that fails, or when a file is open already.
+    FileBuffer* open(const char* fileName, std::ios_base::openmode mode);
+};
+
+// False for what exists and is no regular file. A first look, so that no device is touched: what is
+// opened then may be another file.
+bool mayBeOpenedAsFile(const char* fileName);
+
+// A file stream over a stream buffer that opens and closes files as std::filebuf does.
+template <class Buffer>
+class FileStreamOver : public IFileStream
+{
+public:
+    FileStreamOver() = default;
+
+    FileStreamOver(const FileStreamOver&) = delete;
+    FileStreamOver& operator=(const FileStreamOver&) = delete;
+
+    void clear() override { m_stream.clear(); }
+    bool fail() const override { return m_stream.fail(); }
+    bool good() const override { return m_stream.good(); }
+    bool eof() const override { return m_stream.eof(); }
+    std::streamsize gcount() const override { return m_stream.gcount(); }
+
+    void read(char* buffer, std::streamsize count) override { m_stream.read(buffer, count); }
+    void write(const char* buffer, std::streamsize count) override
+    {
+        m_stream.write(buffer, count);
+    }
+
+    void seek(std::streamoff offset, std::ios_base::seekdir direction) override
+    {
+        m_stream.seekg(offset, direction);
+    }
+    void seek(std::streampos position) override { m_stream.seekg(position); }
+    std::streampos tell() override { return m_stream.tellg(); }
+
+    void open(const std::wstring& fileName, std::ios_base::openmode mode) override
+    {
+        if (const auto narrow = narrowFileName(fileName))
+            open(narrow->c_str(), mode);
+        else
+            m_stream.setstate(std::ios_base::failbit);
+    }
+
+    void open(const std::string& fileName, std::ios_base::openmode mode) override
+    {
+        // As characters, a name with a NUL inside would be another file's name.
+        if (fileName.find('\0') == std::string::npos)
+            open(fileName.c_str(), mode);
+        else
+            m_stream.setstate(std::ios_base::failbit);
+    }
+
+    void open(const char* fileName, std::ios_base::openmode mode) override
+    {
+        if (mayBeOpenedAsFile(fileName) && m_buffer.open(fileName, mode))
+            m_stream.clear();
+        else
+            m_stream.setstate(std::ios_base::failbit);
+    }
+
+    bool is_open() const override { return m_buffer.is_open(); }
+
+    void close() override
+    {
+        if (!m_buffer.close())
+            m_stream.setstate(std::ios_base::failbit);
+    }
+
+protected:
+    Buffer& buffer() { return m_buffer; }
+
+private:
+    Buffer m_buffer;
+    std::iostream m_stream{&m_buffer};
+};
+
+extern template class FileStreamOver<FileBuffer>;
+
+// The standard buffered file stream of bytes.
+class FileStream final : public FileStreamOver<FileBuffer>
+{
+};
+
+class FileStreamFactory final : public IFileStreamFactory
+{
+public:
+    std::unique_ptr<IFileStream> create() override { return std::make_unique<FileStream>(); }
 };
 
 }

@@ -2,17 +2,43 @@
 
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/Hexadecimal.h"
-#include "MediaConversion/MediaFile/MediaFileAccessException.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
-#include "MediaConversion/MediaFile/RawFrameCreator.h"
-#include "MediaConversion/MediaPipeline/PooledBuffer.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 
 #include <algorithm>
 #include <cstdint>
 #include <ios>
+#include <utility>
 
 namespace MediaConversion {
+
+namespace {
+
+template <class Frame>
+constexpr RawFrameCreator creatorOf{
+    .create = [](const Velmora::FrameFormat& format, int rows, int columns,
+                 std::unique_ptr<Velmora::RawFrameData> rawFrameData)
+        -> std::unique_ptr<Velmora::ImageFrame> {
+        return std::make_unique<Frame>(format, columns, rows, std::move(rawFrameData));
+    },
+    .checkByteCount =
+        [](const Velmora::FrameFormat& format, int rows, int columns, std::uint64_t byteCount) {
+            Frame::checkByteCount(format, columns, rows, byteCount);
+        },
+};
+
+}
+
+RawFrameCreator rawFrameCreator(const Velmora::FrameFormat& format)
+{
+    if (Velmora::FullFormatCvTypes().contains(format))
+        return creatorOf<Velmora::FullFrame>;
+    if (Velmora::PackedFormatCvTypes().contains(format))
+        return creatorOf<Velmora::PackedFrame>;
+    // The two blanks before the name are part of the message.
+    fail("Raw frame creator not available for frame format  ", format);
+}
 
 using Velmora::IFrame;
 using Velmora::ImageFrame;

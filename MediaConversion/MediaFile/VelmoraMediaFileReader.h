@@ -1,10 +1,10 @@
 #pragma once
 
 #include "MediaConversion/MediaFile/FileStreams.h"
-#include "MediaConversion/MediaFile/FrameHeader.h"
-#include "MediaConversion/MediaFile/MediaHeader.h"
-#include "MediaConversion/MediaPipeline/IFrame.h"
+#include "MediaConversion/MediaFile/Headers.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
+#include <cstdint>
 #include <functional>
 #include <map>
 #include <memory>
@@ -13,6 +13,21 @@
 #include <utility>
 
 namespace MediaConversion {
+
+// How a file's bytes become a frame: the operations of the kind of frame that a format belongs to.
+struct RawFrameCreator
+{
+    std::unique_ptr<Velmora::ImageFrame> (*create)(
+        const Velmora::FrameFormat& format, int rows, int columns,
+        std::unique_ptr<Velmora::RawFrameData> rawFrameData);
+
+    // The same checks as by `create`, for a caller that has no bytes yet.
+    void (*checkByteCount)(const Velmora::FrameFormat& format, int rows, int columns,
+                           std::uint64_t byteCount);
+};
+
+// Throws a std::runtime_error for a format that is neither full nor packed.
+RawFrameCreator rawFrameCreator(const Velmora::FrameFormat& format);
 
 // Opens a media file and turns the frame that it stores into a frame of the pipeline. What is wrong
 // with the file is reported by a MediaFileAccessException; a frame that its headers do not allow,

@@ -3,9 +3,7 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FrameHeader.h"
-#include "MediaConversion/MediaFile/LittleEndianWriter.h"
-#include "MediaConversion/MediaFile/MediaFileAccessException.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "MediaConversion/MediaFile/IAtomicFile.h"
-#include "MediaConversion/MediaPipeline/ImageFrame.h"
+#include "MediaConversion/MediaFile/AtomicFile.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <cstdint>
 #include <functional>

@@ -2,6 +2,8 @@
 
 #include "MediaConversion/MediaPipeline/FrameFormat.h"
 
+#include <map>
+
 // The formats that have a name. They are functions, so that no table of formats has to wait for
 // another's start-up. Colourspace, packing and so on stand in the table of Formats.cpp.
 namespace Velmora::Formats {
@@ -41,5 +43,22 @@ FrameFormat ZEQ_4224_HYBRID();
 FrameFormat ZEQ_420();
 FrameFormat YCoCg_DXT5();
 FrameFormat RGB_DXT1();
+
+}
+
+namespace Velmora {
+
+// OpenCV's type code of the matrix that holds a frame, by the frame's format. A frame cannot be
+// built in a format that its table lacks.
+using CvTypes = std::map<FrameFormat, int>;
+
+// The 27 formats of full frames: a matrix element is a pixel.
+const CvTypes& FullFormatCvTypes();
+
+// The 12 formats of packed frames: a matrix element is a group.
+const CvTypes& PackedFormatCvTypes();
+
+// The table's type code for the format; throws a std::runtime_error when the table has none.
+int openCvType(const FrameFormat& format, const CvTypes& table);
 
 }

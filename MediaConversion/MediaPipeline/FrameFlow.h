@@ -1,8 +1,11 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/IFrame.h"
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <memory>
+#include <utility>
+#include <vector>
 
 // Frames are pushed: a source hands each frame to the sink it is connected to, and the call returns
 // when the whole rest of the chain has handled it.
@@ -65,6 +68,69 @@ public:
 
     virtual std::unique_ptr<Velmora::IFrame> onNewTexture(
         std::shared_ptr<const Velmora::ITextureFrame> frame) = 0;
+};
+
+// Keeps the frame received last until it is taken or replaced.
+class FrameSinkDestination final : public IFrameSinkDestination
+{
+public:
+    void onNewFrame(std::unique_ptr<Velmora::IFrame> frame) override
+    {
+        if (!frame)
+            fail("no frame data");
+        m_frame = std::move(frame);
+    }
+
+    std::unique_ptr<Velmora::IFrame> takeFrame() override { return std::move(m_frame); }
+
+private:
+    std::unique_ptr<Velmora::IFrame> m_frame;
+};
+
+// Placeholders for filters that support one kind of frame only: they refuse every frame.
+class NullImageProcessor final : public IImageProcessor
+{
+public:
+    NullImageProcessor() = default;
+    explicit NullImageProcessor(const Velmora::FrameFormat&) {}
+
+    std::unique_ptr<Velmora::IFrame> onNewImage(
+        std::shared_ptr<const Velmora::IImageFrame> frame) override;
+};
+
+class NullTextureProcessor final : public ITextureProcessor
+{
+public:
+    NullTextureProcessor() = default;
+    explicit NullTextureProcessor(const Velmora::FrameFormat&) {}
+
+    std::unique_ptr<Velmora::IFrame> onNewTexture(
+        std::shared_ptr<const Velmora::ITextureFrame> frame) override;
+};
+
+// A chain of filters that looks like one source. All failures are std::runtime_errors, except where
+// noted.
+class FramePipeline final : public IFrameSource, public IFrameControl
+{
+public:
+    // Appends a filter behind the last; throws std::invalid_argument for a null one.
+    void addFilter(std::unique_ptr<IFrameFilter> filter);
+
+    void connectFrameSink(IFrameSink* frameSink) override;
+    void disconnectFrameSink(IFrameSink* frameSink) override;
+
+    // Both need a sink and a filter.
+    void start() override;
+    void stop() override;
+
+    // Hands the frame to the first filter.
+    void onNewFrame(std::unique_ptr<Velmora::IFrame> frame);
+
+private:
+    IFrameControl& control() const;
+
+    IFrameSink* m_frameSink = nullptr;
+    std::vector<std::unique_ptr<IFrameFilter>> m_filters;
 };
 
 }

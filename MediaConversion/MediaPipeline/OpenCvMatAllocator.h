@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/Memory.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 
 #include <opencv2/core/mat.hpp>
 

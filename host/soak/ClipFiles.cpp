@@ -1,12 +1,12 @@
 #include "host/soak/ClipFiles.h"
 
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FrameHeader.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
-#include "MediaConversion/MediaFile/RawFrameCreator.h"
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
-#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 
 #include <opencv2/core.hpp>
 

@@ -9,8 +9,7 @@
 #include "MediaConversion/Converters/ImageYCbCr42xToRGB.h"
 #include "MediaConversion/Converters/ImageYCoCgDXT5toRGB.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/PackedFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>

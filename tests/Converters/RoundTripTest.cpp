@@ -1,8 +1,8 @@
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStreamFactory.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "tests/support/InstalledPool.h"
 #include "tests/support/RoundTrips.h"
 

@@ -1,7 +1,6 @@
-#include "MediaConversion/MediaFile/DirectFileStreamFactory.h"
+#include "MediaConversion/MediaFile/DirectFileStreams.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStream.h"
-#include "MediaConversion/MediaFile/FileStreamFactory.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 

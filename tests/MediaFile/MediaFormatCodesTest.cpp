@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 
-#include "MediaConversion/MediaFile/RawFrameCreator.h"
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "tests/MediaFile/ReaderFixture.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaFile/MediaFileAccessException.h"
+#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "tests/MediaFile/FakeFile.h"

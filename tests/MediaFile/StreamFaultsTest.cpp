@@ -1,4 +1,4 @@
-#include "MediaConversion/MediaPipeline/PooledBuffer.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/MediaFile/ReaderFixture.h"
 
 #include <cstddef>

@@ -1,7 +1,7 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStreamFactory.h"
+#include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/MediaFile/ReaderFixture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
-#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/support/ExpectError.h"
 
 #include <gmock/gmock.h>

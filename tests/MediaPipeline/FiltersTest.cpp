@@ -1,8 +1,7 @@
-#include "MediaConversion/MediaPipeline/Filters.h"
+#include "MediaConversion/Encoder/Filters.h"
 
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FramePipeline.h"
-#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
+#include "MediaConversion/MediaPipeline/FrameFlow.h"
 #include "tests/MediaPipeline/Fakes.h"
 
 #include <functional>

@@ -1,7 +1,5 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/PackedFrame.h"
-#include "MediaConversion/MediaPipeline/PackedMatrixShape.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "tests/MediaPipeline/Fakes.h"
 
 #include <algorithm>

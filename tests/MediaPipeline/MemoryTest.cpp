@@ -1,5 +1,5 @@
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
-#include "MediaConversion/MediaPipeline/RawFrameData.h"
 #include "tests/MediaPipeline/Fakes.h"
 #include "tests/support/CheckedPool.h"
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <stdexcept>

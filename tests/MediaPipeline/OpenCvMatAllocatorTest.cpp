@@ -2,8 +2,8 @@
 
 #include "MediaConversion/Converters/ImageColourspace.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FullFrame.h"
-#include "MediaConversion/MediaPipeline/PooledBuffer.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/MediaPipeline/Fakes.h"
 #include "tests/support/InstalledPool.h"
 

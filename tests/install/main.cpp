@@ -1,7 +1,6 @@
-#include <MediaConversion/MediaPipeline/Encoder.h>
+#include <MediaConversion/Encoder/Encoder.h>
 #include <MediaConversion/MediaPipeline/Formats.h>
-#include <MediaConversion/MediaPipeline/FrameSinkDestination.h>
-#include <MediaConversion/MediaPipeline/PackedFrame.h>
+#include <MediaConversion/MediaPipeline/Frames.h>
 
 #include <memory>
 

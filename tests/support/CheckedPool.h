@@ -1,7 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/PooledBuffer.h"
-#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 
 #include <algorithm>
 #include <cstdint>

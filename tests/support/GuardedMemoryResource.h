@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/support/InstalledPool.h"
 
 #include <sys/mman.h>

@@ -1,8 +1,8 @@
 #pragma once
 
+#include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
-#include "MediaConversion/MediaPipeline/ImageFrame.h"
-#include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
+#include "MediaConversion/MediaPipeline/MemoryPool.h"
 
 #include <memory>
 #include <utility>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/Converters/Kernels/Level.h"
+#include "MediaConversion/Converters/Kernels.h"
 
 #include <algorithm>
 #include <cstdlib>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/FullFrame.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <opencv2/core.hpp>
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/Encoder.h"
+#include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
+#include "MediaConversion/MediaPipeline/FrameFlow.h"
 
 #include <opencv2/core/types.hpp>
 

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "MediaConversion/Converters/Pixels.h"
+
+#include <string_view>
+
+// The published S3TC blocks of 4 x 4 pixels: DXT1 (BC1) and the two halves of DXT5 (BC3). Pixels
+// are numbered row by row.
+namespace MediaConversion {
+
+inline constexpr int blockSide = 4;
+inline constexpr int blockPixels = blockSide * blockSide;
+
+struct RgbDxt1
+{
+    static constexpr int bytes = 8;
+    static constexpr std::string_view name = "DXT1";
+
+    static FrameFormat format() { return Velmora::Formats::RGB_DXT1(); }
+};
+
+// The alpha half of the block is Y; the colour half carries Co and Cg, both offset by 128 and
+// scaled up, as red and green; its blue is 8 times the scale less one.
+struct YCoCgDxt5
+{
+    static constexpr int bytes = 16;
+    static constexpr std::string_view name = "DXT5";
+
+    static FrameFormat format() { return Velmora::Formats::YCoCg_DXT5(); }
+};
+
+}

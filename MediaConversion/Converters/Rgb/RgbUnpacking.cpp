@@ -1,0 +1,80 @@
+#include "MediaConversion/Converters/Kernels.h"
+#include "MediaConversion/Converters/Rgb/SampleShuffles.h"
+#include "MediaConversion/Converters/Vectors/ExactFraction.h"
+#include "MediaConversion/Converters/Vectors/PixelPairs.h"
+
+#include <algorithm>
+
+namespace MediaConversion {
+
+namespace {
+
+// Samples as channels of the type: U8 channels cut the low bits, all others scale and round.
+template <int bits, ChannelType type, ChannelOrder order>
+PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint16_t>& samples)
+{
+    using Element = typename Channel<type>::Element;
+    const auto opaque = opaqueBlack<Element, order>(quantise<type>(1.0));
+    if constexpr (type == ChannelType::F32) {
+        const auto values = samples.as<std::int32_t>().template as<float>();
+        using Fraction = ExactFraction<float, largestSample(bits)>;
+        return values * PixelPair<float>(Fraction::upper) +
+               values * PixelPair<float>(Fraction::lower) + joined(opaque, opaque);
+    } else if constexpr (type == ChannelType::U8) {
+        return (samples >> (bits - 8)).template as<Element>() | joined(opaque, opaque);
+    } else if constexpr (Channel<type>::fullScale == largestSample(bits)) {
+        return samples | joined(opaque, opaque);
+    } else {
+        constexpr auto fullScale = static_cast<unsigned>(Channel<type>::fullScale);
+        static_assert(rescalesExactly<largestSample(bits), fullScale>());
+        return rescaled<largestSample(bits), fullScale>(samples) | joined(opaque, opaque);
+    }
+}
+
+template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type>
+[[gnu::flatten]] void unpackRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
+                                std::size_t)
+{
+    using Element = typename Channel<type>::Element;
+    using Shuffle = SampleShuffle<layout, samples, order>;
+    constexpr int pairBytes = 2 * order.channels() * static_cast<int>(sizeof(Element));
+    const auto unpackPair = [](const std::uint8_t* bytes, std::uint8_t* pair) {
+        storePair<type, order>(channelsOf<layout.bits, type, order>(Shuffle::samples(bytes)), pair);
+    };
+
+    int bytesLeft = groupCount * layout.bytes;
+    for (; bytesLeft >= Shuffle::vectorBytes; bytesLeft -= Shuffle::bytes) {
+        unpackPair(groups, pixels);
+        groups += Shuffle::bytes;
+        pixels += pairBytes;
+    }
+    // A vector would reach past the row.
+    std::array<std::uint8_t, 2 * Shuffle::vectorBytes> rest{};
+    std::copy_n(groups, bytesLeft, rest.begin());
+    const auto* bytes = rest.data();
+    for (; bytesLeft > 0; bytesLeft -= Shuffle::bytes) {
+        std::array<std::uint8_t, pairBytes> pair;
+        unpackPair(bytes, pair.data());
+        bytes += Shuffle::bytes;
+        pixels = std::copy_n(pair.data(), bytesLeft < Shuffle::bytes ? pairBytes / 2 : pairBytes,
+                             pixels);
+    }
+}
+
+struct Unpack
+{
+    template <class Source, class Destination>
+    static constexpr DecodeRow row =
+        unpackRow<Source::layout, Source::order, Destination::order, Destination::channelType>;
+};
+
+}
+
+template <>
+const DecodeRow* KernelsOf<compiledLevel>::unpackRgb()
+{
+    static constexpr auto rows = kernelRows<Unpack>(rgbUnpackings);
+    return rows.data();
+}
+
+}

@@ -1,0 +1,55 @@
+#pragma once
+
+#include "MediaConversion/Converters/Pixels.h"
+#include "MediaConversion/Converters/Vectors/Vectors.h"
+
+namespace MediaConversion {
+namespace {
+
+// Two neighbouring pixels of four channels each. Pixels of three channels have a fourth lane of no
+// meaning.
+template <class T>
+using PixelPair = Vector<T, 8>;
+
+// One pixel, for what takes double precision.
+using DoublePixel = Vector<double, 4>;
+
+// What the channels of a pixel in this order cannot be less than: opaque alpha, also where it is
+// not stored.
+template <class T, ChannelOrder order>
+Vector<T, 4> opaqueBlack(T opaque)
+{
+    std::array<T, 4> pixel{opaque, opaque, opaque, opaque};
+    pixel[order.red] = pixel[order.green] = pixel[order.blue] = T{0};
+    return Vector<T, 4>(pixel);
+}
+
+template <ChannelType type, ChannelOrder order>
+void storePair(const PixelPair<typename Channel<type>::Element>& pair, std::uint8_t* pixels)
+{
+    constexpr int bytes = 2 * order.channels() * static_cast<int>(sizeof(pair)) / 8;
+    if constexpr (order.channels() == 4)
+        pair.store(pixels);
+    else
+        pair.template shuffled<0, 1, 2, 4, 5, 6, 7, 7>().template store<bytes>(pixels);
+}
+
+// Values of 0 to 1, which may lie outside, as channels of the type, as quantise<type>() makes them;
+// integers are not narrowed yet.
+template <ChannelType type, int lanes>
+auto quantised(const Vector<double, lanes>& values)
+{
+    using Values = Vector<double, lanes>;
+    if constexpr (type == ChannelType::F32) {
+        // Clamped after the step to float, which keeps the order of numbers, 0 and 1.
+        using Floats = Vector<float, lanes>;
+        return min(max(values.template as<float>(), Floats(0)), Floats(1));
+    } else {
+        const Values full(Channel<type>::fullScale);
+        const auto scaled = min(max(values * full, Values(0)), full);
+        return (scaled + Values(0.5)).template as<std::int32_t>();
+    }
+}
+
+}
+}

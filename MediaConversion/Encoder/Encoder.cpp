@@ -1,0 +1,105 @@
+#include "MediaConversion/Encoder/Encoder.h"
+
+#include "MediaConversion/Encoder/ConversionRegistry.h"
+#include "MediaConversion/Encoder/Filters.h"
+#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
+
+#include <utility>
+
+namespace MediaConversion {
+
+using Velmora::FrameFormat;
+
+namespace {
+
+// The direct chain, or the one to the hub followed by the one from it.
+std::vector<ConversionStep> chain(const FrameFormat& input, const FrameFormat& output)
+{
+    const auto& registry = conversionRegistry();
+    if (const auto direct = registry.find({output, input}); direct != registry.end())
+        return direct->second;
+    const auto hub = Velmora::Formats::BGRA_F32();
+    const auto toHub = registry.find({hub, input});
+    const auto fromHub = registry.find({output, hub});
+    if (toHub == registry.end() || fromHub == registry.end())
+        fail("Encoding is not supported from ", input, " to ", output);
+    auto steps = toHub->second;
+    steps.insert(steps.end(), fromHub->second.begin(), fromHub->second.end());
+    return steps;
+}
+
+}
+
+std::string toString(EncoderState state)
+{
+    switch (state) {
+        case EncoderState::Idle:
+            return "Idle";
+        case EncoderState::Encoding:
+            return "Encoding";
+    }
+    return joined("Unknown EncoderState ", static_cast<std::uint32_t>(state));
+}
+
+Encoder::Encoder(const FrameFormat& inputFormat, const FrameFormat& outputFormat)
+    : m_inputFormat(inputFormat), m_outputFormat(outputFormat)
+{
+    if (inputFormat == outputFormat) {
+        add(std::make_unique<ConvertNoOperation>(outputFormat));
+        return;
+    }
+    for (const auto& step : chain(inputFormat, outputFormat))
+        add(step.factory(step.format));
+}
+
+void Encoder::start()
+{
+    requireState(EncoderState::Idle);
+    m_pipeline.start();
+    m_state = EncoderState::Encoding;
+}
+
+void Encoder::stop()
+{
+    requireState(EncoderState::Encoding);
+    m_pipeline.stop();
+    m_state = EncoderState::Idle;
+}
+
+void Encoder::connectFrameSink(IFrameSink* frameSink)
+{
+    requireState(EncoderState::Idle);
+    m_pipeline.connectFrameSink(frameSink);
+}
+
+void Encoder::disconnectFrameSink(IFrameSink* frameSink)
+{
+    requireState(EncoderState::Idle);
+    m_pipeline.disconnectFrameSink(frameSink);
+}
+
+void Encoder::onNewFrame(std::unique_ptr<Velmora::IFrame> frame)
+{
+    requireState(EncoderState::Encoding);
+    if (!frame)
+        fail("no frame data");
+    if (frame->format() != m_inputFormat)
+        fail("input format must be ", m_inputFormat);
+    m_pipeline.onNewFrame(std::move(frame));
+}
+
+void Encoder::add(std::unique_ptr<IFrameFilter> filter)
+{
+    // cppcheck-suppress danglingLifetime ; the pipeline keeps it
+    m_filters.push_back(filter.get());
+    m_pipeline.addFilter(std::move(filter));
+}
+
+void Encoder::requireState(EncoderState state) const
+{
+    if (m_state != state)
+        fail("Encoder state must be ", state, " for this operation");
+}
+
+}

@@ -1,7 +1,0 @@
-#include "MediaConversion/MediaFile/DirectFileStream.h"
-
-namespace MediaConversion {
-
-template class FileStreamOver<DirectFileBuffer>;
-
-}

@@ -1,7 +1,0 @@
-#include "MediaConversion/MediaFile/FileStream.h"
-
-namespace MediaConversion {
-
-template class FileStreamOver<FileBuffer>;
-
-}

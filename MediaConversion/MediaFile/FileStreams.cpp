@@ -1,0 +1,112 @@
+#include "MediaConversion/MediaFile/FileStreams.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <iterator>
+#include <utility>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+#include <ext/stdio_filebuf.h>
+
+namespace MediaConversion {
+
+namespace {
+
+constexpr int ownFlags = O_CLOEXEC | O_NOCTTY;
+constexpr mode_t permissions = 0666;  // less the process's mask
+
+bool isRegular(int descriptor)
+{
+    struct stat status;
+    return ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+}
+
+// Opens a file on which somebody, a file server for instance, holds a lease. Its holder is told and
+// has to let go within a time that the system sets, which is waited for.
+int openLeasedFile(const char* fileName, int flags)
+{
+    const int place = ::open(fileName, O_PATH | O_CLOEXEC);
+    if (place < 0)
+        return -1;
+    int descriptor = -1;
+    if (isRegular(place)) {
+        char samePlace[32];
+        std::snprintf(samePlace, sizeof samePlace, "/proc/self/fd/%d", place);
+        descriptor = ::open(samePlace, flags | ownFlags, permissions);
+    }
+    ::close(place);
+    return descriptor;
+}
+
+}
+
+int openRegularFile(const char* fileName, int flags)
+{
+    int descriptor = ::open(fileName, flags | ownFlags | O_NONBLOCK, permissions);
+    if (descriptor < 0 && errno == EWOULDBLOCK)
+        descriptor = openLeasedFile(fileName, flags);
+    if (descriptor < 0)
+        return -1;
+    // The flags take back that nothing is waited for: from a file, one waits for its bytes.
+    if (isRegular(descriptor) && ::fcntl(descriptor, F_SETFL, flags) == 0)
+        return descriptor;
+    ::close(descriptor);
+    return -1;
+}
+
+namespace {
+
+using Mode = std::ios_base;
+
+// The system's flags for each mode of a standard stream; there are no others.
+// clang-format off
+const std::pair<Mode::openmode, int> flagsOfModes[] = {
+    {Mode::in,                          O_RDONLY                     },
+    {Mode::out,                         O_WRONLY | O_CREAT | O_TRUNC },
+    {Mode::out | Mode::trunc,           O_WRONLY | O_CREAT | O_TRUNC },
+    {Mode::app,                         O_WRONLY | O_CREAT | O_APPEND},
+    {Mode::out | Mode::app,             O_WRONLY | O_CREAT | O_APPEND},
+    {Mode::in | Mode::out,              O_RDWR                       },
+    {Mode::in | Mode::out | Mode::trunc, O_RDWR | O_CREAT | O_TRUNC  },
+    {Mode::in | Mode::app,              O_RDWR | O_CREAT | O_APPEND  },
+    {Mode::in | Mode::out | Mode::app,  O_RDWR | O_CREAT | O_APPEND  },
+};
+// clang-format on
+
+}
+
+FileBuffer* FileBuffer::open(const char* fileName, Mode::openmode mode)
+{
+    const auto* const entry = std::ranges::find(flagsOfModes, mode & ~(Mode::binary | Mode::ate),
+                                                &std::pair<Mode::openmode, int>::first);
+    if (is_open() || entry == std::end(flagsOfModes))
+        return nullptr;
+    const int descriptor = openRegularFile(fileName, entry->second);
+    if (descriptor < 0)
+        return nullptr;
+    // A std::filebuf takes no descriptor; this one does, and has nothing else of its own.
+    __gnu_cxx::stdio_filebuf<char> opened(descriptor, mode);
+    if (!opened.is_open()) {
+        ::close(descriptor);
+        return nullptr;
+    }
+    swap(opened);
+    if ((mode & Mode::ate) && pubseekoff(0, Mode::end) < 0) {
+        close();
+        return nullptr;
+    }
+    return this;
+}
+
+bool mayBeOpenedAsFile(const char* fileName)
+{
+    struct stat status;
+    return ::stat(fileName, &status) != 0 || S_ISREG(status.st_mode);
+}
+
+template class FileStreamOver<FileBuffer>;
+
+}
