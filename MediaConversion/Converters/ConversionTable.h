@@ -16,6 +16,17 @@
 // stands for the four pairs. Sources and destinations are types with a static format().
 namespace MediaConversion {
 
+// The conversions between packed formats of one kind and full ones.
+enum class Family
+{
+    RgbUnpacking,
+    RgbPacking,
+    YCbCrDecoding,
+    YCbCrEncoding,
+    BlockDecoding,
+    BlockEncoding,
+};
+
 // Source first, destination second.
 using FormatPair = std::pair<Velmora::FrameFormat, Velmora::FrameFormat>;
 

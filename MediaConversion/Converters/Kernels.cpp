@@ -6,41 +6,42 @@ namespace MediaConversion {
 
 namespace {
 
-// Of which level the kernels of each family are.
+using KernelSet = std::array<const RowKernel*, 6>;  // by family
+
 template <Level rgb, Level yCbCrDecoding, Level yCbCrEncoding, Level blocks>
-const Kernels& kernelsOf()
+const KernelSet& kernelSet()
 {
-    static const Kernels kernels{
-        KernelsOf<rgb>::unpackRgb(),
-        KernelsOf<rgb>::packRgb(),
-        KernelsOf<yCbCrDecoding>::decodeYCbCr(),
-        KernelsOf<yCbCrEncoding>::encodeYCbCr(),
-        KernelsOf<blocks>::decodeBlocks(),
-        KernelsOf<blocks>::encodeBlocks(),
+    static const KernelSet kernels{
+        kernelsOf<rgb, Family::RgbUnpacking>(),
+        kernelsOf<rgb, Family::RgbPacking>(),
+        kernelsOf<yCbCrDecoding, Family::YCbCrDecoding>(),
+        kernelsOf<yCbCrEncoding, Family::YCbCrEncoding>(),
+        kernelsOf<blocks, Family::BlockDecoding>(),
+        kernelsOf<blocks, Family::BlockEncoding>(),
     };
     return kernels;
 }
 
-const Kernels& kernelsOf([[maybe_unused]] Level level)
+const KernelSet& kernelSet([[maybe_unused]] Level level)
 {
     using enum Level;
     // clang-format off
     //                     RGB       from and to YCbCr   blocks
 #if defined(__x86_64__)
     if (level == Avx512)
-        return kernelsOf<Avx2,     Avx512,   Avx2,     Avx2>();
+        return kernelSet<Avx2,     Avx512,   Avx2,     Avx2>();
     if (level == Avx2)
-        return kernelsOf<Avx2,     Avx2,     Avx2,     Avx2>();
+        return kernelSet<Avx2,     Avx2,     Avx2,     Avx2>();
     if (level == Sse41)
-        return kernelsOf<Sse41,    Sse41,    Sse41,    Sse41>();
+        return kernelSet<Sse41,    Sse41,    Sse41,    Sse41>();
 #endif
-    return     kernelsOf<Baseline, Baseline, Baseline, Baseline>();
+    return     kernelSet<Baseline, Baseline, Baseline, Baseline>();
     // clang-format on
 }
 
-std::atomic<const Kernels*>& kernelsInUse()
+std::atomic<const KernelSet*>& kernelsInUse()
 {
-    static std::atomic<const Kernels*> kernels = &kernelsOf(bestLevel());
+    static std::atomic<const KernelSet*> kernels = &kernelSet(bestLevel());
     return kernels;
 }
 
@@ -63,12 +64,12 @@ Level bestLevel()
 
 void useLevel(Level level)
 {
-    kernelsInUse() = &kernelsOf(level);
+    kernelsInUse() = &kernelSet(level);
 }
 
-const Kernels& kernels()
+const RowKernel* kernels(Family family)
 {
-    return *kernelsInUse();
+    return (*kernelsInUse().load())[static_cast<std::size_t>(family)];
 }
 
 }

@@ -1,15 +1,15 @@
 #pragma once
 
 #include "MediaConversion/Converters/ConversionPairs.h"
-#include "MediaConversion/Converters/Decoding.h"
-#include "MediaConversion/Converters/Encoding.h"
 
 #include <array>
+#include <cstddef>
+#include <cstdint>
 
 namespace MediaConversion {
 
-// The vector instructions that a set of kernels is compiled for. Every kernel is compiled for each
-// of them from the same source, and all give the same bytes.
+// The instructions that a set of kernels is compiled for. Every kernel is compiled for each of them
+// from the same source, and all give the same bytes.
 enum class Level
 {
     Baseline,  // what every machine of the architecture has
@@ -25,38 +25,25 @@ Level bestLevel();
 // while a conversion runs. The machine has to have it.
 void useLevel(Level level);
 
-// A row kernel for each pair of formats, in the order of the pairs.
-struct Kernels
-{
-    const DecodeRow* unpackRgb;
-    const EncodeRow* packRgb;
-    const DecodeRow* decodeYCbCr;
-    const EncodeRow* encodeYCbCr;
-    const DecodeRow* decodeBlocks;
-    const EncodeRow* encodeBlocks;
-};
+// Converts one row of packing groups, whichever side has them, and writes every byte of the
+// destination once. Where a group has several rows of pixels, the further ones follow the first at
+// the step of that side, in bytes.
+using RowKernel = void (*)(const std::uint8_t* source, std::size_t sourceStep,
+                           std::uint8_t* destination, std::size_t destinationStep, int groupCount);
 
-// Those of the level in use.
-const Kernels& kernels();
+// The kernels of a family in the level that is in use, in the order of the family's pairs.
+const RowKernel* kernels(Family family);
 
-// The members of Kernels for one level, each defined by the source that it is compiled from.
-template <Level>
-struct KernelsOf
-{
-    static const DecodeRow* unpackRgb();
-    static const EncodeRow* packRgb();
-    static const DecodeRow* decodeYCbCr();
-    static const EncodeRow* encodeYCbCr();
-    static const DecodeRow* decodeBlocks();
-    static const EncodeRow* encodeBlocks();
-};
+// Those of one level, each defined by the source that is compiled for it.
+template <Level, Family>
+const RowKernel* kernelsOf();
 
-// Family::row<Source, Destination> for every pair.
-template <class Family, class... Conversions>
+// KernelFamily::row<Source, Destination> for every pair.
+template <class KernelFamily, class... Conversions>
 constexpr auto kernelRows(Pairs<Conversions...>)
 {
-    return std::array{
-        Family::template row<typename Conversions::Source, typename Conversions::Destination>...};
+    return std::array{KernelFamily::template row<typename Conversions::Source,
+                                                 typename Conversions::Destination>...};
 }
 
 }

@@ -3,6 +3,7 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <cstdint>
+#include <string_view>
 #include <type_traits>
 
 namespace MediaConversion {
@@ -52,48 +53,62 @@ struct ChannelOrder
 {
     static constexpr int none = -1;
 
-    int red;
-    int green;
-    int blue;
+    int red = none;
+    int green = none;
+    int blue = none;
     int alpha = none;
 
     constexpr int channels() const { return alpha == none ? 3 : 4; }
+
+    constexpr bool operator==(const ChannelOrder&) const = default;
 };
 
-inline constexpr ChannelOrder RGB{.red = 0, .green = 1, .blue = 2};
-inline constexpr ChannelOrder BGR{.red = 2, .green = 1, .blue = 0};
-inline constexpr ChannelOrder RGBA{.red = 0, .green = 1, .blue = 2, .alpha = 3};
-inline constexpr ChannelOrder BGRA{.red = 2, .green = 1, .blue = 0, .alpha = 3};
-inline constexpr ChannelOrder ARGB{.red = 1, .green = 2, .blue = 3, .alpha = 0};
+// The order that letters give: "BGRA". Any other text does not compile.
+consteval ChannelOrder channelOrder(std::string_view letters)
+{
+    ChannelOrder order;
+    for (int place = 0; const char letter : letters)
+        (letter == 'R'   ? order.red
+         : letter == 'G' ? order.green
+         : letter == 'B' ? order.blue
+         : letter == 'A' ? order.alpha
+                         : throw "no letter of a channel") = place++;
+    if (order.red == ChannelOrder::none || order.green == ChannelOrder::none ||
+        order.blue == ChannelOrder::none || order.channels() != static_cast<int>(letters.size()))
+        throw "not every channel once";
+    return order;
+}
 
-// The pixel of a named full format.
-template <ChannelOrder channelOrder, ChannelType type, FrameFormat (*namedFormat)()>
+// The pixel of a full format.
+template <const Velmora::NamedFormat& namedFormat>
 struct FullPixel
 {
-    using Element = typename Channel<type>::Element;
-    static constexpr ChannelOrder order = channelOrder;
-    static constexpr ChannelType channelType = type;
+    static constexpr ChannelOrder order = channelOrder(namedFormat.pixelFormat);
+    static constexpr ChannelType channelType = namedFormat.channelType;
+    using Element = typename Channel<channelType>::Element;
 
     static FrameFormat format() { return namedFormat(); }
+
+    static_assert(namedFormat.pixelPacking.bytesPerGroup == order.channels() * sizeof(Element));
 };
 
 // clang-format off
-struct RgbU8        : FullPixel<RGB,  ChannelType::U8,       Velmora::Formats::RGB_U8>        {};
-struct RgbU10       : FullPixel<RGB,  ChannelType::U10,      Velmora::Formats::RGB_U10>       {};
-struct RgbU12       : FullPixel<RGB,  ChannelType::U12,      Velmora::Formats::RGB_U12>       {};
-struct RgbU15plus1  : FullPixel<RGB,  ChannelType::U15plus1, Velmora::Formats::RGB_U15plus1>  {};
-struct RgbU16       : FullPixel<RGB,  ChannelType::U16,      Velmora::Formats::RGB_U16>       {};
-struct BgrU8        : FullPixel<BGR,  ChannelType::U8,       Velmora::Formats::BGR_U8>        {};
-struct BgrU10       : FullPixel<BGR,  ChannelType::U10,      Velmora::Formats::BGR_U10>       {};
-struct BgrU12       : FullPixel<BGR,  ChannelType::U12,      Velmora::Formats::BGR_U12>       {};
-struct BgrU16       : FullPixel<BGR,  ChannelType::U16,      Velmora::Formats::BGR_U16>       {};
-struct BgrF32       : FullPixel<BGR,  ChannelType::F32,      Velmora::Formats::BGR_F32>       {};
-struct RgbaU8       : FullPixel<RGBA, ChannelType::U8,       Velmora::Formats::RGBA_U8>       {};
-struct BgraU8       : FullPixel<BGRA, ChannelType::U8,       Velmora::Formats::BGRA_U8>       {};
-struct BgraU16      : FullPixel<BGRA, ChannelType::U16,      Velmora::Formats::BGRA_U16>      {};
-struct BgraF32      : FullPixel<BGRA, ChannelType::F32,      Velmora::Formats::BGRA_F32>      {};
-struct ArgbU8       : FullPixel<ARGB, ChannelType::U8,       Velmora::Formats::ARGB_U8>       {};
-struct ArgbU15plus1 : FullPixel<ARGB, ChannelType::U15plus1, Velmora::Formats::ARGB_U15plus1> {};
+struct RgbU8        : FullPixel<Velmora::Formats::RGB_U8>        {};
+struct RgbU10       : FullPixel<Velmora::Formats::RGB_U10>       {};
+struct RgbU12       : FullPixel<Velmora::Formats::RGB_U12>       {};
+struct RgbU15plus1  : FullPixel<Velmora::Formats::RGB_U15plus1>  {};
+struct RgbU16       : FullPixel<Velmora::Formats::RGB_U16>       {};
+struct BgrU8        : FullPixel<Velmora::Formats::BGR_U8>        {};
+struct BgrU10       : FullPixel<Velmora::Formats::BGR_U10>       {};
+struct BgrU12       : FullPixel<Velmora::Formats::BGR_U12>       {};
+struct BgrU16       : FullPixel<Velmora::Formats::BGR_U16>       {};
+struct BgrF32       : FullPixel<Velmora::Formats::BGR_F32>       {};
+struct RgbaU8       : FullPixel<Velmora::Formats::RGBA_U8>       {};
+struct BgraU8       : FullPixel<Velmora::Formats::BGRA_U8>       {};
+struct BgraU16      : FullPixel<Velmora::Formats::BGRA_U16>      {};
+struct BgraF32      : FullPixel<Velmora::Formats::BGRA_F32>      {};
+struct ArgbU8       : FullPixel<Velmora::Formats::ARGB_U8>       {};
+struct ArgbU15plus1 : FullPixel<Velmora::Formats::ARGB_U15plus1> {};
 // clang-format on
 
 }

@@ -4,19 +4,20 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <initializer_list>
+#include <optional>
 
 namespace MediaConversion {
 
 namespace {
 
 using Velmora::FrameFormat;
-using NamedFormat = FrameFormat (*)();
+using Velmora::NamedFormat;
 
 // A step without a format of its own ends at the destination of its rule.
 struct RuleStep
 {
     FilterFactory factory;
-    NamedFormat format;
+    std::optional<NamedFormat> format;
 };
 
 // Every source converts to every destination through the same steps.
@@ -34,7 +35,7 @@ std::unique_ptr<IFrameFilter> create(const FrameFormat& format)
 }
 
 template <class Filter>
-RuleStep by(NamedFormat format = nullptr)
+RuleStep by(std::optional<NamedFormat> format = {})
 {
     return {create<Filter>, format};
 }
@@ -43,11 +44,11 @@ ConversionRegistry expand(std::initializer_list<Rule> rules)
 {
     ConversionRegistry registry;
     for (const auto& rule : rules)
-        for (const auto source : rule.sources)
-            for (const auto destination : rule.destinations) {
+        for (const auto& source : rule.sources)
+            for (const auto& destination : rule.destinations) {
                 auto& chain = registry[{destination(), source()}];
                 for (const auto& step : rule.steps)
-                    chain.push_back({step.format ? step.format() : destination(), step.factory});
+                    chain.push_back({step.format.value_or(destination)(), step.factory});
             }
     return registry;
 }

@@ -1,14 +1,6 @@
 #pragma once
 
-#include "MediaConversion/Converters/ImageBitDepth.h"
-#include "MediaConversion/Converters/ImageColourspace.h"
-#include "MediaConversion/Converters/ImageRGBtoYCbCr42x.h"
-#include "MediaConversion/Converters/ImageRGBtoYCoCgDXT5.h"
-#include "MediaConversion/Converters/ImageToFullFrame.h"
-#include "MediaConversion/Converters/ImageToPackedFrame.h"
-#include "MediaConversion/Converters/ImageYCbCr42xToRGB.h"
-#include "MediaConversion/Converters/ImageYCoCgDXT5toRGB.h"
-#include "MediaConversion/Converters/TextureProcessors.h"
+#include "MediaConversion/Converters/ImageProcessors.h"
 #include "MediaConversion/MediaPipeline/ControllableFilter.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 

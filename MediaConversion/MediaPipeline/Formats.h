@@ -2,51 +2,102 @@
 
 #include "MediaConversion/MediaPipeline/FrameFormat.h"
 
+#include <opencv2/core/hal/interface.h>
+
+#include <array>
+#include <cstdint>
 #include <map>
-
-// The formats that have a name. They are functions, so that no table of formats has to wait for
-// another's start-up. Colourspace, packing and so on stand in the table of Formats.cpp.
-namespace Velmora::Formats {
-
-// Full formats: a group is a pixel, and the name says in which order its channels lie in memory.
-// There is no BGR at U15plus1, and ARGB has its 16-bit format at U15plus1 only.
-FrameFormat RGB_U8();
-FrameFormat RGB_U10();
-FrameFormat RGB_U12();
-FrameFormat RGB_U15plus1();
-FrameFormat RGB_U16();
-FrameFormat RGB_F32();
-FrameFormat BGR_U8();
-FrameFormat BGR_U10();
-FrameFormat BGR_U12();
-FrameFormat BGR_U16();
-FrameFormat BGR_F32();
-FrameFormat RGBA_U8();
-FrameFormat BGRA_U8();
-FrameFormat BGRA_U16();
-FrameFormat BGRA_F32();
-FrameFormat ARGB_U8();
-FrameFormat ARGB_U15plus1();
-FrameFormat CoCgAY_U8();
-
-// Packed formats: a group holds the samples of one or several pixels, laid out as the converter of
-// each describes.
-FrameFormat RGB_DPX_FILLED();
-FrameFormat BGR_DPX_FILLED();
-FrameFormat RGB_DPX_PACKED();
-FrameFormat BGR_DPX_PACKED();
-FrameFormat RGB_SMPTE_2110();
-FrameFormat BGR_SMPTE_2110();
-FrameFormat YUYV_422();
-FrameFormat ZEQ_422();
-FrameFormat ZEQ_4224_HYBRID();
-FrameFormat ZEQ_420();
-FrameFormat YCoCg_DXT5();
-FrameFormat RGB_DXT1();
-
-}
+#include <string>
+#include <string_view>
 
 namespace Velmora {
+
+// A row of the table of formats. Calling it makes the format as a value: Formats::BGRA_F32().
+struct NamedFormat
+{
+    Colourspace colourspace;
+    ChannelType channelType;
+    PixelPacking pixelPacking;
+    std::string_view pixelFormat;
+    int cvType;               // OpenCV's type of the matrix that holds a frame, a group an element
+    std::uint32_t mediaCode;  // in the header of a media file; noCode where files cannot have it
+
+    static constexpr std::uint32_t noCode = 0;
+
+    FrameFormat operator()() const
+    {
+        return {colourspace, channelType, pixelPacking, std::string(pixelFormat)};
+    }
+};
+
+// All that the system knows of formats. Every other table is made from this one or checked against
+// it as it is compiled.
+namespace Formats {
+
+using enum Colourspace;
+using enum ChannelType;
+inline constexpr auto noCode = NamedFormat::noCode;
+
+// Full formats first: a group is a pixel, and the text says in which order its channels lie in
+// memory. Then packed ones: a group holds the samples of one or several pixels, laid out as
+// Converters/Rgb, YCbCr and Blocks describe.
+//
+// clang-format off
+//                                          colourspace      channels   bytes, channels, rows, columns of a group
+//                                                                                       text               OpenCV type media code
+inline constexpr NamedFormat RGB_U8          {RGB,             U8,       { 3,  3, 1, 1}, "RGB",             CV_8UC3,    0x00000200};
+inline constexpr NamedFormat RGB_U10         {RGB,             U10,      { 6,  3, 1, 1}, "RGB",             CV_16UC3,   noCode};
+inline constexpr NamedFormat RGB_U12         {RGB,             U12,      { 6,  3, 1, 1}, "RGB",             CV_16UC3,   noCode};
+inline constexpr NamedFormat RGB_U15plus1    {RGB,             U15plus1, { 6,  3, 1, 1}, "RGB",             CV_16UC3,   noCode};
+inline constexpr NamedFormat RGB_U16         {RGB,             U16,      { 6,  3, 1, 1}, "RGB",             CV_16UC3,   noCode};
+inline constexpr NamedFormat RGB_F32         {RGB,             F32,      {12,  3, 1, 1}, "RGB",             CV_32FC3,   noCode};
+inline constexpr NamedFormat BGR_U8          {RGB,             U8,       { 3,  3, 1, 1}, "BGR",             CV_8UC3,    0x00000202};
+inline constexpr NamedFormat BGR_U10         {RGB,             U10,      { 6,  3, 1, 1}, "BGR",             CV_16UC3,   noCode};
+inline constexpr NamedFormat BGR_U12         {RGB,             U12,      { 6,  3, 1, 1}, "BGR",             CV_16UC3,   noCode};
+inline constexpr NamedFormat BGR_U16         {RGB,             U16,      { 6,  3, 1, 1}, "BGR",             CV_16UC3,   noCode};
+inline constexpr NamedFormat BGR_F32         {RGB,             F32,      {12,  3, 1, 1}, "BGR",             CV_32FC3,   noCode};
+inline constexpr NamedFormat RGBA_U8         {RGBA,            U8,       { 4,  4, 1, 1}, "RGBA",            CV_8UC4,    0x00000204};
+inline constexpr NamedFormat BGRA_U8         {RGBA,            U8,       { 4,  4, 1, 1}, "BGRA",            CV_8UC4,    0x00000206};
+inline constexpr NamedFormat BGRA_U16        {RGBA,            U16,      { 8,  4, 1, 1}, "BGRA",            CV_16UC4,   noCode};
+inline constexpr NamedFormat BGRA_F32        {RGBA,            F32,      {16,  4, 1, 1}, "BGRA",            CV_32FC4,   noCode};
+inline constexpr NamedFormat ARGB_U8         {RGBA,            U8,       { 4,  4, 1, 1}, "ARGB",            CV_8UC4,    noCode};
+inline constexpr NamedFormat ARGB_U15plus1   {RGBA,            U15plus1, { 8,  4, 1, 1}, "ARGB",            CV_16UC4,   noCode};
+inline constexpr NamedFormat CoCgAY_U8       {YCoCgA,          U8,       { 4,  4, 1, 1}, "CoCgAY",          CV_8UC4,    noCode};
+
+inline constexpr NamedFormat RGB_DPX_FILLED  {RGB,             U10,      { 4,  3, 1, 1}, "RGB-DPX-FILLED",  CV_32SC1,   0x00001200};
+inline constexpr NamedFormat BGR_DPX_FILLED  {RGB,             U10,      { 4,  3, 1, 1}, "BGR-DPX-FILLED",  CV_32SC1,   0x00001202};
+inline constexpr NamedFormat RGB_DPX_PACKED  {RGB,             U12,      { 9,  6, 1, 2}, "RGB-DPX-PACKED",  CV_8UC(9),  noCode};
+inline constexpr NamedFormat BGR_DPX_PACKED  {RGB,             U12,      { 9,  6, 1, 2}, "BGR-DPX-PACKED",  CV_8UC(9),  noCode};
+inline constexpr NamedFormat RGB_SMPTE_2110  {RGB,             U12,      { 9,  6, 1, 2}, "RGB-SMPTE-2110",  CV_8UC(9),  0x00010200};
+inline constexpr NamedFormat BGR_SMPTE_2110  {RGB,             U12,      { 9,  6, 1, 2}, "BGR-SMPTE-2110",  CV_8UC(9),  0x00010202};
+inline constexpr NamedFormat YUYV_422        {YCbCr_ITU_T871,  U8,       { 4,  4, 1, 2}, "YUYV-422",        CV_8UC4,    0x00000008};
+inline constexpr NamedFormat ZEQ_422         {YCbCr_ITU_T871,  U10,      { 5,  4, 1, 2}, "ZEQ-422",         CV_8UC(5),  0x00001108};
+inline constexpr NamedFormat ZEQ_4224_HYBRID {YCbCrA_ITU_T871, U12,      { 8,  6, 1, 2}, "ZEQ-4224-HYBRID", CV_32SC2,   0x0001100C};
+inline constexpr NamedFormat ZEQ_420         {YCbCr_ITU_T871,  U8,       { 6,  6, 2, 2}, "ZEQ-420",         CV_8UC(6),  0x00000040};
+inline constexpr NamedFormat YCoCg_DXT5      {YCoCg,           U8,       {16, 48, 4, 4}, "YCoCg-DXT5",      CV_8UC(16), 0x20000000};
+inline constexpr NamedFormat RGB_DXT1        {RGB,             U8,       { 8, 48, 4, 4}, "RGB-DXT1",        CV_8UC(8),  noCode};
+
+inline constexpr std::array full{
+    RGB_U8, RGB_U10, RGB_U12, RGB_U15plus1, RGB_U16, RGB_F32, BGR_U8, BGR_U10, BGR_U12, BGR_U16,
+    BGR_F32, RGBA_U8, BGRA_U8, BGRA_U16, BGRA_F32, ARGB_U8, ARGB_U15plus1, CoCgAY_U8,
+    // Frames can be built in these, but no conversion makes them.
+    NamedFormat{RGB,             U15plus1, { 6,  3, 1, 1}, "BGR",             CV_16UC3,   noCode},
+    NamedFormat{RGBA,            U10,      { 8,  4, 1, 1}, "RGBA",            CV_16UC4,   noCode},
+    NamedFormat{RGBA,            U10,      { 8,  4, 1, 1}, "BGRA",            CV_16UC4,   noCode},
+    NamedFormat{RGBA,            U12,      { 8,  4, 1, 1}, "RGBA",            CV_16UC4,   noCode},
+    NamedFormat{RGBA,            U12,      { 8,  4, 1, 1}, "BGRA",            CV_16UC4,   noCode},
+    NamedFormat{RGBA,            F32,      {16,  4, 1, 1}, "RGBA",            CV_32FC4,   noCode},
+    NamedFormat{YCbCr_ITU_T871,  U8,       { 3,  3, 1, 1}, "YCbCr",           CV_8UC3,    noCode},
+    NamedFormat{YCbCr_ITU_T871,  F32,      {12,  3, 1, 1}, "YCbCr",           CV_32FC3,   noCode},
+    NamedFormat{YCbCr_ITU_T871,  U8,       { 3,  3, 1, 1}, "YCrCb",           CV_8UC3,    noCode},
+};
+inline constexpr std::array packed{
+    RGB_DPX_FILLED, BGR_DPX_FILLED, RGB_DPX_PACKED, BGR_DPX_PACKED, RGB_SMPTE_2110, BGR_SMPTE_2110,
+    YUYV_422, ZEQ_422, ZEQ_4224_HYBRID, ZEQ_420, YCoCg_DXT5, RGB_DXT1,
+};
+// clang-format on
+
+}
 
 // OpenCV's type code of the matrix that holds a frame, by the frame's format. A frame cannot be
 // built in a format that its table lacks.

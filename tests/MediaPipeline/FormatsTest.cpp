@@ -51,9 +51,9 @@ TEST(FrameFormat, ordersByOneFieldAfterTheOther)
 TEST(Formats, haveTheirFieldsAndMatrixTypes)
 {
     EXPECT_EQ(namedFormats().size(), 30u);
-    for (const auto& [name, function, fields, table, cvType] : namedFormats()) {
+    for (const auto& [name, format, fields, table, cvType] : namedFormats()) {
         SCOPED_TRACE(name);
-        EXPECT_EQ(function(), fields);
+        EXPECT_EQ(format(), fields);
         EXPECT_EQ(openCvType(fields, table()), cvType);
     }
 }

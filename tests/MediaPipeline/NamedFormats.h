@@ -9,16 +9,16 @@
 
 // A format as it is known in writing: by the name of its function, so that tests can list formats
 // as plain text, its fields, the table of matrix types that has it, and its type there.
-struct NamedFormat
+struct WrittenFormat
 {
     std::string_view name;
-    Velmora::FrameFormat (*function)();
+    Velmora::NamedFormat format;
     Velmora::FrameFormat fields;
     const Velmora::CvTypes& (*table)();
     int cvType;
 };
 
-inline const std::vector<NamedFormat>& namedFormats()
+inline const std::vector<WrittenFormat>& namedFormats()
 {
     using namespace Velmora::Formats;
     using enum Velmora::ChannelType;
@@ -26,7 +26,7 @@ inline const std::vector<NamedFormat>& namedFormats()
     constexpr auto full = Velmora::FullFormatCvTypes;
     constexpr auto packed = Velmora::PackedFormatCvTypes;
     // clang-format off
-    static const std::vector<NamedFormat> formats{
+    static const std::vector<WrittenFormat> formats{
         {"RGB_U8",          RGB_U8,          {RGB,             U8,       { 3,  3, 1, 1}, "RGB"},             full,    16},
         {"RGB_U10",         RGB_U10,         {RGB,             U10,      { 6,  3, 1, 1}, "RGB"},             full,    18},
         {"RGB_U12",         RGB_U12,         {RGB,             U12,      { 6,  3, 1, 1}, "RGB"},             full,    18},

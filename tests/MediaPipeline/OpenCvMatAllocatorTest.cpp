@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaPipeline/OpenCvMatAllocator.h"
 
-#include "MediaConversion/Converters/ImageColourspace.h"
+#include "MediaConversion/Converters/ImageProcessors.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/MemoryPool.h"

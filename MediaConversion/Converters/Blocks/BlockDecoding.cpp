@@ -338,8 +338,8 @@ struct BlockDecoder<YCoCgDxt5>
 };
 
 template <class Packing, ChannelOrder order>
-void decodeRow(const std::uint8_t* blocks, int blockCount, std::uint8_t* pixels,
-               std::size_t pixelRowStep)
+void decodeRow(const std::uint8_t* blocks, std::size_t, std::uint8_t* pixels,
+               std::size_t pixelRowStep, int blockCount)
 {
     constexpr auto decode = BlockDecoder<Packing>::template decode<order>;
     constexpr int bytesOfBlock = blockSide * order.channels();
@@ -365,13 +365,13 @@ void decodeRow(const std::uint8_t* blocks, int blockCount, std::uint8_t* pixels,
 struct Decode
 {
     template <class Source, class Destination>
-    static constexpr DecodeRow row = decodeRow<Source, Destination::order>;
+    static constexpr RowKernel row = decodeRow<Source, Destination::order>;
 };
 
 }
 
 template <>
-const DecodeRow* KernelsOf<compiledLevel>::decodeBlocks()
+const RowKernel* kernelsOf<compiledLevel, Family::BlockDecoding>()
 {
     static constexpr auto rows = kernelRows<Decode>(blockDecodings);
     return rows.data();

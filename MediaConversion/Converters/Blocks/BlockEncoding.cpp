@@ -290,7 +290,7 @@ struct BlockEncoder<YCoCgDxt5>
 
 template <ChannelOrder order, class Packing>
 void encodeRow(const std::uint8_t* pixels, std::size_t pixelRowStep, std::uint8_t* blocks,
-               int blockCount)
+               std::size_t, int blockCount)
 {
     constexpr auto encode = BlockEncoder<Packing>::template encode<order>;
     constexpr int bytesOfBlock = blockSide * order.channels();
@@ -316,13 +316,13 @@ void encodeRow(const std::uint8_t* pixels, std::size_t pixelRowStep, std::uint8_
 struct Encode
 {
     template <class Source, class Destination>
-    static constexpr EncodeRow row = encodeRow<Source::order, Destination>;
+    static constexpr RowKernel row = encodeRow<Source::order, Destination>;
 };
 
 }
 
 template <>
-const EncodeRow* KernelsOf<compiledLevel>::encodeBlocks()
+const RowKernel* kernelsOf<compiledLevel, Family::BlockEncoding>()
 {
     static constexpr auto rows = kernelRows<Encode>(blockEncodings);
     return rows.data();

@@ -11,12 +11,19 @@ namespace MediaConversion {
 inline constexpr int blockSide = 4;
 inline constexpr int blockPixels = blockSide * blockSide;
 
+constexpr Velmora::PixelPacking packingOfBlocks(std::uint32_t bytes)
+{
+    return {bytes, 3 * blockPixels, blockSide, blockSide};
+}
+
 struct RgbDxt1
 {
     static constexpr int bytes = 8;
     static constexpr std::string_view name = "DXT1";
 
     static FrameFormat format() { return Velmora::Formats::RGB_DXT1(); }
+
+    static_assert(Velmora::Formats::RGB_DXT1.pixelPacking == packingOfBlocks(bytes));
 };
 
 // The alpha half of the block is Y; the colour half carries Co and Cg, both offset by 128 and
@@ -27,6 +34,8 @@ struct YCoCgDxt5
     static constexpr std::string_view name = "DXT5";
 
     static FrameFormat format() { return Velmora::Formats::YCoCg_DXT5(); }
+
+    static_assert(Velmora::Formats::YCoCg_DXT5.pixelPacking == packingOfBlocks(bytes));
 };
 
 }

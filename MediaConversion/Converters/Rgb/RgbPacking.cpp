@@ -56,7 +56,7 @@ PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels
 
 template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type>
 [[gnu::flatten]] void packRow(const std::uint8_t* pixels, std::size_t, std::uint8_t* groups,
-                              int groupCount)
+                              std::size_t, int groupCount)
 {
     using Element = typename Channel<type>::Element;
     using Shuffle = SampleShuffle<layout, samples, order>;
@@ -86,14 +86,14 @@ template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, Cha
 struct Pack
 {
     template <class Source, class Destination>
-    static constexpr EncodeRow row =
+    static constexpr RowKernel row =
         packRow<Destination::layout, Destination::order, Source::order, Source::channelType>;
 };
 
 }
 
 template <>
-const EncodeRow* KernelsOf<compiledLevel>::packRgb()
+const RowKernel* kernelsOf<compiledLevel, Family::RgbPacking>()
 {
     static constexpr auto rows = kernelRows<Pack>(rgbPackings);
     return rows.data();

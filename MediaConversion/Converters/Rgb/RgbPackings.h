@@ -77,23 +77,28 @@ constexpr bool rescalesExactly()
     return true;
 }
 
-// A named packing: a layout, and in which order a pixel's samples follow one another.
-template <const RgbLayout& layoutValue, ChannelOrder sampleOrder, FrameFormat (*namedFormat)()>
+// A packing: a layout, and the order in which a pixel's samples follow one another, with which the
+// text of its format begins: "BGR-DPX-FILLED".
+template <const Velmora::NamedFormat& namedFormat, const RgbLayout& layoutValue>
 struct RgbPacking
 {
     static constexpr const RgbLayout& layout = layoutValue;
-    static constexpr ChannelOrder order = sampleOrder;
+    static constexpr ChannelOrder order = channelOrder(namedFormat.pixelFormat.substr(0, 3));
 
     static FrameFormat format() { return namedFormat(); }
+
+    static_assert(namedFormat.pixelPacking ==
+                  Velmora::PixelPacking{layout.bytes, 3 * layout.pixels, 1, layout.pixels});
+    static_assert(Channel<namedFormat.channelType>::fullScale == largestSample(layout.bits));
 };
 
 // clang-format off
-struct RgbDpxFilled : RgbPacking<dpxFilled, RGB, Velmora::Formats::RGB_DPX_FILLED> {};
-struct BgrDpxFilled : RgbPacking<dpxFilled, BGR, Velmora::Formats::BGR_DPX_FILLED> {};
-struct RgbDpxPacked : RgbPacking<dpxPacked, RGB, Velmora::Formats::RGB_DPX_PACKED> {};
-struct BgrDpxPacked : RgbPacking<dpxPacked, BGR, Velmora::Formats::BGR_DPX_PACKED> {};
-struct RgbSmpte2110 : RgbPacking<smpte2110, RGB, Velmora::Formats::RGB_SMPTE_2110> {};
-struct BgrSmpte2110 : RgbPacking<smpte2110, BGR, Velmora::Formats::BGR_SMPTE_2110> {};
+struct RgbDpxFilled : RgbPacking<Velmora::Formats::RGB_DPX_FILLED, dpxFilled> {};
+struct BgrDpxFilled : RgbPacking<Velmora::Formats::BGR_DPX_FILLED, dpxFilled> {};
+struct RgbDpxPacked : RgbPacking<Velmora::Formats::RGB_DPX_PACKED, dpxPacked> {};
+struct BgrDpxPacked : RgbPacking<Velmora::Formats::BGR_DPX_PACKED, dpxPacked> {};
+struct RgbSmpte2110 : RgbPacking<Velmora::Formats::RGB_SMPTE_2110, smpte2110> {};
+struct BgrSmpte2110 : RgbPacking<Velmora::Formats::BGR_SMPTE_2110, smpte2110> {};
 // clang-format on
 
 }

@@ -32,8 +32,8 @@ PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint1
 }
 
 template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type>
-[[gnu::flatten]] void unpackRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
-                                std::size_t)
+[[gnu::flatten]] void unpackRow(const std::uint8_t* groups, std::size_t, std::uint8_t* pixels,
+                                std::size_t, int groupCount)
 {
     using Element = typename Channel<type>::Element;
     using Shuffle = SampleShuffle<layout, samples, order>;
@@ -64,14 +64,14 @@ template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, Cha
 struct Unpack
 {
     template <class Source, class Destination>
-    static constexpr DecodeRow row =
+    static constexpr RowKernel row =
         unpackRow<Source::layout, Source::order, Destination::order, Destination::channelType>;
 };
 
 }
 
 template <>
-const DecodeRow* KernelsOf<compiledLevel>::unpackRgb()
+const RowKernel* kernelsOf<compiledLevel, Family::RgbUnpacking>()
 {
     static constexpr auto rows = kernelRows<Unpack>(rgbUnpackings);
     return rows.data();

@@ -9,28 +9,29 @@ namespace {
 // Moves the samples of two neighbouring pixels between their packed bytes and one 16-bit lane for
 // each channel, all of them at once. Pixels have the given order of channels.
 template <const RgbLayout& layout, ChannelOrder samplesOrder, ChannelOrder order>
-class SampleShuffle
+struct SampleShuffle
 {
-public:
     static constexpr int bytes = layout.bytes * 2 / layout.pixels;  // of two pixels
     static constexpr int vectorBytes = 16;                          // read at once
 
     // The samples as numbers; 0 for alpha.
     static PixelPair<std::uint16_t> samples(const std::uint8_t* packed)
     {
-        const auto words = gathered(packed, std::make_integer_sequence<int, vectorBytes>{});
+        const auto words =
+            shuffledBy<vectorBytes, packedByte>(Vector<std::uint8_t, vectorBytes>::load(packed))
+                .template bits<std::uint16_t>();
         return words * PixelPair<std::uint16_t>(factors) >> (16 - layout.bits);
     }
 
     // The packed bytes of such samples, and zeros behind them.
     static Vector<std::uint8_t, vectorBytes> packed(const PixelPair<std::uint16_t>& samples)
     {
-        const auto shifted = samples * PixelPair<std::uint16_t>(packFactors);
-        return scattered(shifted.template bits<std::uint8_t>(),
-                         std::make_integer_sequence<int, vectorBytes>{});
+        const auto words =
+            (samples * PixelPair<std::uint16_t>(packFactors)).template bits<std::uint8_t>();
+        return shuffledBy<vectorBytes, laneByte<0>>(words) |
+               shuffledBy<vectorBytes, laneByte<1>>(words);
     }
 
-private:
     static constexpr int unused = -1;
 
     // Which sample of the two pixels a lane holds.
@@ -74,39 +75,20 @@ private:
         return byteOfLanes % 2 == 0 ? wordOf(lane).lowByte : wordOf(lane).highByte;
     }
 
-    // The byte of the lanes' words for a packed byte, which at most two samples share. A byte of
-    // alpha's lane, always 0, where there is none.
-    static constexpr int laneByte(int packedByteWanted, bool second)
+    // The byte of the lanes' words for a packed byte, which at most two samples share: that of the
+    // first or of the second. A byte of alpha's lane, always 0, where there is none.
+    template <int which>
+    static constexpr int laneByte(int wanted)
     {
         int zero = 0;
-        bool found = false;
+        int found = 0;
         for (int byte = 0; byte < vectorBytes; ++byte) {
-            if (sampleOf(byte / 2) == unused) {
+            if (sampleOf(byte / 2) == unused)
                 zero = byte;
-            } else if (packedByte(byte) == packedByteWanted) {
-                if (found == second)
-                    return byte;
-                found = true;
-            }
+            else if (packedByte(byte) == wanted && found++ == which)
+                return byte;
         }
         return zero;
-    }
-
-    template <int... byte>
-    static PixelPair<std::uint16_t> gathered(const std::uint8_t* packed,
-                                             std::integer_sequence<int, byte...>)
-    {
-        return Vector<std::uint8_t, vectorBytes>::load(packed)
-            .template shuffled<packedByte(byte)...>()
-            .template bits<std::uint16_t>();
-    }
-
-    template <int... byte>
-    static Vector<std::uint8_t, vectorBytes> scattered(
-        const Vector<std::uint8_t, vectorBytes>& words, std::integer_sequence<int, byte...>)
-    {
-        return words.template shuffled<laneByte(byte, false)...>() |
-               words.template shuffled<laneByte(byte, true)...>();
     }
 };
 

@@ -397,6 +397,23 @@ private:
     Part m_parts[parts];
 };
 
+// The lanes of two vectors, numbered through, that a function of the result's lanes names.
+template <int count, auto laneOf, class T, int lanes>
+Vector<T, count> shuffledBy(const Vector<T, lanes>& one, const Vector<T, lanes>& other)
+{
+    return [&]<int... lane>(std::integer_sequence<int, lane...>)
+    {
+        return one.template shuffled<laneOf(lane)...>(other);
+    }
+    (std::make_integer_sequence<int, count>{});
+}
+
+template <int count, auto laneOf, class T, int lanes>
+Vector<T, count> shuffledBy(const Vector<T, lanes>& vector)
+{
+    return shuffledBy<count, laneOf>(vector, vector);
+}
+
 // One vector behind the other, and its halves.
 template <class T, int count>
 Vector<T, 2 * count> joined(const Vector<T, count>& one, const Vector<T, count>& other)

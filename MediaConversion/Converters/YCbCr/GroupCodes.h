@@ -25,74 +25,131 @@ using PackedGroups = Vector<std::uint8_t, 16>;
 
 // Takes two groups apart, which reads a whole vector, and puts them together.
 template <class Packing>
-class GroupCodes;
-
-// Y of the left pixel, Cb, Y of the right pixel, Cr; 8 bits each.
-template <>
-class GroupCodes<Yuyv422>
+struct GroupCodes
 {
-public:
     static GroupPair unpacked(const PackedGroups& groups)
     {
-        const PackedGroups zeros(0);
-        // clang-format off
-        return {groups.shuffled<0, 16, 16, 16, 2, 16, 16, 16, 4, 16, 16, 16, 6, 16, 16, 16>(zeros).bits<std::int32_t>(),
-                groups.shuffled<1, 16, 16, 16, 3, 16, 16, 16, 5, 16, 16, 16, 7, 16, 16, 16>(zeros).bits<std::int32_t>(),
+        if constexpr (hasFurtherBits) {
+            const auto top = shuffledBy<16, codeByteTwice>(groups).template bits<std::uint16_t>();
+            const auto further =
+                shuffledBy<16, furtherByteTwice>(groups).template bits<std::uint16_t>();
+            const auto lowBits = ((further & Halves(0xFF00)) * Halves(factorsToTop)) >> 14;
+            const auto codes =
+                (((top >> 6) & Halves(0x3FC)) | lowBits).template bits<std::int32_t>();
+            return {codes >> 16, codes & GroupPair::Codes(0xFFFF), {}, {}};
+        } else {
+            const PackedGroups zeros(0);
+            GroupPair codes{
+                shuffledBy<16, lumaByte<0>>(groups, zeros).template bits<std::int32_t>(),
+                shuffledBy<16, chromaByte>(groups, zeros).template bits<std::int32_t>(),
                 {},
                 {}};
-        // clang-format on
+            if constexpr (Packing::rows == 2)
+                codes.lumaBelow =
+                    shuffledBy<16, lumaByte<1>>(groups, zeros).template bits<std::int32_t>();
+            return codes;
+        }
     }
 
     static PackedGroups packed(const GroupPair& codes)
     {
-        const auto halves = narrowed(codes.luma, codes.chroma);
-        return narrowed(halves, halves)
-            .shuffled<0, 4, 1, 5, 2, 6, 3, 7, 8, 9, 10, 11, 12, 13, 14, 15>();
-    }
-};
-
-// The top eight of 10 bits of Cb, left Y, Cr and right Y in four bytes; a fifth byte has their low
-// two bits, Cb's at the top.
-template <>
-class GroupCodes<Zeq422>
-{
-public:
-    static GroupPair unpacked(const PackedGroups& groups)
-    {
-        // The byte of a code twice, and the fifth byte.
-        const auto top =
-            groups.shuffled<0, 0, 1, 1, 2, 2, 3, 3, 5, 5, 6, 6, 7, 7, 8, 8>().bits<std::uint16_t>();
-        const auto low =
-            groups.shuffled<4, 4, 4, 4, 4, 4, 4, 4, 9, 9, 9, 9, 9, 9, 9, 9>().bits<std::uint16_t>();
-        const auto lowBits = ((low & Halves(0xFF00)) * Halves({1, 4, 16, 64, 1, 4, 16, 64})) >> 14;
-        const auto codes = (((top >> 6) & Halves(0x3FC)) | lowBits).bits<std::int32_t>();
-        return {codes >> 16, codes & GroupPair::Codes(0xFFFF), {}, {}};
+        if constexpr (hasFurtherBits) {
+            const auto halves = shuffledBy<8, codeOfByte>(narrowed(codes.luma, codes.chroma));
+            // The two low bits of a group's codes, side by side in the first byte of 64 bits.
+            auto low =
+                ((halves & Halves(3)) * Halves(factorsFromTop)).template bits<std::uint64_t>();
+            low = low | low >> 32;
+            low = low | low >> 16;
+            return shuffledBy<16, topOrFurtherByte>((halves >> 2).template bits<std::uint8_t>(),
+                                                    low.template bits<std::uint8_t>());
+        } else {
+            const auto first = narrowed(codes.luma, codes.chroma);
+            const auto below =
+                Packing::rows == 2 ? narrowed(codes.lumaBelow, codes.lumaBelow) : first;
+            return shuffledBy<16, codeOfPackedByte>(narrowed(first, below));
+        }
     }
 
-    static PackedGroups packed(const GroupPair& codes)
-    {
-        const auto halves = narrowed(codes.luma, codes.chroma).shuffled<4, 0, 5, 1, 6, 2, 7, 3>();
-        auto low =
-            ((halves & Halves(3)) * Halves({64, 16, 4, 1, 64, 16, 4, 1})).bits<std::uint64_t>();
-        low = low | low >> 32;
-        low = low | low >> 16;
-        return (halves >> 2)
-            .bits<std::uint8_t>()
-            .shuffled<0, 2, 4, 6, 16, 8, 10, 12, 14, 24, 0, 0, 0, 0, 0, 0>(
-                low.bits<std::uint8_t>());
-    }
-
-private:
     using Halves = Vector<std::uint16_t, 8>;
+
+    static constexpr ByteLayout layout = Packing::layout;
+    static constexpr bool hasFurtherBits = layout.furtherBits != ByteLayout::none;
+    static constexpr int zero = 16;  // a byte of the second vector
+
+    // The byte of Y, and of Cb or Cr by turns, for each of four pixels.
+    static constexpr int lumaOf(int pixel, int row)
+    {
+        return pixel / 2 * Packing::bytes + layout.luma[2 * row + pixel % 2];
+    }
+    static constexpr int chromaOf(int pixel)
+    {
+        return pixel / 2 * Packing::bytes + (pixel % 2 == 0 ? layout.cb : layout.cr);
+    }
+
+    // As the lowest of four bytes of a pixel, the others zero.
+    template <int row>
+    static constexpr int lumaByte(int byte)
+    {
+        return byte % 4 == 0 ? lumaOf(byte / 4, row) : zero;
+    }
+    static constexpr int chromaByte(int byte) { return byte % 4 == 0 ? chromaOf(byte / 4) : zero; }
+
+    // Four bytes a pixel: chroma twice, luma twice; and the byte of further bits for each.
+    static constexpr int codeByteTwice(int byte)
+    {
+        return byte % 4 < 2 ? chromaOf(byte / 4) : lumaOf(byte / 4, 0);
+    }
+    static constexpr int furtherByteTwice(int byte)
+    {
+        return byte / 8 * Packing::bytes + layout.furtherBits;
+    }
+
+    // What moves a code's further bits to the top of their byte, for chroma and luma by turns.
+    static constexpr std::array<std::uint16_t, 8> factorsToTop = [] {
+        std::array<std::uint16_t, 8> factors{};
+        for (int half = 0; half < 8; ++half)
+            factors[half] =
+                static_cast<std::uint16_t>(1 << 2 * (codeByteTwice(2 * half) % Packing::bytes));
+        return factors;
+    }();
+
+    // What moves them to their place, for the codes in the order of their bytes.
+    static constexpr std::array<std::uint16_t, 8> factorsFromTop{64, 16, 4, 1, 64, 16, 4, 1};
+
+    // Which of luma 0 to 3, chroma 4 to 7 and luma below 8 to 11 of four pixels is in a packed
+    // byte.
+    static constexpr int codeOfPackedByte(int byte)
+    {
+        const int pixels = byte / Packing::bytes * 2;
+        const int place = byte % Packing::bytes;
+        if (pixels < 4) {
+            for (int code = 0; code < 2 * Packing::rows; ++code)
+                if (layout.luma[code] == place)
+                    return code / 2 * 8 + pixels + code % 2;
+            return 4 + pixels + (layout.cb == place ? 0 : 1);
+        }
+        return byte;  // behind the groups; nobody reads it
+    }
+    static constexpr int codeOfByte(int half)
+    {
+        return codeOfPackedByte(half / 4 * Packing::bytes + half % 4);
+    }
+    static constexpr int topOrFurtherByte(int byte)
+    {
+        const int group = byte / Packing::bytes;
+        const int place = byte % Packing::bytes;
+        return group > 1                     ? 0
+               : place == layout.furtherBits ? zero + 8 * group
+                                             : 8 * group + 2 * place;
+    }
 };
 
 // Two little-endian 32-bit words. From the top down: Cr (10 bits), Y (12) and alpha (10) of the
 // right pixel; then alpha (10) and Y (12) of the left pixel, Cb (10). The right pixel does stand
 // first.
 template <>
-class GroupCodes<Zeq4224Hybrid>
+struct GroupCodes<Zeq4224Hybrid>
 {
-public:
     static GroupPair unpacked(const PackedGroups& groups)
     {
         using Words = Vector<std::uint32_t, 4>;
@@ -112,30 +169,6 @@ public:
         const auto middle = codes.luma.shuffled<1, 0, 3, 2>();
         const auto low = codes.alpha.shuffled<1, 4, 3, 6>(codes.chroma);
         return (top << 22 | middle << 10 | low).bits<std::uint8_t>();
-    }
-};
-
-// Cb, Cr, and Y of two rows of two pixels; 8 bits each.
-template <>
-class GroupCodes<Zeq420>
-{
-public:
-    static GroupPair unpacked(const PackedGroups& groups)
-    {
-        const PackedGroups zeros(0);
-        // clang-format off
-        return {groups.shuffled<2, 16, 16, 16, 3, 16, 16, 16, 8, 16, 16, 16,  9, 16, 16, 16>(zeros).bits<std::int32_t>(),
-                groups.shuffled<0, 16, 16, 16, 1, 16, 16, 16, 6, 16, 16, 16,  7, 16, 16, 16>(zeros).bits<std::int32_t>(),
-                groups.shuffled<4, 16, 16, 16, 5, 16, 16, 16, 10, 16, 16, 16, 11, 16, 16, 16>(zeros).bits<std::int32_t>(),
-                {}};
-        // clang-format on
-    }
-
-    static PackedGroups packed(const GroupPair& codes)
-    {
-        return narrowed(narrowed(codes.luma, codes.chroma),
-                        narrowed(codes.lumaBelow, codes.lumaBelow))
-            .shuffled<4, 5, 0, 1, 8, 9, 6, 7, 2, 3, 10, 11, 12, 13, 14, 15>();
     }
 };
 

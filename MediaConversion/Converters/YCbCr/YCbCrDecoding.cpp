@@ -154,8 +154,8 @@ void storeRgb(const Pixels& luma, const ChromaTerms& chroma, const Pixels& alpha
 }
 
 template <class Packing, ChannelOrder order, ChannelType type>
-[[gnu::flatten]] void decodeRow(const std::uint8_t* groups, int groupCount, std::uint8_t* pixels,
-                                std::size_t pixelRowStep)
+[[gnu::flatten]] void decodeRow(const std::uint8_t* groups, std::size_t, std::uint8_t* pixels,
+                                std::size_t pixelRowStep, int groupCount)
 {
     constexpr std::size_t pixelBytes = order.channels() * sizeof(typename Channel<type>::Element);
     GroupValues<Packing> values;
@@ -190,14 +190,14 @@ template <class Packing, ChannelOrder order, ChannelType type>
 struct Decode
 {
     template <class Source, class Destination>
-    static constexpr DecodeRow row =
+    static constexpr RowKernel row =
         decodeRow<Source, Destination::order, Destination::channelType>;
 };
 
 }
 
 template <>
-const DecodeRow* KernelsOf<compiledLevel>::decodeYCbCr()
+const RowKernel* kernelsOf<compiledLevel, Family::YCbCrDecoding>()
 {
     static constexpr auto rows = kernelRows<Decode>(yCbCrDecodings);
     return rows.data();

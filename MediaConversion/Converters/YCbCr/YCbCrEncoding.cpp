@@ -127,7 +127,7 @@ GroupPair groupsOf(const std::uint8_t* pixels, std::size_t rowStep)
 
 template <class Packing, ChannelOrder order, ChannelType type>
 [[gnu::flatten]] void encodeRow(const std::uint8_t* pixels, std::size_t pixelRowStep,
-                                std::uint8_t* groups, int groupCount)
+                                std::uint8_t* groups, std::size_t, int groupCount)
 {
     constexpr std::size_t groupWidth =
         2 * sizeof(typename Channel<type>::Element) * order.channels();
@@ -150,13 +150,13 @@ template <class Packing, ChannelOrder order, ChannelType type>
 struct Encode
 {
     template <class Source, class Destination>
-    static constexpr EncodeRow row = encodeRow<Destination, Source::order, Source::channelType>;
+    static constexpr RowKernel row = encodeRow<Destination, Source::order, Source::channelType>;
 };
 
 }
 
 template <>
-const EncodeRow* KernelsOf<compiledLevel>::encodeYCbCr()
+const RowKernel* kernelsOf<compiledLevel, Family::YCbCrEncoding>()
 {
     static constexpr auto rows = kernelRows<Encode>(yCbCrEncodings);
     return rows.data();
