@@ -102,4 +102,20 @@ void Encoder::requireState(EncoderState state) const
         fail("Encoder state must be ", state, " for this operation");
 }
 
+std::unique_ptr<Velmora::IImageFrame> convert(std::unique_ptr<Velmora::IFrame> frame,
+                                              const FrameFormat& format)
+{
+    if (!frame)
+        fail("no frame data");
+    FrameSinkDestination converted;
+    Encoder encoder(frame->format(), format);
+    encoder.connectFrameSink(&converted);
+    encoder.start();
+    encoder.onNewFrame(std::move(frame));
+    encoder.stop();
+    // Where there is no OpenGL, all chains make image frames.
+    return std::unique_ptr<Velmora::IImageFrame>(
+        &dynamic_cast<Velmora::IImageFrame&>(*converted.takeFrame().release()));
+}
+
 }

@@ -55,4 +55,9 @@ private:
     EncoderState m_state = EncoderState::Idle;
 };
 
+// The picture in another format, by an Encoder made for this one frame. Throws a std::runtime_error
+// where the Encoder does, and "no frame data" for a null frame.
+std::unique_ptr<Velmora::IImageFrame> convert(std::unique_ptr<Velmora::IFrame> frame,
+                                              const Velmora::FrameFormat& format);
+
 }

@@ -1,22 +1,30 @@
 #include "MediaConversion/MediaFile/Headers.h"
 
+#include <algorithm>
+
 namespace MediaConversion {
 
-namespace {
-
-constexpr std::uint32_t littleEndian(const char (&text)[5])
+std::string_view toString(MediaFileMagic magic)
 {
-    std::uint32_t value = 0;
-    for (int byte = 3; byte >= 0; --byte)
-        value = value << 8 | static_cast<unsigned char>(text[byte]);
-    return value;
+    return magic == MediaFileMagic::ZeqZ ? "zeqZ" : "zeq ";
 }
 
+std::optional<MediaFileMagic> readMagic(LittleEndianReader& fields)
+{
+    const auto word = fields.read<std::uint32_t>();
+    for (const auto magic : {MediaFileMagic::Zeq, MediaFileMagic::ZeqZ}) {
+        LittleEndianWriter bytes;
+        bytes.write(word);
+        if (std::ranges::equal(bytes.bytes(), std::as_bytes(std::span(toString(magic)))))
+            return magic;
+    }
+    return std::nullopt;
 }
 
-MediaHeader readMediaHeader(LittleEndianReader& fields)
+MediaHeader readMediaHeader(LittleEndianReader& fields, MediaFileMagic magic)
 {
     MediaHeader header;
+    header.magic = magic;
     header.headerByte0 = fields.read<std::uint8_t>();
     header.headerByte1 = fields.read<std::uint8_t>();
     header.headerRevision = fields.read<std::uint8_t>();
@@ -31,11 +39,6 @@ MediaHeader readMediaHeader(LittleEndianReader& fields)
         fields.skip<16>();
     }
     return header;
-}
-
-bool isMediaFileMagic(std::uint32_t magic)
-{
-    return magic == littleEndian("zeq ") || magic == littleEndian("zeqZ");
 }
 
 FrameHeader readFrameHeader(LittleEndianReader& fields)

@@ -7,6 +7,7 @@
 #include <concepts>
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <span>
 #include <string_view>
 #include <vector>
@@ -78,8 +79,17 @@ private:
     std::vector<std::byte> m_bytes;
 };
 
-// What a media file says of its picture, behind the magic. The bytes without a meaning of their own
-// are kept as they are read.
+// The first four bytes of a media file. Readers take them alike.
+enum class MediaFileMagic : std::uint32_t
+{
+    Zeq = 0,   // "zeq "
+    ZeqZ = 1,  // "zeqZ"
+};
+
+std::string_view toString(MediaFileMagic magic);
+
+// What a media file says of its picture. The bytes without a meaning of their own are kept as they
+// are read.
 struct MediaHeader
 {
     std::uint8_t headerByte0;
@@ -89,15 +99,16 @@ struct MediaHeader
     std::uint32_t mediaFormatCode;
     std::uint16_t width;   // pixels
     std::uint16_t height;  // pixels
+    MediaFileMagic magic = MediaFileMagic::Zeq;
 
     bool operator==(const MediaHeader&) const = default;
 };
 
-// Reads the header and the extension block, if there is one, which is not kept.
-MediaHeader readMediaHeader(LittleEndianReader& fields);
+// The magic that the file begins with; none for a file of another kind.
+std::optional<MediaFileMagic> readMagic(LittleEndianReader& fields);
 
-// Whether a file that begins with these four bytes is a media file.
-bool isMediaFileMagic(std::uint32_t magic);
+// Reads the header behind the magic and the extension block, if there is one, which is not kept.
+MediaHeader readMediaHeader(LittleEndianReader& fields, MediaFileMagic magic);
 
 // The size of the one frame that a media file stores. It need not be the picture's size.
 struct FrameHeader

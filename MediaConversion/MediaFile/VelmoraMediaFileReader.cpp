@@ -160,9 +160,10 @@ void VelmoraMediaFileReader::open(std::wstring fileName)
     stream->clear();
     stream->seek(std::streampos(0));
     LittleEndianReader fields(*stream);
-    if (!isMediaFileMagic(fields.read<std::uint32_t>()))
+    const auto magic = readMagic(fields);
+    if (!magic)
         fail(m_fileName, "Media file is corrupt");
-    const auto mediaHeader = readMediaHeader(fields);
+    const auto mediaHeader = readMediaHeader(fields, *magic);
     checkState(*stream);
     const auto frameHeader = readFrameHeader(fields);
     checkState(*stream);
@@ -301,6 +302,14 @@ std::unique_ptr<IFileStream> VelmoraMediaFileReader::release()
 void VelmoraMediaFileReader::fail(const std::wstring& fileName, const std::string& message)
 {
     throw MediaFileAccessException(displayFileName(fileName), message);
+}
+
+std::unique_ptr<IFrame> readMediaFile(std::string_view fileName)
+{
+    FileStreamFactory streams;
+    VelmoraMediaFileReader reader(streams);
+    reader.open(wideFileName(fileName));
+    return reader.readFrame();
 }
 
 }

@@ -10,6 +10,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <utility>
 
 namespace MediaConversion {
@@ -86,5 +87,8 @@ private:
     ReadMethod m_readMethod;
     std::map<std::pair<bool, bool>, ReadMethod> m_readMethods;  // by texture output, direct reading
 };
+
+// The frame of a media file, by a reader made for this one file. Throws as the reader does.
+std::unique_ptr<Velmora::IFrame> readMediaFile(std::string_view fileName);
 
 }

@@ -63,7 +63,7 @@ StoredFrame storedFrame(const ImageFrame& frame)
 LittleEndianWriter headersOf(const StoredFrame& frame, const MediaFileOptions& options)
 {
     LittleEndianWriter fields;
-    fields.write(options.magic == MediaFileMagic::ZeqZ ? "zeqZ" : "zeq ");
+    fields.write(toString(options.magic));
     fields.write(options.headerByte0);
     fields.write(options.headerByte1);
     fields.write(options.headerRevision);

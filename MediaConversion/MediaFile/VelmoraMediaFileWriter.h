@@ -1,6 +1,7 @@
 #pragma once
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 
 #include <cstdint>
@@ -10,13 +11,6 @@
 #include <string>
 
 namespace MediaConversion {
-
-// The first four bytes of a media file. Readers take them alike.
-enum class MediaFileMagic : std::uint32_t
-{
-    Zeq = 0,   // "zeq "
-    ZeqZ = 1,  // "zeqZ"
-};
 
 // What a media file says beside its frame. The fields without a meaning of their own are written as
 // they stand here.

@@ -57,6 +57,13 @@ const CvTypes& PackedFormatCvTypes()
     return cvTypesOf<Formats::packed, false>();
 }
 
+std::string shortName(const FrameFormat& format)
+{
+    return PackedFormatCvTypes().contains(format)
+               ? format.pixelFormat
+               : format.pixelFormat + "-" + toString(format.channelType);
+}
+
 int openCvType(const FrameFormat& format, const CvTypes& table)
 {
     const auto entry = table.find(format);

@@ -109,6 +109,10 @@ const CvTypes& FullFormatCvTypes();
 // The 12 formats of packed frames: a matrix element is a group.
 const CvTypes& PackedFormatCvTypes();
 
+// The name that people call a format by: that of the packing, which says it all, or the order of
+// the channels and their type: "ZEQ-422", "RGB-U8".
+std::string shortName(const FrameFormat& format);
+
 // The table's type code for the format; throws a std::runtime_error when the table has none.
 int openCvType(const FrameFormat& format, const CvTypes& table);
 

@@ -35,6 +35,18 @@ std::string toString(Colourspace colourspace)
     return nameOf(colourspace, colourspaceNames, "Colourspace");
 }
 
+bool hasAlpha(Colourspace colourspace)
+{
+    using enum Colourspace;
+    return colourspace == RGBA || colourspace == YCbCrA_ITU_T871 || colourspace == YCoCgA;
+}
+
+int bitsOf(ChannelType channelType)
+{
+    constexpr std::array bits{8, 10, 12, 16, 16, 32};
+    return bits.at(static_cast<std::size_t>(channelType));
+}
+
 std::string toString(const FrameFormat& format)
 {
     return toString(format.colourspace) + "_" + toString(format.channelType) + "_" +

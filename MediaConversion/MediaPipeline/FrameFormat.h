@@ -59,6 +59,12 @@ struct FrameFormat
 std::string toString(ChannelType channelType);
 std::string toString(Colourspace colourspace);
 
+// Whether pixels say how opaque they are.
+bool hasAlpha(Colourspace colourspace);
+
+// The bits of an integer sample of full precision, 16 for U15plus1; 32 for F32.
+int bitsOf(ChannelType channelType);
+
 // Colourspace, channel type and pixel format joined by underscores: "RGBA_U15plus1_ARGB". This is
 // the text by which messages name a format.
 std::string toString(const FrameFormat& format);

@@ -202,4 +202,11 @@ void PackedFrame::checkByteCount(const FrameFormat& format, int width, int heigh
                               " bytes");
 }
 
+std::unique_ptr<ImageFrame> frameOver(const FrameFormat& format, const cv::Mat& image)
+{
+    if (PackedFormatCvTypes().contains(format))
+        return std::make_unique<PackedFrame>(format, image);
+    return std::make_unique<FullFrame>(format, image);
+}
+
 }

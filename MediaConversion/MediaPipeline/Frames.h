@@ -144,6 +144,9 @@ public:
                                std::uint64_t byteCount);
 };
 
+// A full or packed frame over an existing matrix, whichever the format is: it shares the elements.
+std::unique_ptr<ImageFrame> frameOver(const FrameFormat& format, const cv::Mat& image);
+
 // The matrix of a packed frame: one element per group.
 struct PackedMatrixShape
 {

@@ -1,5 +1,7 @@
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 
+#include "MediaConversion/MediaPipeline/Frames.h"
+
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -83,6 +85,11 @@ void HostMemoryResource::operator delete(void* address)
         static_cast<Slot*>(address)->isTaken = false;
     else
         ::operator delete(address);
+}
+
+void installMemoryPool()
+{
+    ImageFrame::setMemoryPool(std::make_shared<SelfPruningMemoryPool<HostMemoryResource>>());
 }
 
 }

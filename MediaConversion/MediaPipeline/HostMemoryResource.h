@@ -8,9 +8,6 @@
 
 namespace Velmora {
 
-template <class Resource>
-class SelfPruningMemoryPool;
-
 // An uninitialised block of the general heap. Only a pool makes one. As a pool lends the idle
 // resource with the lowest address that is large enough, resources lie in the order of their
 // sizes: what is lent is the tightest block, and none is taken for a small matrix while a large one
@@ -47,5 +44,9 @@ private:
     std::byte* m_data;
     std::uint64_t m_size;
 };
+
+// Installs a pool of such blocks that prunes itself as the pool of all frames; see
+// ImageFrame::setMemoryPool. A process that reads media files calls it once, before the first.
+void installMemoryPool();
 
 }

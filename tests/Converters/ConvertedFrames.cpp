@@ -44,13 +44,6 @@ bool isPacked(const FrameFormat& format)
     return Velmora::PackedFormatCvTypes().contains(format);
 }
 
-std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv::Mat& matrix)
-{
-    if (isPacked(format))
-        return std::make_unique<Velmora::PackedFrame>(format, matrix);
-    return std::make_unique<Velmora::FullFrame>(format, matrix);
-}
-
 cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns, std::uint64_t seed)
 {
     cv::Mat matrix(rows, columns, typeOf(format));

@@ -20,10 +20,6 @@ namespace MediaConversion {
 
 bool isPacked(const Velmora::FrameFormat& format);
 
-// A packed or a full frame, as the format is.
-std::unique_ptr<Velmora::ImageFrame> frameOf(const Velmora::FrameFormat& format,
-                                             const cv::Mat& matrix);
-
 // Groups for a packed format, or pixels for a full one, made of random bytes.
 cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns,
                      std::uint64_t seed = 1);
@@ -70,7 +66,7 @@ template <class Processor>
 cv::Mat converted(const Velmora::FrameFormat& source, const cv::Mat& matrix,
                   const Velmora::FrameFormat& destination)
 {
-    const auto result = Processor(destination).onNewImage(frameOf(source, matrix));
+    const auto result = Processor(destination).onNewImage(frameOver(source, matrix));
     const auto& frame = dynamic_cast<const Velmora::ImageFrame&>(*result);
     EXPECT_TRUE(frame.format() == destination) << toString(frame.format());
     EXPECT_EQ(dynamic_cast<const Velmora::PackedFrame*>(&frame) != nullptr, isPacked(destination));
@@ -89,7 +85,7 @@ void expectAsPlain(const Velmora::FrameFormat& source, const cv::Mat& matrix,
                 destinations.push_back(to);
     for (const auto& destination : destinations) {
         const auto result = converted<Processor>(source, matrix, destination);
-        EXPECT_TRUE(sameBytes(plain(*frameOf(source, matrix), destination), result))
+        EXPECT_TRUE(sameBytes(plain(*frameOver(source, matrix), destination), result))
             << toString(source) << " to " << toString(destination) << ", " << matrix.size();
         EXPECT_NE(result.data, matrix.data);
     }
@@ -117,7 +113,7 @@ void expectCases(const std::vector<ConversionCase>& cases)
         const auto expected = row.matrixOf(row.destination, row.expected);
         EXPECT_TRUE(sameBytes(expected, converted<Processor>(row.source, given, row.destination)))
             << row.name;
-        EXPECT_TRUE(sameBytes(expected, plain(*frameOf(row.source, given), row.destination)))
+        EXPECT_TRUE(sameBytes(expected, plain(*frameOver(row.source, given), row.destination)))
             << row.name << " by the plain arithmetic";
     }
 }

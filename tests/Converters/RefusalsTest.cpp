@@ -32,7 +32,7 @@ const auto foreign = std::make_shared<ForeignImageFrame>();
 
 auto frame(const FrameFormat& format, int columns = 3, int rows = 3)
 {
-    return frameOf(format, randomMatrix(format, rows, columns));
+    return frameOver(format, randomMatrix(format, rows, columns));
 }
 
 struct Refusal

@@ -25,16 +25,12 @@ using Velmora::IFrame;
 
 cv::Mat floatsOf(std::unique_ptr<IFrame> frame)
 {
-    const auto floats = converted(std::move(frame), BGRA_F32());
-    return dynamic_cast<const Velmora::IImageFrame&>(*floats).image().clone();
+    return convert(std::move(frame), BGRA_F32())->image().clone();
 }
 
 cv::Mat photograph(const std::string& name)
 {
-    FileStreamFactory factory;
-    VelmoraMediaFileReader reader(factory);
-    reader.open(wideFileName(PROJECT_FOLDER + name));
-    return floatsOf(reader.readFrame());
+    return floatsOf(readMediaFile(PROJECT_FOLDER + name));
 }
 
 // From black to the colour, finer than any format's steps.
@@ -103,7 +99,7 @@ TEST(RoundTrip, losesWhatTheBitsOfAFormatCannotHold)
         std::printf("\n%-42s", toString(format).c_str());
         for (const auto& [name, picture] : pictures) {
             const auto back = floatsOf(
-                converted(std::make_unique<Velmora::FullFrame>(BGRA_F32(), picture), format));
+                convert(std::make_unique<Velmora::FullFrame>(BGRA_F32(), picture), format));
             std::printf("%11.2f", psnr(back, picture));
             const cv::Mat possible = subsampled(picture, chromaGroup, chromaFromLeft);
             if (largestError > 0)

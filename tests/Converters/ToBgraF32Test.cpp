@@ -22,12 +22,7 @@ void expectPlainPixels(std::unique_ptr<Velmora::IFrame> frame)
 {
     const auto format = frame->format();
     const auto expected = plainBgraF32(dynamic_cast<const Velmora::ImageFrame&>(*frame));
-    Encoder encoder(format, BGRA_F32());
-    FrameSinkDestination sink;
-    encoder.connectFrameSink(&sink);
-    encoder.start();
-    encoder.onNewFrame(std::move(frame));
-    const auto result = sink.takeFrame();
+    const auto result = convert(std::move(frame), BGRA_F32());
     EXPECT_TRUE(result->format() == BGRA_F32()) << toString(result->format());
     const auto& image = dynamic_cast<const Velmora::FullFrame&>(*result).image();
     EXPECT_TRUE(sameBytes(expected, image)) << toString(format);
@@ -41,7 +36,7 @@ TEST(ToBgraF32, givesThePlainPixelsOnAnyNumberOfThreads)
         for (const int threads : {0, 1, 2, 4, 64}) {
             cv::setNumThreads(threads);
             expectPlainPixels(
-                frameOf(format, randomMatrix(format, 36, 60, std::uint64_t(threads) + 1)));
+                frameOver(format, randomMatrix(format, 36, 60, std::uint64_t(threads) + 1)));
         }
     cv::setNumThreads(-1);
 }

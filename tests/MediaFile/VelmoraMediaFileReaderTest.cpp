@@ -54,13 +54,13 @@ TEST_F(VelmoraMediaFileReaderTest, keepsTheFieldsOfBothHeadersBehindEitherMagic)
     MediaFileBytes content{"zeq ", 0x81,   0x82,   0,      0x84,   0x98765432,
                            0xA1A2, 0xB1B2, 0xC1C2, 0xD1D2, 0xE1E2, ""};
     for (const auto revision : std::initializer_list<std::uint8_t>{0, 1, 2, 255})
-        for (const char* magic : {"zeq ", "zeqZ"}) {
-            content.magic = magic;
+        for (const auto magic : {MediaFileMagic::Zeq, MediaFileMagic::ZeqZ}) {
+            content.magic = magic == MediaFileMagic::Zeq ? "zeq " : "zeqZ";
             content.headerRevision = revision;
             giveFile(content);
             open();
             EXPECT_EQ(reader.mediaHeader(),
-                      (MediaHeader{0x81, 0x82, revision, 0x84, 0x98765432, 0xA1A2, 0xB1B2}));
+                      (MediaHeader{0x81, 0x82, revision, 0x84, 0x98765432, 0xA1A2, 0xB1B2, magic}));
             EXPECT_EQ(reader.frameHeader(), (FrameHeader{0xC1C2, 0xD1D2, 0xE1E2}));
         }
 }

@@ -64,7 +64,8 @@ TEST_F(VelmoraMediaFileWriterTest, everyFormatAndKindOfFileIsReadBack)
             file.bytes = content();
             EXPECT_EQ(file.bytes.substr(0, 4), revision % 2 ? "zeqZ" : "zeq ");
             open();
-            EXPECT_EQ(reader.mediaHeader(), (MediaHeader{1, 2, revision, 4, code, 0xB1B2, 0xC1C2}));
+            EXPECT_EQ(reader.mediaHeader(),
+                      (MediaHeader{1, 2, revision, 4, code, 0xB1B2, 0xC1C2, magic}));
             EXPECT_EQ(reader.frameHeader().frameField1, 0xA1A2);
             expectFrame(format, 4, 8, pixels);
         }

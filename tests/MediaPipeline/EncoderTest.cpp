@@ -271,12 +271,7 @@ TEST(Encoder, takesTwoOrThreeBlocksForEachFrameOfAFile)
         });
         ON_CALL(*pool, release).WillByDefault([&](auto* resource) { lender.release(resource); });
         const InstalledPool installed(pool);
-        FrameSinkDestination sink;
-        Encoder encoder(format, BGRA_F32());
-        encoder.connectFrameSink(&sink);
-        encoder.start();
-        encoder.onNewFrame(frameOfFile(format));
-        encoder.stop();
+        convert(frameOfFile(format), BGRA_F32());
         const bool hasStep = conversionRegistry().at({BGRA_F32(), format}).size() == 2;
         EXPECT_EQ(acquisitions, hasStep ? 3 : 2) << toString(format);
     }

@@ -9,17 +9,6 @@
 #include <memory>
 #include <utility>
 
-inline std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> frame,
-                                                  const Velmora::FrameFormat& destination)
-{
-    MediaConversion::FrameSinkDestination sink;
-    MediaConversion::Encoder encoder(frame->format(), destination);
-    encoder.connectFrameSink(&sink);
-    encoder.start();
-    encoder.onNewFrame(std::move(frame));
-    return sink.takeFrame();
-}
-
 // How far a sample may be from where it was after a way to a format and back, for pixels that share
 // nothing but equal chroma.
 struct LargestError
