@@ -1,5 +1,6 @@
+#include "MediaConversion/MediaPipeline/Formats.h"
+
 #include "tests/MediaPipeline/Fakes.h"
-#include "tests/MediaPipeline/NamedFormats.h"
 
 #include <cstddef>
 #include <cstdint>
@@ -48,36 +49,8 @@ TEST(FrameFormat, ordersByOneFieldAfterTheOther)
         }
 }
 
-TEST(Formats, haveTheirFieldsAndMatrixTypes)
+TEST(CvTypes, refuseFormatsThatTheirTableLacks)
 {
-    EXPECT_EQ(namedFormats().size(), 30u);
-    for (const auto& [name, format, fields, table, cvType] : namedFormats()) {
-        SCOPED_TRACE(name);
-        EXPECT_EQ(format(), fields);
-        EXPECT_EQ(openCvType(fields, table()), cvType);
-    }
-}
-
-TEST(CvTypes, knowFullFormatsWithoutANameButNotEvery)
-{
-    // clang-format off
-    const CvTypes withoutName{
-        {{RGB,            U15plus1, { 6, 3, 1, 1}, "BGR"},   18},
-        {{RGBA,           U10,      { 8, 4, 1, 1}, "RGBA"},  26},
-        {{RGBA,           U12,      { 8, 4, 1, 1}, "RGBA"},  26},
-        {{RGBA,           U10,      { 8, 4, 1, 1}, "BGRA"},  26},
-        {{RGBA,           U12,      { 8, 4, 1, 1}, "BGRA"},  26},
-        {{RGBA,           F32,      {16, 4, 1, 1}, "RGBA"},  29},
-        {{YCbCr_ITU_T871, U8,       { 3, 3, 1, 1}, "YCbCr"}, 16},
-        {{YCbCr_ITU_T871, F32,      {12, 3, 1, 1}, "YCbCr"}, 21},
-        {{YCbCr_ITU_T871, U8,       { 3, 3, 1, 1}, "YCrCb"}, 16},
-    };
-    // clang-format on
-    for (const auto& [format, cvType] : withoutName)
-        EXPECT_EQ(openCvType(format, FullFormatCvTypes()), cvType) << toString(format);
-    EXPECT_EQ(FullFormatCvTypes().size(), 27u);
-    EXPECT_EQ(PackedFormatCvTypes().size(), 12u);
-
     for (const FrameFormat& gap : {FrameFormat{RGBA, U16, {8, 4, 1, 1}, "RGBA"},
                                    FrameFormat{YCbCr_ITU_T871, F32, {12, 3, 1, 1}, "YCrCb"},
                                    FrameFormat{RGB, U8, {3, 3, 1, 2}, "RGB"}, Formats::ZEQ_420()})

@@ -1,0 +1,140 @@
+#include "MediaConversion/Converters/ImageProcessors.h"
+#include "MediaConversion/Encoder/ConversionRegistry.h"
+#include "MediaConversion/Errors.h"
+#include "tests/support/FormatNames.h"
+
+#include <gtest/gtest.h>
+
+#include <cxxabi.h>
+#include <opencv2/core/check.hpp>
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <map>
+#include <memory>
+#include <set>
+
+namespace MediaConversion {
+
+std::string className(const std::type_info& type)
+{
+    char* const name = abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr);
+    const std::unique_ptr<char, decltype(&std::free)> owner(name, &std::free);
+    const std::string text(name);
+    return text.substr(text.rfind(':') + 1);
+}
+
+namespace {
+
+const char* const introduction =
+    R"(# Formats and conversions
+
+This page is written from the library's tables by the test that compares it with them; write it anew
+by `WRITE_PAGES=1 ./test`. [formats.md](formats.md) says how each format lies in memory.
+
+## Formats
+
+A group is what can be addressed: a pixel of a full format, the samples of several pixels of a packed
+one. A frame's matrix has an element for each group. The code is that in the header of a media file.
+
+| format | colourspace | channels | bytes, samples, rows, columns of a group | matrix | code |
+|---|---|---|---|---|---|
+)";
+
+std::string formatRows()
+{
+    std::string rows;
+    for (const auto& format : allFormats()) {
+        const auto& [bytes, channels, groupRows, columns] = format.pixelPacking;
+        char code[11] = "";
+        if (format.mediaCode != Velmora::NamedFormat::noCode)
+            std::snprintf(code, sizeof code, "0x%08X", format.mediaCode);
+        rows += joined("| ", functionOf(format()), " | ", format.colourspace, " | ",
+                       format.channelType, " | ", bytes, ", ", channels, ", ", groupRows, ", ",
+                       columns, " | ", cv::typeToString(format.cvType), " | ", code, " |\n");
+    }
+    return rows;
+}
+
+// Sources with the same destinations share a row.
+using Destinations = std::map<std::string, std::set<std::string>>;
+
+std::string pairRows(const Destinations& destinationsOf)
+{
+    const auto list = [](const auto& names) {
+        std::string text;
+        for (const auto& name : names)
+            text += (text.empty() ? "" : ", ") + name;
+        return text;
+    };
+    std::map<std::set<std::string>, std::set<std::string>> sourcesOf;
+    for (const auto& [source, destinations] : destinationsOf)
+        sourcesOf[destinations].insert(source);
+    std::string rows = "| from | to |\n|---|---|\n";
+    for (const auto& [destinations, sources] : sourcesOf)
+        rows += "| " + list(sources) + " | " + list(destinations) + " |\n";
+    return rows;
+}
+
+template <class Processor, class NameOf>
+std::string processorSection(const NameOf& nameOf)
+{
+    Destinations destinationsOf;
+    for (const auto& [pair, entry] : Processor::conversions())
+        destinationsOf[nameOf(pair.first)].insert(nameOf(pair.second));
+    return joined("\n### ", className(typeid(Processor)), ", ", Processor::conversions().size(),
+                  " pairs\n\n", pairRows(destinationsOf));
+}
+
+// Destinations that are reached through the same steps share a row.
+std::string chainRows()
+{
+    std::map<std::string, Destinations> chains;
+    for (const auto& [pair, steps] : conversionRegistry()) {
+        const auto& [destination, source] = pair;
+        std::string text;
+        for (const auto& [format, factory] : steps) {
+            const auto filter = factory(format);
+            text += (text.empty() ? "" : ", ") + className(typeid(*filter));
+            if (format != destination)
+                text += " to " + functionOf(format);
+        }
+        chains[text][functionOf(source)].insert(functionOf(destination));
+    }
+    std::string rows;
+    for (const auto& [steps, destinationsOf] : chains)
+        rows += "\n**" + steps + "**\n\n" + pairRows(destinationsOf);
+    return rows;
+}
+
+std::string page()
+{
+    const auto functions = [](const Velmora::FrameFormat& format) { return functionOf(format); };
+    const auto types = [](Velmora::ChannelType type) { return toString(type); };
+    return introduction + formatRows() +
+           "\n## Pairs\n\nWhat each processor converts in one step.\n" +
+           processorSection<ImageToFullFrame>(functions) +
+           processorSection<ImageToPackedFrame>(functions) +
+           processorSection<ImageYCbCr42xToRGB>(functions) +
+           processorSection<ImageRGBtoYCbCr42x>(functions) +
+           processorSection<ImageYCoCgDXT5toRGB>(functions) +
+           processorSection<ImageRGBtoYCoCgDXT5>(functions) +
+           processorSection<ImageColourspace>(functions) + processorSection<ImageBitDepth>(types) +
+           joined("\n## Chains\n\nWhat the Encoder does for each of ", conversionRegistry().size(),
+                  " pairs. Any other goes through BGRA_F32, if there is a chain\nto it and one "
+                  "from it. The last step ends at the destination.\n") +
+           chainRows();
+}
+
+TEST(ConversionsPage, saysWhatTheTablesHold)
+{
+    const std::string name = PROJECT_FOLDER "/docs/conversions.md";
+    if (std::getenv("WRITE_PAGES"))
+        std::ofstream(name) << page();
+    std::ifstream file(name);
+    EXPECT_EQ(std::string(std::istreambuf_iterator(file), {}), page());
+}
+
+}
+}
