@@ -2,6 +2,7 @@
 
 #include "MediaConversion/MediaPipeline/Formats.h"
 
+#include <bit>
 #include <cstdint>
 #include <string_view>
 #include <type_traits>
@@ -29,13 +30,13 @@ template <> struct Channel<ChannelType::U16>      : StoredAs<std::uint16_t, 6553
 template <> struct Channel<ChannelType::F32>      : StoredAs<float,             1> {};
 // clang-format on
 
-// `low` for a NaN, too.
+// Clamps a value to a range. A NaN gives `low`.
 constexpr double clamped(double value, double low, double high)
 {
     return value > low ? (value < high ? value : high) : low;
 }
 
-// A channel from a value of 0 to 1; what lies outside is clamped. Integers round half up.
+// Makes a channel of a fraction of full scale, clamped to 0 and 1. Integers are rounded half up.
 template <ChannelType type>
 constexpr typename Channel<type>::Element quantise(double value)
 {
@@ -47,6 +48,30 @@ constexpr typename Channel<type>::Element quantise(double value)
     else
         return static_cast<Element>(scaled + 0.5);
 }
+
+// 1 / max as a sum of two numbers, by which samples are divided without a division: the product of
+// a sample, 0 to max, with the upper one is exact, and the sum of both products is the number
+// nearest to sample / max.
+template <class Number, unsigned max>
+struct ExactFraction
+{
+    static constexpr unsigned scale = std::bit_ceil(max) * 4096;
+    static constexpr unsigned wholeSteps = scale / max;
+    static constexpr Number upper = static_cast<Number>(wholeSteps) / scale;
+    static constexpr Number lower = (1 - upper * max) / max;
+
+    static constexpr bool holds()
+    {
+        for (unsigned sample = 0; sample <= max; ++sample) {
+            const auto number = static_cast<Number>(sample);
+            if (number * upper + number * lower !=
+                static_cast<Number>(sample / static_cast<double>(max)))
+                return false;
+        }
+        return true;
+    }
+    static_assert(holds());
+};
 
 // At which place of a pixel each colour lies; `none` for a pixel without alpha.
 struct ChannelOrder

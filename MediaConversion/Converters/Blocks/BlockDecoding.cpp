@@ -8,10 +8,10 @@ namespace MediaConversion {
 
 namespace {
 
-// Channels are single bytes, so that pixels are decoded for twice as many blocks at once as there
-// are 16-bit lanes, in which palettes are computed. Of the blocks of a part, the first half become
-// the low bytes of its lanes and the second half the high bytes.
-inline constexpr int blocksAtOnce = 2 * blockLanes;
+// Palettes are computed in 16-bit elements, one for each block. Pixels are bytes, so that two
+// vectors of palettes become one of pixels: in each 128-bit lane, the first half of the blocks
+// gives the low bytes of the elements and the second half the high bytes.
+inline constexpr int blocksAtOnce = 2 * blocksPerVector;
 
 template <class T>
 struct BothHalves
@@ -20,22 +20,22 @@ struct BothHalves
     T high;
 };
 
-// The words of each block.
+// Loads the blocks so that a vector holds the same 16-bit word of each of them.
 template <std::size_t words>
 BothHalves<std::array<BlockWords, words>> loadBlocks(const std::uint8_t* blocks)
 {
-    constexpr int bytesOfHalf = words * partBytes;
+    constexpr int bytesOfHalf = words * laneBytes;
     const auto load = [](const std::uint8_t* half) {
         std::array<BlockWords, words> rows;
         for (std::size_t row = 0; row < words; ++row)
             rows[row] =
-                loadParts(half + row * partBytes, 2 * bytesOfHalf).template bits<std::uint16_t>();
-        return transposed<blocksOfPart>(rows);
+                loadLanes(half + row * laneBytes, 2 * bytesOfHalf).template bits<std::uint16_t>();
+        return transposed<blocksPerLane>(rows);
     };
     return {load(blocks), load(blocks + bytesOfHalf)};
 }
 
-// Of values from 0 to 255.
+// Packs two vectors of values from 0 to 255 into one of bytes.
 Bytes bytesOf(const BlockValues& low, const BlockValues& high)
 {
     return (low | high << 8).bits<std::uint8_t>();
@@ -48,7 +48,7 @@ struct Rgb
     BlockValues blue;
 };
 
-// A 5-bit or 6-bit channel of an endpoint, rounded to 8 bits.
+// Expands a 5-bit or 6-bit channel of an endpoint to 8 bits, rounded to the nearest.
 template <int bits>
 BlockValues expandedRounding(const BlockWords& value)
 {
@@ -63,7 +63,7 @@ Rgb endpoint(const BlockWords& colour565)
             expandedRounding<5>(colour565 & BlockWords(31))};
 }
 
-// Two thirds of the one and one third of the other, cut.
+// Two thirds of the near colour and one third of the far one, rounded down.
 Rgb twoThirds(const Rgb& near, const Rgb& far)
 {
     return {quotient<3>(near.red + near.red + far.red),
@@ -86,20 +86,21 @@ Colours fourColours(const BlockWords& colour0, const BlockWords& colour1)
     return {first, second, twoThirds(first, second), twoThirds(second, first)};
 }
 
-// DXT1 only: endpoints in ascending order give three colours and black.
+// The palette of DXT1, where endpoints in ascending order give three colours and black.
 Colours colours(const BlockWords& colour0, const BlockWords& colour1)
 {
     Colours palette = fourColours(colour0, colour1);
     const auto isFour = (colour0 > colour1).bits<std::int16_t>();
     const auto middle = mean(palette[0], palette[1]);
-    palette[2] = {chosen(isFour, palette[2].red, middle.red),
-                  chosen(isFour, palette[2].green, middle.green),
-                  chosen(isFour, palette[2].blue, middle.blue)};
+    palette[2] = {select(isFour, palette[2].red, middle.red),
+                  select(isFour, palette[2].green, middle.green),
+                  select(isFour, palette[2].blue, middle.blue)};
     palette[3] = {palette[3].red & isFour, palette[3].green & isFour, palette[3].blue & isFour};
     return palette;
 }
 
-// Descending endpoints give six steps between them, others four and both extremes.
+// The palette of the alpha half. Descending endpoints have six steps between them, others have
+// four, followed by 0 and 255.
 std::array<BlockValues, 8> alphas(const BlockWords& endpoints)
 {
     const auto alpha0 = (endpoints & BlockWords(255)).bits<std::int16_t>();
@@ -114,13 +115,13 @@ std::array<BlockValues, 8> alphas(const BlockWords& endpoints)
         const auto ofSix = index == 6   ? BlockValues(0)
                            : index == 7 ? BlockValues(255)
                                         : quotient<5>(fifths);
-        palette[index] = chosen(isEight, quotient<7>(sevenths), ofSix);
+        palette[index] = select(isEight, quotient<7>(sevenths), ofSix);
     }
     return palette;
 }
 
-// A row of a block's pixels has 12 bits of the indices into the palette of eight, and 8 of those
-// into the palette of four.
+// Splits a block's indices by rows of pixels, which begin at the lowest bit: 12 bits a row for the
+// palette of eight entries, 8 for that of four.
 std::array<BlockWords, blockSide> alphaIndexRows(const BlockWords& word0, const BlockWords& word1,
                                                  const BlockWords& word2)
 {
@@ -132,7 +133,8 @@ std::array<BlockWords, blockSide> colourIndexRows(const BlockWords& word0, const
     return {word0, word0 >> 8, word1, word1 >> 8};
 }
 
-// The indices of each row of pixels, `bits` bits for each, the leftmost pixel lowest.
+// The indices of a block, `bits` bits for each pixel. The leftmost pixel of a row has the lowest
+// bits.
 template <int bits>
 class Indices
 {
@@ -146,7 +148,7 @@ public:
                            low[row] >> 8 | (high[row] & BlockWords(0xFF00))};
     }
 
-    // The bits of one index, each at the top of its bytes.
+    // The bits of one pixel's index, each as the highest bit of bytes, where select() looks.
     std::array<Bytes, bits> at(int row, int column) const
     {
         std::array<Bytes, bits> index;
@@ -161,23 +163,23 @@ private:
     std::array<std::array<BlockWords, 2>, blockSide> m_rows;
 };
 
-// The entry of a palette that the lowest bits of the index choose.
+// Selects the entry that the index names by halving the palette, from the highest bit down.
 template <std::size_t count, std::size_t bits>
-Bytes chosenOf(const Bytes* palette, const std::array<Bytes, bits>& index)
+Bytes selectedEntry(const Bytes* palette, const std::array<Bytes, bits>& index)
 {
     if constexpr (count == 1)
         return *palette;
     else
-        return chosen(index[std::bit_width(count) - 2],
-                      chosenOf<count / 2>(palette + count / 2, index),
-                      chosenOf<count / 2>(palette, index));
+        return select(index[std::bit_width(count) - 2],
+                      selectedEntry<count / 2>(palette + count / 2, index),
+                      selectedEntry<count / 2>(palette, index));
 }
 
 template <std::size_t count, std::size_t bits>
-Bytes chosenOf(const std::array<Bytes, count>& palette, const std::array<Bytes, bits>& index)
+Bytes selectedEntry(const std::array<Bytes, count>& palette, const std::array<Bytes, bits>& index)
 {
     static_assert(count == 1 << bits);
-    return chosenOf<count>(palette.data(), index);
+    return selectedEntry<count>(palette.data(), index);
 }
 
 struct RgbBytes
@@ -187,13 +189,13 @@ struct RgbBytes
     Bytes blue;
 };
 
-// Pixels as pixel(row, column) gives them.
+// Stores the pixels that pixel(row, column) gives. Alpha is opaque.
 template <ChannelOrder order, class Pixel>
 void storePixels(const Pixel& pixel, std::uint8_t* pixels, std::size_t pixelRowStep)
 {
     constexpr int bytesOfBlock = blockSide * order.channels();
     for (int row = 0; row < blockSide; ++row, pixels += pixelRowStep) {
-        std::array<Bytes, partBytes> bytes;
+        std::array<Bytes, laneBytes> bytes;
         bytes.fill(Bytes(255));
         for (int column = 0; column < blockSide; ++column) {
             const RgbBytes colour = pixel(row, column);
@@ -202,14 +204,14 @@ void storePixels(const Pixel& pixel, std::uint8_t* pixels, std::size_t pixelRowS
             bytes[place + order.green] = colour.green;
             bytes[place + order.blue] = colour.blue;
         }
-        const auto blocks = transposed<partBytes>(bytes);
-        for (int block = 0; block < blocksOfPart; ++block) {
+        const auto blocks = transposed<laneBytes>(bytes);
+        for (int block = 0; block < blocksPerLane; ++block) {
             const auto store = [&](const Bytes& vector, int place) {
-                storeParts<bytesOfBlock>(vector, pixels + place * bytesOfBlock,
-                                         2 * blocksOfPart * bytesOfBlock);
+                storeLanes<bytesOfBlock>(vector, pixels + place * bytesOfBlock,
+                                         2 * blocksPerLane * bytesOfBlock);
             };
             store(blocks[2 * block], block);
-            store(blocks[2 * block + 1], blocksOfPart + block);
+            store(blocks[2 * block + 1], blocksPerLane + block);
         }
     }
 }
@@ -240,14 +242,15 @@ struct BlockDecoder<RgbDxt1>
         storePixels<order>(
             [&](int row, int column) {
                 const auto index = indices.at(row, column);
-                return RgbBytes{chosenOf(red, index), chosenOf(green, index),
-                                chosenOf(blue, index)};
+                return RgbBytes{selectedEntry(red, index), selectedEntry(green, index),
+                                selectedEntry(blue, index)};
             },
             pixels, pixelRowStep);
     }
 };
 
-// What the entries of a palette add to luma, for one colour. Of the two, one is 0.
+// What the entries of a palette add to luma for one colour, as bytes: a rise or a fall, of which
+// one is 0.
 struct ChromaPalette
 {
     std::array<Bytes, 4> rises;
@@ -265,8 +268,8 @@ struct ChromaPalette
 
     Bytes added(const Bytes& luma, const std::array<Bytes, 2>& index) const
     {
-        const auto rise = chosenOf(rises, index);
-        const auto fall = chosenOf(falls, index);
+        const auto rise = selectedEntry(rises, index);
+        const auto fall = selectedEntry(falls, index);
         return max(min(luma, Bytes(255) - rise) + rise, fall) - fall;
     }
 };
@@ -276,7 +279,8 @@ struct BlockDecoder<YCoCgDxt5>
 {
     using HalfLanes = Vector<std::int32_t, registerBytes / 4>;
 
-    // Toward zero. Such small numbers have no quotient that a float rounds to the next integer.
+    // Divides toward zero. The numbers are so small that a float never rounds a quotient up to the
+    // next integer.
     static BlockValues quotient(const BlockValues& dividend, const BlockValues& divisor)
     {
         const auto divided = [](const HalfLanes& one, const HalfLanes& other) {
@@ -328,7 +332,7 @@ struct BlockDecoder<YCoCgDxt5>
                                        colourIndexRows(high[6], high[7]));
         storePixels<order>(
             [&](int row, int column) {
-                const auto luma = chosenOf(lumas, lumaIndices.at(row, column));
+                const auto luma = selectedEntry(lumas, lumaIndices.at(row, column));
                 const auto index = chromaIndices.at(row, column);
                 return RgbBytes{red.added(luma, index), green.added(luma, index),
                                 blue.added(luma, index)};

@@ -17,16 +17,17 @@ struct Rgb
     BlockValues blue;
 };
 
-// A row of pixels of each block. Reads whole parts, also of three-channel pixels.
+// Loads a row of pixels of each block. Reads whole lanes, which reach past pixels of three
+// channels.
 template <ChannelOrder order>
 std::array<Rgb, blockSide> loadPixels(const std::uint8_t* pixels)
 {
     constexpr int bytesOfBlock = blockSide * order.channels();
-    std::array<BlockWords, blocksOfPart> blocks;
-    for (int block = 0; block < blocksOfPart; ++block)
-        blocks[block] = loadParts(pixels + block * bytesOfBlock, blocksOfPart * bytesOfBlock)
+    std::array<BlockWords, blocksPerLane> blocks;
+    for (int block = 0; block < blocksPerLane; ++block)
+        blocks[block] = loadLanes(pixels + block * bytesOfBlock, blocksPerLane * bytesOfBlock)
                             .bits<std::uint16_t>();
-    const auto words = transposed<blocksOfPart>(blocks);
+    const auto words = transposed<blocksPerLane>(blocks);
     const auto channel = [&](int byte) {
         const auto& word = words[byte / 2];
         return (byte % 2 == 0 ? word & BlockWords(255) : word >> 8).template bits<std::int16_t>();
@@ -51,17 +52,17 @@ void forEachPixel(const std::uint8_t* pixels, std::size_t pixelRowStep, const Us
     }
 }
 
-// Blocks from as many words of each.
+// Stores blocks from vectors that hold the same 16-bit word of each of them.
 template <std::size_t words>
 void storeBlocks(const std::array<BlockWords, words>& wordsOfBlocks, std::uint8_t* blocks)
 {
     const auto rows = transposed<words>(wordsOfBlocks);
     for (std::size_t row = 0; row < words; ++row)
-        storeParts<partBytes>(rows[row].template bits<std::uint8_t>(), blocks + row * partBytes,
-                              words * partBytes);
+        storeLanes<laneBytes>(rows[row].template bits<std::uint8_t>(), blocks + row * laneBytes,
+                              words * laneBytes);
 }
 
-// Unlike the decoder's, these endpoints are expanded by repeating their upper bits.
+// Expands a channel of an endpoint by repeating its upper bits; the decoder rounds instead.
 BlockValues expand5(const BlockValues& value)
 {
     return (value & BlockValues(0xF8)) | value >> 5;
@@ -121,7 +122,7 @@ BlockValues colourIndex(int pixel, const Channels&... channels)
     return (x2 & BlockValues(1)) | ((x0 | x1) & BlockValues(2));
 }
 
-// The indices of each row of pixels, `bits` bits for each, the leftmost pixel lowest.
+// The indices by rows of pixels, `bits` bits for each. The leftmost pixel has the lowest bits.
 template <int bits, class Index>
 std::array<BlockWords, blockSide> indexRows(const Index& index)
 {
@@ -142,7 +143,7 @@ std::array<BlockWords, 2> colourIndices(const Channels&... channels)
     return {rows[0] | rows[1] << 8, rows[2] | rows[3] << 8};
 }
 
-// The endpoint that stands first is the larger: eight levels.
+// The larger endpoint stands first, which makes a palette of eight entries.
 std::array<BlockWords, 3> lumaIndices(const BlockChannel& luma, const Range& range)
 {
     const auto& [min, max] = range;
@@ -212,7 +213,7 @@ struct BlockEncoder<YCoCgDxt5>
                 min(((range.max << shift) - inset) >> shift, BlockValues(255))};
     }
 
-    // For ranges around 0.
+    // The factor by which chroma, whose ranges lie around 0, may be scaled up: 1, 2 or 4.
     static BlockValues scaleFor(const Range& co, const Range& cg)
     {
         const BlockValues zero(0);
@@ -274,7 +275,7 @@ struct BlockEncoder<YCoCgDxt5>
         coEnds = {expand5(coEnds.min), expand5(coEnds.max)};
         cgEnds = {expand6(cgEnds.min), expand6(cgEnds.max)};
         const auto swaps = isOffDiagonal(co, coEnds, cg, cgEnds);
-        cgEnds = {chosen(swaps, cgEnds.max, cgEnds.min), chosen(swaps, cgEnds.min, cgEnds.max)};
+        cgEnds = {select(swaps, cgEnds.max, cgEnds.min), select(swaps, cgEnds.min, cgEnds.max)};
 
         const auto lumas = lumaIndices(luma, lumaEnds);
         const auto colours =
@@ -294,18 +295,18 @@ void encodeRow(const std::uint8_t* pixels, std::size_t pixelRowStep, std::uint8_
 {
     constexpr auto encode = BlockEncoder<Packing>::template encode<order>;
     constexpr int bytesOfBlock = blockSide * order.channels();
-    constexpr int bytesRead = (blockLanes - 1) * bytesOfBlock + partBytes;
+    constexpr int bytesRead = (blocksPerVector - 1) * bytesOfBlock + laneBytes;
     int blocksLeft = blockCount;
-    for (; blocksLeft * bytesOfBlock >= bytesRead; blocksLeft -= blockLanes) {
+    for (; blocksLeft * bytesOfBlock >= bytesRead; blocksLeft -= blocksPerVector) {
         encode(pixels, pixelRowStep, blocks);
-        pixels += blockLanes * bytesOfBlock;
-        blocks += blockLanes * Packing::bytes;
+        pixels += blocksPerVector * bytesOfBlock;
+        blocks += blocksPerVector * Packing::bytes;
     }
     if (blocksLeft == 0)
         return;
     // The vectors would reach past the row.
     std::array<std::uint8_t, blockSide * bytesRead> restOfPixels{};
-    std::array<std::uint8_t, blockLanes * Packing::bytes> restOfBlocks;
+    std::array<std::uint8_t, blocksPerVector * Packing::bytes> restOfBlocks;
     for (int row = 0; row < blockSide; ++row)
         std::copy_n(pixels + row * pixelRowStep, blocksLeft * bytesOfBlock,
                     &restOfPixels[row * bytesRead]);

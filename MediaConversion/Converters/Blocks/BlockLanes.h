@@ -7,7 +7,7 @@
 #include <cstdint>
 #include <utility>
 
-// Blocks side by side: each has one lane of the vectors that stand for it.
+// Vectors of blocks: each block has one 16-bit element of every vector.
 namespace MediaConversion {
 namespace {
 
@@ -15,62 +15,67 @@ using Bytes = Vector<std::uint8_t, registerBytes>;
 using BlockWords = Vector<std::uint16_t, registerBytes / 2>;
 using BlockValues = Vector<std::int16_t, registerBytes / 2>;
 
-// Shuffles across the 16-byte parts of a register are slow. The blocks are therefore shared out to
-// the parts in runs: each part is loaded and stored on its own and never meets the others.
-inline constexpr int partBytes = 16;
-inline constexpr int parts = registerBytes / partBytes;
-inline constexpr int blocksOfPart = partBytes / 2;
-inline constexpr int blockLanes = parts * blocksOfPart;
+// Shuffles across the 128-bit lanes of a register are slow. Each lane therefore has a run of blocks
+// of its own, is loaded and stored by itself and never meets the others:
+//
+//     element    0 ... 7    8 ... 15
+//     block      0 ... 7    8 ... 15
+//                lane 0     lane 1
+inline constexpr int laneBytes = 16;
+inline constexpr int lanesPerVector = registerBytes / laneBytes;
+inline constexpr int blocksPerLane = laneBytes / 2;
+inline constexpr int blocksPerVector = lanesPerVector * blocksPerLane;
 
-using Part = Vector<std::uint8_t, partBytes>;
+using Lane = Vector<std::uint8_t, laneBytes>;
 
-// 16 bytes for each part, `step` bytes apart.
-template <int count = parts>
-Vector<std::uint8_t, count * partBytes> loadParts(const std::uint8_t* bytes, std::size_t step)
+// Loads 16 bytes for each lane, `step` bytes apart.
+template <int count = lanesPerVector>
+Vector<std::uint8_t, count * laneBytes> loadLanes(const std::uint8_t* bytes, std::size_t step)
 {
     if constexpr (count == 1)
-        return Part::load(bytes);
+        return Lane::load(bytes);
     else
-        return loadParts<count / 2>(bytes, step)
-            .followedBy(loadParts<count / 2>(bytes + count / 2 * step, step));
+        return loadLanes<count / 2>(bytes, step)
+            .concatenatedWith(loadLanes<count / 2>(bytes + count / 2 * step, step));
 }
 
-template <int part>
-Part partOf(const Bytes& vector)
+template <int lane>
+Lane laneOf(const Bytes& vector)
 {
     return [&]<int... byte>(std::integer_sequence<int, byte...>)
     {
-        return vector.template shuffled<(part * partBytes + byte)...>();
+        return vector.template shuffled<(lane * laneBytes + byte)...>();
     }
-    (std::make_integer_sequence<int, partBytes>{});
+    (std::make_integer_sequence<int, laneBytes>{});
 }
 
-// The first `count` bytes of each part, `step` bytes apart.
+// Stores the first `count` bytes of each lane, `step` bytes apart.
 template <int count>
-void storeParts(const Bytes& vector, std::uint8_t* bytes, std::size_t step)
+void storeLanes(const Bytes& vector, std::uint8_t* bytes, std::size_t step)
 {
-    [&]<int... part>(std::integer_sequence<int, part...>)
+    [&]<int... lane>(std::integer_sequence<int, lane...>)
     {
-        (partOf<part>(vector).template store<count>(bytes + part * step), ...);
+        (laneOf<lane>(vector).template store<count>(bytes + lane * step), ...);
     }
-    (std::make_integer_sequence<int, parts>{});
+    (std::make_integer_sequence<int, lanesPerVector>{});
 }
 
-// The lanes of the lower or upper half of each part of the one, each followed by the other's.
+// Interleaves the lower (0) or upper (1) halves of each lane: a0 b0 a1 b1 and so on.
 template <int half, class T, int count>
 Vector<T, count> interleaved(const Vector<T, count>& one, const Vector<T, count>& other)
 {
-    constexpr int partLanes = partBytes / sizeof(T);
+    constexpr int elementsPerLane = laneBytes / sizeof(T);
     return [&]<int... lane>(std::integer_sequence<int, lane...>)
     {
-        return one.template shuffled<(lane / partLanes * partLanes + half * partLanes / 2 +
-                                      lane % partLanes / 2 + lane % 2 * count)...>(other);
+        return one.template shuffled<(lane / elementsPerLane * elementsPerLane +
+                                      half * elementsPerLane / 2 + lane % elementsPerLane / 2 +
+                                      lane % 2 * count)...>(other);
     }
     (std::make_integer_sequence<int, count>{});
 }
 
-// What each part holds in all the vectors, one after the other, is a matrix of so many rows: the
-// same with rows as columns.
+// Transposes, in each 128-bit lane, the matrix that the vectors hold one after the other: `rows`
+// rows become columns.
 template <std::size_t rows, class T, int lanes, std::size_t count>
 std::array<Vector<T, lanes>, count> transposed(std::array<Vector<T, lanes>, count> vectors)
 {
@@ -84,7 +89,7 @@ std::array<Vector<T, lanes>, count> transposed(std::array<Vector<T, lanes>, coun
     return vectors;
 }
 
-// For values that are not negative.
+// Divides values that are not negative, rounding down.
 template <int divisor>
 BlockValues quotient(const BlockValues& dividend)
 {

@@ -4,8 +4,12 @@
 
 #include <string_view>
 
-// The published S3TC blocks of 4 x 4 pixels: DXT1 (BC1) and the two halves of DXT5 (BC3). Pixels
-// are numbered row by row.
+// The published S3TC blocks of 4 x 4 pixels, numbered row by row; all words are little-endian.
+//
+//     DXT1 (BC1), 8 bytes    two RGB 5:6:5 endpoints of 16 bits, red at the top; 16 indices of 2
+//     bits DXT5 (BC3), 16 bytes   two 8-bit alpha endpoints, 16 indices of 3 bits; then as DXT1
+//
+// The first pixel's index has the lowest bits.
 namespace MediaConversion {
 
 inline constexpr int blockSide = 4;

@@ -8,14 +8,14 @@ namespace MediaConversion {
 
 namespace {
 
-// Three-channel pixels are followed by another element.
+// Pixels of three channels have to be followed by one element more, which is read as well.
 template <int channels, class Element>
 PixelPair<Element> loadPair(const Element* pixels)
 {
     if constexpr (channels == 4)
         return PixelPair<Element>::load(pixels);
     else
-        return joined(Vector<Element, 4>::load(pixels), Vector<Element, 4>::load(pixels + 3));
+        return concatenated(Vector<Element, 4>::load(pixels), Vector<Element, 4>::load(pixels + 3));
 }
 
 // The channels of two pixels as samples, in the pixels' own order.
@@ -31,8 +31,8 @@ PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels
     } else if constexpr (fullScale == largest) {
         return min(pair, PixelPair<std::uint16_t>(largest));
     } else if constexpr (type == ChannelType::F32) {
-        // The product of a float is exact and has one tie, at a half, where the even number is the
-        // upper one. A NaN stays one and becomes 0 as it is narrowed.
+        // In double precision the product is exact, and the only tie, at a half, is rounded to the
+        // even number above. A NaN passes and becomes 0 as it is narrowed.
         const auto sample = [](const Vector<float, 4>& pixel) {
             const DoublePixel largestValue(largest);
             return rounded(min(largestValue, pixel.as<double>() * largestValue));

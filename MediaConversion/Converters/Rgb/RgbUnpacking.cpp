@@ -1,6 +1,5 @@
 #include "MediaConversion/Converters/Kernels.h"
 #include "MediaConversion/Converters/Rgb/SampleShuffles.h"
-#include "MediaConversion/Converters/Vectors/ExactFraction.h"
 #include "MediaConversion/Converters/Vectors/PixelPairs.h"
 
 #include <algorithm>
@@ -19,15 +18,15 @@ PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint1
         const auto values = samples.as<std::int32_t>().template as<float>();
         using Fraction = ExactFraction<float, largestSample(bits)>;
         return values * PixelPair<float>(Fraction::upper) +
-               values * PixelPair<float>(Fraction::lower) + joined(opaque, opaque);
+               values * PixelPair<float>(Fraction::lower) + concatenated(opaque, opaque);
     } else if constexpr (type == ChannelType::U8) {
-        return (samples >> (bits - 8)).template as<Element>() | joined(opaque, opaque);
+        return (samples >> (bits - 8)).template as<Element>() | concatenated(opaque, opaque);
     } else if constexpr (Channel<type>::fullScale == largestSample(bits)) {
-        return samples | joined(opaque, opaque);
+        return samples | concatenated(opaque, opaque);
     } else {
         constexpr auto fullScale = static_cast<unsigned>(Channel<type>::fullScale);
         static_assert(rescalesExactly<largestSample(bits), fullScale>());
-        return rescaled<largestSample(bits), fullScale>(samples) | joined(opaque, opaque);
+        return rescaled<largestSample(bits), fullScale>(samples) | concatenated(opaque, opaque);
     }
 }
 

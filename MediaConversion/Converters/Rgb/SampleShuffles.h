@@ -6,8 +6,9 @@
 namespace MediaConversion {
 namespace {
 
-// Moves the samples of two neighbouring pixels between their packed bytes and one 16-bit lane for
-// each channel, all of them at once. Pixels have the given order of channels.
+// Moves the samples of two neighbouring pixels, all at once, between their packed bytes and vectors
+// that have a 16-bit lane for each channel, in the given order. A shuffle brings the two bytes that
+// hold a sample into its lane; a multiplication then shifts each lane by its own number of bits.
 template <const RgbLayout& layout, ChannelOrder samplesOrder, ChannelOrder order>
 struct SampleShuffle
 {

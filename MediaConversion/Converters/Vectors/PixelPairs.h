@@ -6,7 +6,7 @@
 namespace MediaConversion {
 namespace {
 
-// Two neighbouring pixels of four channels each. Pixels of three channels have a fourth lane of no
+// Two neighbouring pixels of four channels each. Where pixels have three, the fourth lane has no
 // meaning.
 template <class T>
 using PixelPair = Vector<T, 8>;
@@ -14,8 +14,7 @@ using PixelPair = Vector<T, 8>;
 // One pixel, for what takes double precision.
 using DoublePixel = Vector<double, 4>;
 
-// What the channels of a pixel in this order cannot be less than: opaque alpha, also where it is
-// not stored.
+// A pixel that is 0 but for alpha, which is opaque; the lane is there also where it is not stored.
 template <class T, ChannelOrder order>
 Vector<T, 4> opaqueBlack(T opaque)
 {
@@ -34,8 +33,7 @@ void storePair(const PixelPair<typename Channel<type>::Element>& pair, std::uint
         pair.template shuffled<0, 1, 2, 4, 5, 6, 7, 7>().template store<bytes>(pixels);
 }
 
-// Values of 0 to 1, which may lie outside, as channels of the type, as quantise<type>() makes them;
-// integers are not narrowed yet.
+// Makes channels of fractions of full scale as quantise<type>() does. Integers stay in 32 bits.
 template <ChannelType type, int lanes>
 auto quantised(const Vector<double, lanes>& values)
 {

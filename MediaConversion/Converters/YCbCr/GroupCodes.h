@@ -6,21 +6,21 @@
 namespace MediaConversion {
 namespace {
 
-// The codes of some neighbouring groups, a lane for each pixel of a row.
+// The codes of neighbouring groups, with a lane for each pixel of a row.
 template <int pixels>
 struct GroupsOf
 {
     using Codes = Vector<std::int32_t, pixels>;
 
     Codes luma;
-    Codes chroma;     // Cb, Cr, Cb, Cr...
+    Codes chroma;     // Cb, Cr, Cb, Cr and so on
     Codes lumaBelow;  // of the second row of pixels, where a group has two
     Codes alpha;      // where the packing has it
 };
 
 using GroupPair = GroupsOf<4>;
 
-// The first bytes are two groups, those behind them of no meaning.
+// Two groups, and bytes behind them that have no meaning.
 using PackedGroups = Vector<std::uint8_t, 16>;
 
 // Takes two groups apart, which reads a whole vector, and puts them together.
@@ -144,9 +144,11 @@ struct GroupCodes
     }
 };
 
-// Two little-endian 32-bit words. From the top down: Cr (10 bits), Y (12) and alpha (10) of the
-// right pixel; then alpha (10) and Y (12) of the left pixel, Cb (10). The right pixel does stand
-// first.
+// Two little-endian 32-bit words. The right pixel does stand first.
+//
+//     bits      31 ... 22       21 ... 10    9 ... 0
+//     word 0    Cr              Y right      alpha right
+//     word 1    alpha left      Y left       Cb
 template <>
 struct GroupCodes<Zeq4224Hybrid>
 {

@@ -1,5 +1,4 @@
 #include "MediaConversion/Converters/Kernels.h"
-#include "MediaConversion/Converters/Vectors/ExactFraction.h"
 #include "MediaConversion/Converters/Vectors/PixelPairs.h"
 #include "MediaConversion/Converters/YCbCr/GroupCodes.h"
 
@@ -9,21 +8,21 @@ namespace MediaConversion {
 
 namespace {
 
-// As many neighbouring pixels as a register holds double values, but four at least: one value for
-// each of them.
+// One value for each of as many neighbouring pixels as a register holds doubles, but at least four.
 constexpr int lanes = std::max(4, registerBytes / 8);
 using Pixels = Vector<double, lanes>;
 
 constexpr int groupsAtOnce = 32;
 constexpr int pixelsAtOnce = 2 * groupsAtOnce;
 
-// What some groups hold, as fractions of full scale. In a pass of its own: what depends on too much
-// before it keeps a processor from starting on the next.
+// The samples of some groups as fractions of full scale. They are made in a pass of their own: in
+// one pass the chain from group to pixel is so long that the processor waits instead of starting on
+// the next group.
 template <class Packing>
 class GroupValues
 {
 public:
-    // Up to groupsAtOnce; reads up to a vector more.
+    // Takes up to groupsAtOnce groups; reads up to a vector past them.
     void unpack(const std::uint8_t* groups, int groupCount)
     {
         for (int pixel = 0; pixel < 2 * groupCount;
@@ -40,7 +39,7 @@ public:
 
     Pixels luma(std::size_t row, int pixel) const { return Pixels::load(&m_rows[row][pixel]); }
 
-    // Cb, Cr, Cb, Cr... of the pixels' groups, centred on 0.
+    // Cb, Cr, Cb, Cr and so on of the groups that the pixels are in, centred on 0.
     Pixels chroma(int pixel) const { return Pixels::load(&m_chroma[pixel]); }
 
     Pixels alpha(int pixel) const
@@ -62,8 +61,10 @@ private:
         } else {
             const auto second =
                 GroupCodes<Packing>::unpacked(PackedGroups::load(groups + 2 * Packing::bytes));
-            return {joined(first.luma, second.luma), joined(first.chroma, second.chroma),
-                    joined(first.lumaBelow, second.lumaBelow), joined(first.alpha, second.alpha)};
+            return {concatenated(first.luma, second.luma),
+                    concatenated(first.chroma, second.chroma),
+                    concatenated(first.lumaBelow, second.lumaBelow),
+                    concatenated(first.alpha, second.alpha)};
         }
     }
 
@@ -80,12 +81,12 @@ private:
     alignas(64) Values m_alpha{};
 };
 
-// Four channels of four pixels as two pixels, and two.
+// Turns four channels of four pixels into two pairs of pixels.
 template <class T>
 std::array<PixelPair<T>, 2> pairsOf(const std::array<Vector<T, 4>, 4>& channels)
 {
-    const auto even = joined(channels[0], channels[2]);
-    const auto odd = joined(channels[1], channels[3]);
+    const auto even = concatenated(channels[0], channels[2]);
+    const auto odd = concatenated(channels[1], channels[3]);
     const auto left = even.template shuffled<0, 8, 1, 9, 4, 12, 5, 13>(odd);
     const auto right = even.template shuffled<2, 10, 3, 11, 6, 14, 7, 15>(odd);
     return {left.template shuffled<0, 1, 4, 5, 2, 3, 6, 7>(),
@@ -110,7 +111,7 @@ struct ChromaTerms
     Pixels greenByCr;
     Pixels blue;
 
-    // One of two neighbours in both lanes.
+    // Repeats the first or second of each two neighbours in both their lanes.
     template <int which>
     static Pixels spread(const Pixels& pairs)
     {
@@ -121,7 +122,7 @@ struct ChromaTerms
                                            which + 6, which + 6>();
     }
 
-    // The lanes are Cb, Cr, Cb, Cr... of the pixels' groups.
+    // The lanes are Cb, Cr, Cb, Cr and so on of the groups that the pixels are in.
     explicit ChromaTerms(const Pixels& chroma)
     {
         const auto cb = spread<0>(chroma);

@@ -11,7 +11,7 @@ namespace {
 // One value for each of four neighbouring pixels.
 using Quad = Vector<double, 4>;
 
-// Four pixels, two after two, channel by channel: the first two channels, then the others.
+// Sorts four pixels by channel: one vector has the first two channels, the other the last two.
 template <class T>
 std::array<Vector<T, 8>, 2> channelsOf(const PixelPair<T>& first, const PixelPair<T>& second)
 {
@@ -82,13 +82,14 @@ struct YCbCrQuad
                 channels[3]};
     }
 
-    // Cb and Cr of the first and of the third pixel, or of those to their right.
+    // Cb, Cr, Cb, Cr of the first and third pixel, and of the second and fourth.
     Quad leftChroma() const { return cb.shuffled<0, 4, 2, 6>(cr); }
     Quad rightChroma() const { return cb.shuffled<1, 5, 3, 7>(cr); }
 };
 
-// The codes of sums of `count` values, a power of two, cut to the width of their fields but not
-// clamped. To divide by such a count first would not round another way.
+// The codes of averages, from sums of `count` values. They are cut to the width of their fields,
+// not clamped. As the count is a power of two, it does not matter that the sum is not divided
+// first.
 Vector<std::int32_t, 4> codes(const Quad& sums, unsigned max, int count = 1)
 {
     const auto scale = static_cast<double>(max) / count;
@@ -96,7 +97,7 @@ Vector<std::int32_t, 4> codes(const Quad& sums, unsigned max, int count = 1)
            Vector<std::int32_t, 4>(static_cast<std::int32_t>(max));
 }
 
-// The two groups whose first pixel is given.
+// The codes of two neighbouring groups, of which `pixels` is the first pixel.
 template <class Packing, ChannelOrder order, ChannelType type>
 GroupPair groupsOf(const std::uint8_t* pixels, std::size_t rowStep)
 {
