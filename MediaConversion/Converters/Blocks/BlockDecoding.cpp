@@ -41,13 +41,6 @@ Bytes bytesOf(const BlockValues& low, const BlockValues& high)
     return (low | high << 8).bits<std::uint8_t>();
 }
 
-struct Rgb
-{
-    BlockValues red;
-    BlockValues green;
-    BlockValues blue;
-};
-
 // Expands a 5-bit or 6-bit channel of an endpoint to 8 bits, rounded to the nearest.
 template <int bits>
 BlockValues expandedRounding(const BlockWords& value)

@@ -10,13 +10,6 @@ namespace {
 // One channel of the 16 pixels.
 using BlockChannel = std::array<BlockValues, blockPixels>;
 
-struct Rgb
-{
-    BlockValues red;
-    BlockValues green;
-    BlockValues blue;
-};
-
 // Loads a row of pixels of each block. Reads whole lanes, which reach past pixels of three
 // channels.
 template <ChannelOrder order>

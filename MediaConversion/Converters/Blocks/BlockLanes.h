@@ -15,6 +15,14 @@ using Bytes = Vector<std::uint8_t, registerBytes>;
 using BlockWords = Vector<std::uint16_t, registerBytes / 2>;
 using BlockValues = Vector<std::int16_t, registerBytes / 2>;
 
+// One colour of each block.
+struct Rgb
+{
+    BlockValues red;
+    BlockValues green;
+    BlockValues blue;
+};
+
 // Shuffles across the 128-bit lanes of a register are slow. Each lane therefore has a run of blocks
 // of its own, is loaded and stored by itself and never meets the others:
 //
