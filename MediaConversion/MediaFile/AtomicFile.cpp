@@ -98,7 +98,7 @@ private:
     const int m_descriptor;
 };
 
-// A negative number for a folder that may be written to but not read.
+// Opens the folder; gives a negative number where it may be written to but not read.
 int openFolder(const std::string& name)
 {
     for (;;) {
@@ -114,11 +114,11 @@ int openFolder(const std::string& name)
 void synchroniseFolder(int folder, int file)
 {
     if (folder < 0) {
-        // All of the file system takes longer, but needs no folder.
+        // To synchronise the whole file system takes longer but needs no folder.
         completed([&] { return ::syncfs(file); });
         return;
     }
-    // What some file systems cannot do for folders they do not need.
+    // File systems that cannot synchronise a folder do not need it.
     completed([&] {
         const int result = ::fsync(folder);
         return result != 0 && errno == EINVAL ? 0 : result;
@@ -127,7 +127,7 @@ void synchroniseFolder(int folder, int file)
 
 }
 
-// What fails here runs the destructor, as another constructor has finished.
+// A failure in here runs the destructor, because another constructor has finished.
 AtomicFile::AtomicFile(const std::wstring& fileName, const std::string& extension)
     : AtomicFile(checkedName(fileName))
 {
@@ -138,7 +138,7 @@ AtomicFile::AtomicFile(const std::wstring& fileName, const std::string& extensio
         removeTemporary();
         createTemporary(folder, extension);
     }
-    // Its own time is that of the file system, which may be another machine's.
+    // Ages are counted by the file system's clock, which may be another machine's.
     struct stat status;
     if (::fstat(m_descriptor, &status) == 0)
         removeAbandonedFiles(folder, status.st_mtime - secondsUntilAbandoned(folder));
@@ -165,7 +165,7 @@ void AtomicFile::createTemporary(const std::string& folder, const std::string& e
     m_temporaryName = folder + newTemporaryName(extension);
     UnfinishedFiles unfinished;
     unfinished.names.insert(m_temporaryName);
-    // Whatever the permissions will be, it can be opened once more to be written by name.
+    // Until it gets its permissions, the file can be opened by name and written once more.
     const auto permissions = m_permissions.value_or(newFilePermissions) | S_IWUSR;
     m_descriptor = completed([&] {
         return ::open(m_temporaryName.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC,
@@ -184,15 +184,15 @@ void AtomicFile::write(std::span<const std::byte> bytes)
 
 void AtomicFile::commit()
 {
-    // Opening the file has taken the umask off.
+    // Opening applied the umask; a file that is replaced passes its own permissions on.
     if (m_permissions)
         completed([this] { return ::fchmod(m_descriptor, *m_permissions); });
     completed([this] { return ::fsync(m_descriptor); });
     const Descriptor folder(openFolder(folderOf(m_name)));
-    // Keeps the lock until the file stands under its name.
+    // The second descriptor keeps the lock until the file stands under its name.
     const Descriptor duplicate(
         completed([this] { return ::fcntl(m_descriptor, F_DUPFD_CLOEXEC, 0); }));
-    // Tells of failures too. An interrupted close has closed the file.
+    // Closing reports failures too. An interrupted close has closed the file.
     if (::close(std::exchange(m_descriptor, -1)) != 0 && errno != EINTR)
         failWith(errno);
     takeName();
@@ -225,7 +225,7 @@ void AtomicFile::removeUnfinished()
     removeAll();
 }
 
-// What stands under the name: nothing yet, or a file that may be replaced.
+// Looks at what stands under the name: nothing yet, or a file that may be replaced.
 void AtomicFile::findTarget()
 {
     struct stat status;
@@ -240,7 +240,7 @@ void AtomicFile::findTarget()
         failWith(EISDIR);
     if (!S_ISREG(status.st_mode))
         fail("Not a regular file");
-    // To rename, the folder's permissions are enough, but a file is protected for a reason.
+    // The folder's permissions would be enough to rename, but a file is protected for a reason.
     if (::faccessat(AT_FDCWD, m_name.c_str(), W_OK, AT_EACCESS) != 0)
         failWith(errno);
     std::error_code error;

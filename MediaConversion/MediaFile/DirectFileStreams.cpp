@@ -17,10 +17,10 @@ namespace MediaConversion {
 
 namespace {
 
-// A page: no device wants memory aligned to more.
+// A page; no device asks for more.
 constexpr std::size_t pageSize = 4096;
 
-// Uncached reads are made as large as to cost few, cached ones as they are wanted.
+// Uncached reads are large, so that there are few; cached ones are as large as what is wanted.
 constexpr std::streamoff uncachedBlockSize = 1 << 20;
 constexpr std::streamoff cachedBlockSize = 1 << 13;
 
@@ -105,8 +105,8 @@ std::streamsize DirectFileBuffer::xsgetn(char* destination, std::streamsize coun
     return taken;
 }
 
-// Whole units to the caller's memory; 0 at the end of the file, when position or memory is not
-// aligned and when little is wanted.
+// Reads whole units straight into the caller's memory. Reads nothing at the end of the file, where
+// position or memory is not aligned, and where less than a buffer is wanted.
 std::streamsize DirectFileBuffer::readStraight(char* destination, std::streamsize count)
 {
     const auto start = position();
@@ -119,7 +119,7 @@ std::streamsize DirectFileBuffer::readStraight(char* destination, std::streamsiz
     return taken;
 }
 
-// Throws on a failure, from which the stream above takes its bad bit.
+// Throws on a failure; the stream above catches it and sets its bad bit.
 std::streamsize DirectFileBuffer::readAt(off_type position, char* destination,
                                          std::streamsize count) const
 {

@@ -11,8 +11,8 @@ namespace {
 
 constexpr char32_t undecodable = 0xDC00;
 
-// A form of UTF-8: how many bytes a character takes, told by its first byte, and which characters
-// are allowed to take so many.
+// A form of UTF-8: the first byte tells how many bytes a character takes, and only the characters
+// of the range may take so many.
 struct Form
 {
     unsigned leadMask;
@@ -48,7 +48,7 @@ unsigned byteAt(std::string_view text, std::size_t index)
     return static_cast<unsigned char>(text[index]);
 }
 
-// The character at the start of a text that is not empty.
+// Decodes the character at the start of a text, which is not empty.
 Decoded decodeFirst(std::string_view text)
 {
     const Decoded nothing{undecodable + byteAt(text, 0), 1};
@@ -70,7 +70,7 @@ Decoded decodeFirst(std::string_view text)
     return nothing;
 }
 
-// Appends the character's bytes; false, and nothing appended, when it has none.
+// Appends the character's bytes. False for a character that has none.
 bool encode(wchar_t wide, std::string& narrow)
 {
     const auto character = static_cast<char32_t>(wide);

@@ -50,7 +50,7 @@ int openRegularFile(const char* fileName, int flags)
         descriptor = openLeasedFile(fileName, flags);
     if (descriptor < 0)
         return -1;
-    // The flags take back that nothing is waited for: from a file, one waits for its bytes.
+    // Only the opening must not wait: reads do wait for the bytes of a file.
     if (isRegular(descriptor) && ::fcntl(descriptor, F_SETFL, flags) == 0)
         return descriptor;
     ::close(descriptor);

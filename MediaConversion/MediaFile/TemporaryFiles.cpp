@@ -25,8 +25,8 @@ constexpr std::string_view digits = "0123456789abcdef";
 constexpr std::size_t digitCount = 16;
 constexpr std::string_view end = ".tmp";
 
-// A lock that another machine holds may be invisible here, and a writer that is stopped writes
-// nothing: the longer it may be so, the safer.
+// Where another machine may hold a lock that is invisible here, a file has to be this old. A writer
+// may be stopped for a while without being dead.
 constexpr std::int64_t secondsUntilAbandonedElsewhere = 24 * 60 * 60;
 
 bool isTemporaryName(std::string_view name)
@@ -40,8 +40,8 @@ bool isTemporaryName(std::string_view name)
     return name.starts_with(end) && (name.size() == end.size() || name.rfind('.') == end.size());
 }
 
-// Of the open file, not of the process, which would lose it with the first of its descriptors; and
-// a byte that no file has: where locks keep others from writing, this one keeps nobody.
+// The lock belongs to the open file; a process would lose its own with the first descriptor that it
+// closes. The locked byte lies behind every file's end, so that no writer is ever kept waiting.
 bool lock(int descriptor)
 {
     struct flock region

@@ -107,7 +107,7 @@ std::unique_ptr<IFrame> textureFrame(std::unique_ptr<IFrame>)
 
 }
 
-// The frame behind the headers of the open file.
+// Where the frame of the open file lies, and what it has to be.
 struct VelmoraMediaFileReader::StoredFrame
 {
     Velmora::FrameFormat format;
@@ -207,8 +207,8 @@ std::unique_ptr<IFrame> VelmoraMediaFileReader::readImage(std::unique_ptr<IFrame
     const auto stored = storedFrame();
     const auto size = stored.dataSize();
     auto pool = ImageFrame::memoryPool();
-    // A few bytes of header can claim gigabytes: no memory for what the file does not hold. The
-    // frame's own complaints come before that of the missing bytes.
+    // A few bytes of header can claim gigabytes, so no memory is taken for what the file does not
+    // hold. What is wrong with the frame is reported before the missing bytes are.
     const auto remaining = remainingBytes(*m_stream);
     if (remaining && *remaining < size) {
         release();
@@ -240,7 +240,7 @@ std::unique_ptr<IFrame> VelmoraMediaFileReader::readImageDirectly(std::unique_pt
     if (!info || info->alignmentUnit() == 0)
         fail(m_fileName, directReadingRefused);
     const auto size = info->fileSize();
-    // Not of the bytes behind the frame's; but of a file that is too short, all.
+    // Bytes behind the frame are not read; a file that is too short is read to its end.
     const bool isWhole = pixels <= size && stored.dataSize() <= size - pixels;
     const auto end = isWhole ? pixels + stored.dataSize() : size;
 

@@ -21,7 +21,7 @@ using Velmora::ImageFrame;
 namespace {
 
 // What both headers say of a frame.
-struct StoredFrame
+struct HeaderFields
 {
     std::uint32_t mediaFormatCode;
     std::uint16_t width;   // pixels
@@ -39,7 +39,7 @@ std::uint32_t mediaFormatCodeOf(const Velmora::FrameFormat& format)
 }
 
 // Throws for a frame that would not be read back.
-StoredFrame storedFrame(const ImageFrame& frame)
+HeaderFields headerFields(const ImageFrame& frame)
 {
     const auto& packing = frame.format().pixelPacking;
     const auto& image = frame.image();
@@ -53,14 +53,14 @@ StoredFrame storedFrame(const ImageFrame& frame)
     if (width > limit || height > limit)
         fail("Media file cannot hold a frame of ", width, "x", height, " pixels");
     const auto byteCount = std::uint64_t{image.total()} * image.elemSize();
-    const StoredFrame stored{code, static_cast<std::uint16_t>(width),
-                             static_cast<std::uint16_t>(height)};
+    const HeaderFields stored{code, static_cast<std::uint16_t>(width),
+                              static_cast<std::uint16_t>(height)};
     if (frameDataSize(frame.format(), stored.width, stored.height) != byteCount)
         fail("Media file cannot hold a frame of ", byteCount, " bytes");
     return stored;
 }
 
-LittleEndianWriter headersOf(const StoredFrame& frame, const MediaFileOptions& options)
+LittleEndianWriter headersOf(const HeaderFields& frame, const MediaFileOptions& options)
 {
     LittleEndianWriter fields;
     fields.write(toString(options.magic));
@@ -84,7 +84,8 @@ LittleEndianWriter headersOf(const StoredFrame& frame, const MediaFileOptions& o
     return fields;
 }
 
-// As few writes as the matrix allows: one, or one a row when it is a part of a wider one.
+// Writes as few pieces as the matrix allows: one, or a row each when it is a part of a wider
+// matrix.
 void writePixels(IAtomicFile& file, const cv::Mat& image)
 {
     const int pieces = image.isContinuous() ? 1 : image.rows;
@@ -93,7 +94,7 @@ void writePixels(IAtomicFile& file, const cv::Mat& image)
         file.write(std::as_bytes(std::span(image.ptr(piece), pieceSize)));
 }
 
-// Puts the file's name, and before the reason what could not be done, to a failure.
+// Runs the operation and, when it fails, adds the file's name and what could not be done.
 template <class Operation>
 auto named(const std::wstring& fileName, std::string_view failure, Operation operation)
 {
@@ -118,7 +119,7 @@ VelmoraMediaFileWriter::VelmoraMediaFileWriter(CreateFile createFile)
 void VelmoraMediaFileWriter::write(const std::wstring& fileName, const ImageFrame& frame,
                                    const MediaFileOptions& options) const
 {
-    const auto stored = named(fileName, "", [&] { return storedFrame(frame); });
+    const auto stored = named(fileName, "", [&] { return headerFields(frame); });
     const auto file =
         named(fileName, "Failed to create file: ", [&] { return m_createFile(fileName); });
     named(fileName, "Failed to write file: ", [&] {
