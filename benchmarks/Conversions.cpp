@@ -10,56 +10,68 @@ namespace Benchmarks {
 
 using namespace Velmora::Formats;
 
-const std::vector<Conversion>& conversions()
+namespace {
+
+std::vector<Conversion> withTargets()
 {
+    using enum Scope;
     // clang-format off
-    static const auto& table = *new std::vector<Conversion>{
-        // from              to                   ours / limit on 1, 2 threads; plain / ours
-        {RGB_DPX_FILLED(),   BGRA_F32(),         {{1.15, 1.15}, 5.0}},
-        {BGR_DPX_FILLED(),   BGRA_F32(),         {{1.15, 1.15}, 5.0}},
-        {RGB_SMPTE_2110(),   BGRA_F32(),         {{1.15, 1.15}, 5.0}},
-        {BGR_SMPTE_2110(),   BGRA_F32(),         {{1.15, 1.15}, 5.0}},
-        {YUYV_422(),         BGRA_F32(),         {{1.30, 1.20}, 5.0}},
-        {ZEQ_420(),          BGRA_F32(),         {{1.30, 1.20}, 5.0}},
-        {ZEQ_422(),          BGRA_F32(),         {{1.60, 1.40}, 4.0}},
-        {ZEQ_4224_HYBRID(),  BGRA_F32(),         {{1.60, 1.40}, 2.5}},
-        {RGB_U8(),           BGRA_F32(),         {{1.50, 1.70}, 0  }},
-        {BGR_U8(),           BGRA_F32(),         {{1.50, 1.70}, 0  }},
-        {RGBA_U8(),          BGRA_F32(),         {{1.50, 1.70}, 0  }},
-        {BGRA_U8(),          BGRA_F32(),         {{1.50, 1.70}, 0  }},
-        {YCoCg_DXT5(),       BGRA_F32(),         {{2.70, 2.70}, 3.0}},
-        {BGRA_F32(),         RGB_DPX_FILLED(),   {{1.30, 1.30}, 2.5}},
-        {BGRA_F32(),         BGR_DPX_FILLED(),   {{1.30, 1.30}, 2.5}},
-        {BGRA_F32(),         RGB_SMPTE_2110(),   {{1.30, 1.30}, 2.5}},
-        {BGRA_F32(),         BGR_SMPTE_2110(),   {{1.30, 1.30}, 2.5}},
-        {BGRA_F32(),         YUYV_422(),         {{2.20, 2.20}, 2.0}},
-        {BGRA_F32(),         ZEQ_420(),          {{2.20, 2.20}, 2.0}},
-        {BGRA_F32(),         ZEQ_422(),          {{2.20, 2.20}, 2.0}},
-        {BGRA_F32(),         ZEQ_4224_HYBRID(),  {{2.20, 2.20}, 2.0}},
-        {BGRA_U8(),          YCoCg_DXT5(),       {{9.00, 9.00}, 5.0}},
-        {RGBA_U8(),          RGB_DXT1(),         {{5.00, 5.00}, 5.0}},
+    return {
+        // from              to                 scope     ours / limit on 1, 2 threads; reference / ours
+        {RGB_DPX_FILLED(),   BGRA_F32(),        Growing,  {1.15, 1.15},  5.0},
+        {BGR_DPX_FILLED(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
+        {RGB_SMPTE_2110(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
+        {BGR_SMPTE_2110(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
+        {YUYV_422(),         BGRA_F32(),        Usual,    {1.30, 1.20},  5.0},
+        {ZEQ_420(),          BGRA_F32(),        Usual,    {1.30, 1.20},  5.0},
+        {ZEQ_422(),          BGRA_F32(),        Growing,  {1.60, 1.40},  4.0},
+        {ZEQ_4224_HYBRID(),  BGRA_F32(),        Usual,    {1.60, 1.40},  2.5},
+        {RGB_U8(),           BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {BGR_U8(),           BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {RGBA_U8(),          BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {BGRA_U8(),          BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {YCoCg_DXT5(),       BGRA_F32(),        Growing,  {2.70, 2.70},  3.0},
+        {BGRA_F32(),         RGB_DPX_FILLED(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         BGR_DPX_FILLED(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         RGB_SMPTE_2110(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         BGR_SMPTE_2110(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         YUYV_422(),        Usual,    {2.20, 2.20},  2.0},
+        {BGRA_F32(),         ZEQ_420(),         Growing,  {2.20, 2.20},  2.0},
+        {BGRA_F32(),         ZEQ_422(),         Usual,    {2.20, 2.20},  2.0},
+        {BGRA_F32(),         ZEQ_4224_HYBRID(), Usual,    {2.20, 2.20},  2.0},
+        {BGRA_U8(),          YCoCg_DXT5(),      Growing,  {9.00, 9.00},  5.0},
+        {RGBA_U8(),          RGB_DXT1(),        Usual,    {5.00, 5.00},  5.0},
+        {RGB_DPX_FILLED(),   BGRA_F32(),        PeersFromFile},
+        {YCoCg_DXT5(),       BGRA_U8(),         Peers},
     };
     // clang-format on
-    return table;
 }
 
-std::vector<Conversion> furtherConversions()
+std::vector<Conversion> withFurther(std::vector<Conversion> conversions)
 {
-    std::vector<Conversion> further;
+    const auto known = conversions;
     for (const auto& [formats, steps] : MediaConversion::conversionRegistry()) {
-        const Conversion conversion{formats.second, formats.first, {}};
-        const auto& source = conversion.source;
+        const auto& [destination, source] = formats;
+        const Conversion further{source, destination, Scope::Further};
         const bool starts = source == BGRA_F32() || source == BGRA_U8() || source == RGB_U8() ||
                             source == RGBA_U8();
         const bool isDirect = steps.size() == 1 || source == BGRA_F32();
-        const bool isKnown = std::ranges::any_of(conversions(), [&](const auto& known) {
-            return known.source == source && known.destination == conversion.destination;
+        const bool isKnown = std::ranges::any_of(known, [&](const auto& each) {
+            return each.source == further.source && each.destination == further.destination;
         });
-        const bool packs = Velmora::PackedFormatCvTypes().contains(conversion.destination);
+        const bool packs = Velmora::PackedFormatCvTypes().contains(destination);
         if (starts && isDirect && packs && !isKnown)
-            further.push_back(conversion);
+            conversions.push_back(further);
     }
-    return further;
+    return conversions;
+}
+
+}
+
+const std::vector<Conversion>& conversions()
+{
+    static const auto& table = *new std::vector(withFurther(withTargets()));
+    return table;
 }
 
 std::string shortName(const Velmora::FrameFormat& format)
@@ -69,9 +81,17 @@ std::string shortName(const Velmora::FrameFormat& format)
     return format.pixelFormat + ' ' + toString(format.channelType);
 }
 
-std::string shortName(const Conversion& conversion)
+std::string nameOf(const Conversion& conversion)
 {
-    return shortName(conversion.source) + " to " + shortName(conversion.destination);
+    const auto name = shortName(conversion.source) + " to " + shortName(conversion.destination);
+    switch (conversion.scope) {
+        case Scope::PeersFromFile:
+            return name + ", from a file";
+        case Scope::Further:
+            return "further: " + name;
+        default:
+            return name;
+    }
 }
 
 }

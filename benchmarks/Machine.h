@@ -4,7 +4,8 @@
 
 namespace Benchmarks {
 
-// On what and when the program runs, a Markdown table: processor, compiler, libraries, date.
-std::string machineTable();
+// Takes the kernel level that KERNEL_LEVEL names, and adds to the context of Google Benchmark's
+// report what it does not say of the machine by itself.
+void describeMachine();
 
 }

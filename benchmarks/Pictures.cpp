@@ -2,7 +2,7 @@
 
 #include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "benchmarks/OurWork.h"
+#include "benchmarks/Work.h"
 
 #include <opencv2/core.hpp>
 
@@ -51,6 +51,12 @@ cv::Mat smooth(const cv::Size& size)
     return image;
 }
 
+}
+
+std::string nameOf(const Setting& setting)
+{
+    return cv::format("%s/%d/%d", setting.picture == Picture::Noise ? "noise" : "smooth",
+                      setting.height, setting.threads);
 }
 
 cv::Mat makePicture(const FrameFormat& format, const Setting& setting)

@@ -5,6 +5,7 @@
 #include <opencv2/core/mat.hpp>
 
 #include <compare>
+#include <string>
 
 namespace Benchmarks {
 
@@ -24,8 +25,10 @@ struct Setting
     auto operator<=>(const Setting&) const = default;
 
     cv::Size size() const { return {height * 16 / 9, height}; }
-    double pixels() const { return double(size().area()); }
 };
+
+// How a benchmark names it: "noise/1080/2".
+std::string nameOf(const Setting& setting);
 
 cv::Mat makePicture(const Velmora::FrameFormat& format, const Setting& setting);
 

@@ -1,19 +1,20 @@
 // What a user waits for who scrubs through a shot: a file is opened, its frame converted and all
 // its rows pulled. In the steady state that is held against reading the file, the limit of the
 // memory and the copying of the rows; the first frame against touching the pages that it is the
-// first to use. Prints a table, marking with "!" what misses its target.
+// first to use. Names are as those of the conversions' benchmarks.
 
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "benchmarks/Limit.h"
-#include "benchmarks/OurWork.h"
+#include "benchmarks/Machine.h"
 #include "benchmarks/Pictures.h"
-#include "benchmarks/ScratchFolder.h"
-#include "benchmarks/Timing.h"
+#include "benchmarks/Work.h"
 #include "host/headless/HostedReader.h"
+#include "tests/MediaFile/TemporaryFolder.h"
 
+#include <benchmark/benchmark.h>
 #include <opencv2/core/utility.hpp>
 
 #include <fcntl.h>
@@ -22,43 +23,49 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
+#include <functional>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <thread>
-#include <vector>
 
 namespace {
 
-using Benchmarks::median;
-using Benchmarks::secondsOf;
-using Benchmarks::Setting;
+using namespace Benchmarks;
 using DD::Image::Row;
 using Velmora::FrameFormat;
 
-constexpr int warmUps = 5;
-constexpr int rounds = 15;
-constexpr int firstFrames = 7;
+constexpr int threads = 2;
 
+// A file of noise, in memory.
 struct Clip
 {
-    FrameFormat format;
+    Clip(const FrameFormat& format, int height)
+        : setting{Benchmarks::Picture::Noise, height, threads}, file(folder.file("frame.zeq"))
+    {
+        MediaConversion::VelmoraMediaFileWriter().write(
+            MediaConversion::wideFileName(file), *frameOf(format, makePicture(format, setting)));
+    }
+
+    MediaConversion::MediaFileTests::TemporaryFolder folder{"/dev/shm"};
     Setting setting;
     std::string file;
 };
 
-double steadyTarget(const FrameFormat& format)
+template <class Operation>
+double secondsOf(const Operation& operation)
 {
-    return format == Velmora::Formats::YCoCg_DXT5() ? 1.5 : 1.2;
+    const auto start = std::chrono::steady_clock::now();
+    operation();
+    return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
 }
-
-constexpr double firstFrameTarget = 1.2;
 
 // The rows of a frame as a host takes them that pulls with two threads.
 template <class PullRow>
@@ -127,97 +134,55 @@ private:
     const cv::Mat& m_image;
 };
 
-void readFile(const std::string& file, cv::Mat& bytes)
+// A host that has shown a few frames of a clip, and what its work is measured beside.
+class SteadyState
 {
-    const int descriptor = ::open(file.c_str(), O_RDONLY | O_CLOEXEC);
-    const auto taken = ::read(descriptor, bytes.data, bytes.total());
-    ::close(descriptor);
-    if (taken != static_cast<ssize_t>(bytes.total()))
-        throw std::runtime_error("cannot read " + file);
-}
-
-struct SteadyFigures
-{
-    double open, rows, fileRead, limit, rowCopy;  // milliseconds
-    double ratio;
-};
-
-SteadyFigures measureSteadyState(const Clip& clip)
-{
-    Scrubbing scrubbing(clip);
-    cv::Mat bytes(1, static_cast<int>(std::filesystem::file_size(clip.file)), CV_8U,
-                  cv::Scalar::all(1));
-    cv::Mat images[2];
-    for (auto& image : images)
-        image = cv::Mat(clip.setting.size(), CV_32FC4, cv::Scalar::all(0.5));
-    std::array<std::vector<double>, 5> times;
-    std::vector<double> ratios;
-    for (int round = -warmUps; round < rounds; ++round) {
-        cv::Mat& image = images[round & 1];
-        RowCopy copy(image);
-        const std::array now{
-            secondsOf([&] { scrubbing.open(); }),
-            secondsOf([&] { scrubbing.pullAllRows(); }),
-            secondsOf([&] { readFile(clip.file, bytes); }),
-            secondsOf([&] { readAndWrite(bytes, image); }),
-            secondsOf([&] {
-                pullRows(image.size(), [&](int y, Row& row) {
-                    copy.engine(y, 0, row.r(), DD::Image::Mask_RGBA, row);
-                });
-            }),
-        };
-        if (round < 0)
-            continue;
-        for (std::size_t part = 0; part < now.size(); ++part)
-            times[part].push_back(now[part] * 1e3);
-        ratios.push_back((now[0] + now[1]) / (now[2] + now[3] + now[4]));
+public:
+    SteadyState(const FrameFormat& format, int height)
+        : m_clip(format, height),
+          m_scrubbing(m_clip),
+          m_bytes(1, static_cast<int>(std::filesystem::file_size(m_clip.file)), CV_8U)
+    {
+        cv::setNumThreads(threads);
+        for (auto& image : m_images)
+            image = cv::Mat(m_clip.setting.size(), CV_32FC4, cv::Scalar::all(0.5));
+        constexpr int framesUntilThePoolIsFilled = 5;
+        for (int frame = 0; frame < framesUntilThePoolIsFilled; ++frame)
+            m_scrubbing.open();
+        readFile();
     }
-    return {median(times[0]), median(times[1]), median(times[2]),
-            median(times[3]), median(times[4]), median(ratios)};
-}
 
-std::size_t pageFaults()
-{
-    rusage usage;
-    ::getrusage(RUSAGE_SELF, &usage);
-    return static_cast<std::size_t>(usage.ru_minflt);
-}
+    void open() { m_scrubbing.open(); }
+    void pullAllRows() { m_scrubbing.pullAllRows(); }
+    void limit(const Stores& stores) { readAndWrite(stores, m_bytes, m_images[m_turn ^= 1]); }
 
-struct FirstFrame
-{
-    double seconds;
-    std::size_t pages;
+    void readFile()
+    {
+        const int descriptor = ::open(m_clip.file.c_str(), O_RDONLY | O_CLOEXEC);
+        const auto taken = ::read(descriptor, m_bytes.data, m_bytes.total());
+        ::close(descriptor);
+        if (taken != static_cast<ssize_t>(m_bytes.total()))
+            throw std::runtime_error("cannot read " + m_clip.file);
+    }
+
+    void copyRows()
+    {
+        const auto& image = m_images[m_turn ^= 1];
+        RowCopy copy(image);
+        pullRows(image.size(),
+                 [&](int y, Row& row) { copy.engine(y, 0, row.r(), DD::Image::Mask_RGBA, row); });
+    }
+
+private:
+    Clip m_clip;
+    Scrubbing m_scrubbing;
+    cv::Mat m_bytes;
+    cv::Mat m_images[2];
+    int m_turn = 0;
 };
-
-FirstFrame measureFirstFrame(const Clip& clip)
-{
-    // The workers are there already, as in a host that has shown another picture.
-    cv::parallel_for_(cv::Range(0, 64), [](const cv::Range&) { ::usleep(100); });
-    Scrubbing scrubbing(clip);
-    const auto faults = pageFaults();
-    const double time = secondsOf([&] { scrubbing.open(); });
-    return {time, pageFaults() - faults};
-}
-
-double measureTouching(std::size_t pages)
-{
-    const auto pageSize = static_cast<std::size_t>(::getpagesize());
-    void* const memory = ::mmap(nullptr, pages * pageSize, PROT_READ | PROT_WRITE,
-                                MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
-        throw std::runtime_error("no memory");
-    const auto touch = [&](std::size_t first, std::size_t end) {
-        for (std::size_t page = first; page < end; ++page)
-            static_cast<volatile char*>(memory)[page * pageSize] = 1;
-    };
-    return secondsOf([&] {
-        const std::jthread other(touch, pages / 2, pages);
-        touch(0, pages / 2);
-    });
-}
 
 // What an operation gives in a process of its own, whose memory nobody has touched and which has no
-// other threads. This process must not start any.
+// other threads. This process must not have started any.
 template <class Operation>
 auto inNewProcess(const Operation& operation)
 {
@@ -245,73 +210,118 @@ auto inNewProcess(const Operation& operation)
     return result;
 }
 
-struct FirstFrameFigures
+struct FirstFrame
 {
-    double first, touching;  // milliseconds
-    double ratio;
+    double seconds;
+    long pages;
 };
 
-FirstFrameFigures measureFirstFrames(const Clip& clip)
+FirstFrame measureFirstFrame(const Clip& clip)
 {
-    std::vector<double> firsts;
-    std::vector<double> touchings;
-    std::vector<double> ratios;
-    for (int repetition = 0; repetition < firstFrames; ++repetition) {
-        const auto first = inNewProcess([&] { return measureFirstFrame(clip); });
-        const double touching = inNewProcess([&] { return measureTouching(first.pages); });
-        firsts.push_back(first.seconds * 1e3);
-        touchings.push_back(touching * 1e3);
-        ratios.push_back(first.seconds / touching);
-    }
-    return {median(firsts), median(touchings), median(ratios)};
+    // The workers are there already, as in a host that has shown another picture.
+    cv::setNumThreads(threads);
+    cv::parallel_for_(cv::Range(0, 64), [](const cv::Range&) { ::usleep(100); });
+    const auto pageFaults = [] {
+        rusage usage;
+        ::getrusage(RUSAGE_SELF, &usage);
+        return usage.ru_minflt;
+    };
+    Scrubbing scrubbing(clip);
+    const auto faults = pageFaults();
+    const double time = secondsOf([&] { scrubbing.open(); });
+    return {time, pageFaults() - faults};
 }
 
-int writeFile(const Clip& clip)
+double measureTouching(long pages)
 {
-    const auto picture = Benchmarks::makePicture(clip.format, clip.setting);
-    MediaConversion::VelmoraMediaFileWriter().write(MediaConversion::wideFileName(clip.file),
-                                                    *Benchmarks::frameOf(clip.format, picture));
-    return 0;
+    const long pageSize = ::getpagesize();
+    void* const memory = ::mmap(nullptr, static_cast<std::size_t>(pages * pageSize),
+                                PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (memory == MAP_FAILED)
+        throw std::runtime_error("no memory");
+    const auto touch = [&](long first, long end) {
+        for (long page = first; page < end; ++page)
+            static_cast<volatile char*>(memory)[page * pageSize] = 1;
+    };
+    return secondsOf([&] {
+        const std::jthread other(touch, pages / 2, pages);
+        touch(0, pages / 2);
+    });
 }
 
-constexpr auto heading =
-    "## From file to rows\n\n"
-    "| file, height | file read, ms | limit, ms | row copy, ms | open and convert, ms "
-    "| rows, ms | ours / the three | at most | first frame, ms | its pages, ms "
-    "| first / pages | at most |\n"
-    "|---|---|---|---|---|---|---|---|---|---|---|---|\n";
-
-std::string marked(double ratio, double target)
+void add(const std::string& name, const std::function<void(benchmark::State&)>& run)
 {
-    return cv::format("%.2f%s", ratio, ratio > target ? " !" : "");
+    benchmark::RegisterBenchmark(name.c_str(), run)
+        ->Iterations(1)
+        ->UseManualTime()
+        ->Unit(benchmark::kMillisecond);
 }
 
-void measure(const Clip& clip)
+void registerSteadyState(const FrameFormat& format, int height)
 {
-    inNewProcess([&] { return writeFile(clip); });
-    const auto steady = inNewProcess([&] { return measureSteadyState(clip); });
-    const auto first = measureFirstFrames(clip);
-    std::printf(
-        "| %s, %d | %.2f | %.2f | %.2f | %.2f | %.2f | %s | %.1f | %.1f | %.1f | %s | %.1f |\n",
-        Benchmarks::shortName(clip.format).c_str(), clip.setting.height, steady.fileRead,
-        steady.limit, steady.rowCopy, steady.open, steady.rows,
-        marked(steady.ratio, steadyTarget(clip.format)).c_str(), steadyTarget(clip.format),
-        first.first, first.touching, marked(first.ratio, firstFrameTarget).c_str(),
-        firstFrameTarget);
-    std::fflush(stdout);
-    std::filesystem::remove(clip.file);
+    const auto group = shortName(format) + " to rows/" +
+                       nameOf(Setting{Benchmarks::Picture::Noise, height, threads}) + '/';
+    const auto host = std::make_shared<std::optional<SteadyState>>();
+    const auto ready = [=]() -> SteadyState& {
+        if (!*host)
+            host->emplace(format, height);
+        return **host;
+    };
+    add(group + "ours", [=](benchmark::State& state) {
+        auto& steady = ready();
+        for (auto _ : state) {
+            const double open = secondsOf([&] { steady.open(); });
+            const double rows = secondsOf([&] { steady.pullAllRows(); });
+            state.SetIterationTime(open + rows);
+            state.counters["open"] = open * 1e3;
+            state.counters["rows"] = rows * 1e3;
+        }
+        state.counters["target"] = format == Velmora::Formats::YCoCg_DXT5() ? 1.5 : 1.2;
+    });
+    const auto addPart = [&](const std::string& contender,
+                             const std::function<void(SteadyState&)>& operation) {
+        add(group + contender, [=](benchmark::State& state) {
+            auto& steady = ready();
+            for (auto _ : state)
+                state.SetIterationTime(secondsOf([&] { operation(steady); }));
+        });
+    };
+    addPart("file read", &SteadyState::readFile);
+    addPart("row copy", &SteadyState::copyRows);
+    for (const auto& stores : storesOfThisMachine())
+        addPart(std::string("limit: ") + stores.name,
+                [=](SteadyState& steady) { steady.limit(stores); });
+}
+
+void registerFirstFrame(const FrameFormat& format, int height)
+{
+    const auto group = shortName(format) + " first frame/" +
+                       nameOf(Setting{Benchmarks::Picture::Noise, height, threads}) + '/';
+    add(group + "ours", [=](benchmark::State& state) {
+        const Clip clip(format, height);
+        for (auto _ : state) {
+            const auto first = inNewProcess([&] { return measureFirstFrame(clip); });
+            const double pages = inNewProcess([&] { return measureTouching(first.pages); });
+            state.SetIterationTime(first.seconds);
+            state.counters["pages"] = pages * 1e3;
+        }
+        state.counters["target"] = 1.2;
+    });
 }
 
 }
 
-int main()
-try {
-    std::fputs(heading, stdout);
-    const Benchmarks::ScratchFolder folder;
+int main(int argc, char** argv)
+{
+    benchmark::Initialize(&argc, argv);
+    if (benchmark::ReportUnrecognizedArguments(argc, argv))
+        return 2;
+    describeMachine();
     for (const int height : {1080, 2160})
-        for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-            measure({format, {Benchmarks::Picture::Noise, height, 2}, folder.file("frame.zeq")});
-} catch (const std::exception& error) {
-    std::fprintf(stderr, "%s\n", error.what());
-    return 1;
+        for (const auto& [code, format] : MediaConversion::mediaFormatCodes()) {
+            registerSteadyState(format, height);
+            registerFirstFrame(format, height);
+        }
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
 }

@@ -2,26 +2,60 @@
 
 #include "benchmarks/Work.h"
 
-#include <memory>
+#include <string>
+#include <vector>
 
-// Other libraries' ways to do what ours do. Each takes a source as our conversion has it, and the
-// number of threads, which libraries without threads of their own ignore.
-namespace Benchmarks::Peers {
+namespace Benchmarks {
 
-// FFmpeg's libswscale, to planes of float green, blue and red.
-std::unique_ptr<Work> scaleYuyv422(const cv::Mat& source, int threads);
-std::unique_ptr<Work> scaleYuv422p10(const cv::Mat& source, int threads);
-std::unique_ptr<Work> scaleYuv420p(const cv::Mat& source, int threads);
-std::unique_ptr<Work> scaleX2rgb10(const cv::Mat& source, int threads);
+// Another library on the nearest same work, beside our conversion of the same picture.
+struct Peer
+{
+    const char* library;
+    const char* work;
+    Velmora::FrameFormat source;
+    Velmora::FrameFormat destination;
+    bool readsFile;        // as ours does then
+    double leastOfTheirs;  // theirs / ours
+    bool isThreaded;       // otherwise it is compared on one thread only
+    Work (*create)(const cv::Mat& source, int threads);
+    const char* difference;
 
-// FFmpeg's libavcodec.
-std::unique_ptr<Work> decodeDds(const cv::Mat& source, int threads);
-std::unique_ptr<Work> encodeHap(const cv::Mat& source, int threads);
-std::unique_ptr<Work> encodeHapQ(const cv::Mat& source, int threads);
+    std::string name() const { return std::string(library) + ": " + work; }
+    bool isBeside(const Conversion& conversion) const;
+};
 
-std::unique_ptr<Work> readDpx(const cv::Mat& source, int threads);
-std::unique_ptr<Work> convertYuy2(const cv::Mat& source, int threads);
-std::unique_ptr<Work> encodeBySquish(const cv::Mat& source, int threads);
-std::unique_ptr<Work> encodeByStb(const cv::Mat& source, int threads);
+const std::vector<Peer>& peers();
+
+// Peak signal to noise of the photograph, in dB: of decoders, theirs to ours; of encoders, each to
+// what they encoded.
+struct Quality
+{
+    double theirs;
+    double ours = 0;
+};
+
+Quality qualityOf(const Peer& peer);
+
+// Of the libraries that say theirs: "FFmpeg 5.1, OpenImageIO 2.4.7".
+std::string versionsOfPeers();
+
+// Each takes a source as our conversion has it. What has no threads of its own ignores their
+// number.
+namespace Peers {
+
+Work scaleYuyv422(const cv::Mat& source, int threads);
+Work scaleYuv422p10(const cv::Mat& source, int threads);
+Work scaleYuv420p(const cv::Mat& source, int threads);
+Work scaleX2rgb10(const cv::Mat& source, int threads);
+Work decodeDds(const cv::Mat& source, int threads);
+Work encodeHap(const cv::Mat& source, int threads);
+Work encodeHapQ(const cv::Mat& source, int threads);
+
+Work convertYuy2(const cv::Mat& source, int threads);
+Work readDpx(const cv::Mat& source, int threads);
+Work encodeBySquish(const cv::Mat& source, int threads);
+Work encodeByStb(const cv::Mat& source, int threads);
+
+}
 
 }
