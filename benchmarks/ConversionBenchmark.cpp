@@ -1,16 +1,10 @@
-// Every conversion beside the limit, the reference and other libraries. The names of what is
-// measured are CONVERSION/PICTURE/HEIGHT/THREADS/CONTENDER; report.py runs those that share all but
-// the contender together, in one process and taking turns at random, and makes tables of their
-// ratios.
+// Every conversion beside the limit, the reference and other libraries. Benchmarks are named
+// CONVERSION/PICTURE/HEIGHT/THREADS/CONTENDER; report.py runs those that share all but the
+// contender together, in one process and taking turns at random, and makes tables of their ratios.
 
-#include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
-#include "benchmarks/Conversions.h"
-#include "benchmarks/Limit.h"
 #include "benchmarks/Machine.h"
-#include "benchmarks/Pictures.h"
+#include "benchmarks/Peers.h"
 #include "benchmarks/Work.h"
-#include "benchmarks/peers/Peers.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tests/support/InstalledPool.h"
 
@@ -21,7 +15,6 @@
 #include <functional>
 #include <map>
 #include <memory>
-#include <optional>
 #include <set>
 #include <string>
 
@@ -29,202 +22,158 @@ namespace {
 
 using namespace Benchmarks;
 
-bool sameBytes(const cv::Mat& one, const cv::Mat& other)
-{
-    return one.size() == other.size() && one.type() == other.type() &&
-           std::memcmp(one.data, other.data, one.total() * one.elemSize()) == 0;
-}
-
-// A conversion in a setting, and what it is measured beside. Sets the number of OpenCV's threads,
+// A conversion in a setting, and what its contenders work on. Sets the number of OpenCV's threads,
 // and is the only one to own a memory pool while it lives.
-class Trial
+struct Trial
 {
-public:
-    Trial(const Conversion& conversion, const Setting& setting)
-        : m_conversion(conversion),
-          m_setting(setting),
-          m_image(makePicture(conversion.source, setting)),
-          m_frame(frameOf(conversion.source, m_image)),
-          m_ours(conversion, source())
+    Trial(const Conversion& itsConversion, const Setting& itsSetting)
+        : conversion(itsConversion),
+          setting(itsSetting),
+          image(makePicture(conversion.source, setting)),
+          frame(frameOf(conversion.source, image)),
+          ours(conversion, source())
     {
         cv::setNumThreads(setting.threads);
         constexpr int framesUntilThePoolIsFilled = 5;
-        for (int frame = 0; frame < framesUntilThePoolIsFilled; ++frame)
-            ours();
-        m_outputs[0] = referenceConverted(*m_frame, conversion.destination);
-        m_outputs[1] = m_outputs[0].clone();
-        m_isExact = sameBytes(m_ours.result(), m_outputs[0]);
+        for (int k = 0; k < framesUntilThePoolIsFilled; ++k)
+            ours.run();
+        outputs[0] = referenceConverted(*frame, conversion.destination);
+        outputs[1] = outputs[0].clone();
+        const std::size_t bytes = outputs[0].total() * outputs[0].elemSize();
+        isExact = ours.result().size() == outputs[0].size() &&
+                  ours.result().type() == outputs[0].type() &&
+                  std::memcmp(ours.result().data, outputs[0].data, bytes) == 0;
     }
 
-    bool isOf(const Conversion& conversion, const Setting& setting) const
-    {
-        return &m_conversion == &conversion && m_setting == setting;
-    }
-
-    // Whether ours gave the reference's bytes, on the picture that is timed.
-    bool isExact() const { return m_isExact; }
-
-    // Whether a contender has not had its turn yet, and is to warm up.
-    bool isNew(const std::string& contender) { return m_contenders.insert(contender).second; }
-
-    void ours() { m_ours.run(); }
-    void reference() { m_result = referenceConverted(*m_frame, m_conversion.destination); }
-    void limit(const Stores& stores) { readAndWrite(stores, m_image, m_outputs[m_turn ^= 1]); }
-
-    void copy()
-    {
-        if (!m_copy)
-            m_copy.emplace(m_image, m_outputs[0], m_setting.threads);
-        m_copy->run();
-    }
-
-    void peer(const Peer& peer)
-    {
-        if (!m_peers.contains(&peer))
-            m_peers[&peer] = peer.create(m_image, m_setting.threads);
-        m_peers[&peer].run();
-    }
-
-private:
     FrameSource source()
     {
-        if (m_conversion.scope != Scope::PeersFromFile)
-            return fromMemory(m_conversion.source, m_image);
-        const auto name = m_folder.file("frame.zeq");
-        MediaConversion::VelmoraMediaFileWriter().write(MediaConversion::wideFileName(name),
-                                                        *m_frame);
-        return fromFile(name);
+        if (conversion.scope != Scope::PeersFromFile)
+            return [this] { return frameOf(conversion.source, image); };
+        writeMediaFile(folder.file("frame.zeq"), *frame);
+        return fromFile(folder.file("frame.zeq"));
     }
 
-    InstalledPool m_pool;
-    MediaConversion::MediaFileTests::TemporaryFolder m_folder{"/dev/shm"};
-    const Conversion& m_conversion;
-    Setting m_setting;
-    cv::Mat m_image;
-    std::unique_ptr<Velmora::ImageFrame> m_frame;
-    OurWork m_ours;
-    cv::Mat m_result;      // the reference's, held like ours, which would else find it in the cache
-    cv::Mat m_outputs[2];  // of the limit, in turn
-    int m_turn = 0;
-    bool m_isExact = false;
-    std::optional<Copy> m_copy;
-    std::map<const Peer*, Work> m_peers;
-    std::set<std::string> m_contenders;
+    // As many bytes to be copied as the conversion reads and writes.
+    void makeCopies()
+    {
+        const auto bytes =
+            image.total() * image.elemSize() + outputs[0].total() * outputs[0].elemSize();
+        for (auto& each : copies)
+            each = cv::Mat(setting.threads, static_cast<int>(bytes / 2 / setting.threads), CV_8U,
+                           cv::Scalar(1));
+    }
+
+    InstalledPool pool;
+    MediaConversion::MediaFileTests::TemporaryFolder folder{"/dev/shm"};
+    const Conversion& conversion;
+    Setting setting;
+    cv::Mat image;
+    std::unique_ptr<Velmora::ImageFrame> frame;
+    OurWork ours;
+    bool isExact;    // whether ours gives the reference's bytes, on the picture that is timed
+    cv::Mat result;  // the reference's, held like ours, which would else find it in the cache
+    cv::Mat outputs[2], copies[2];  // written in turn
+    int turn = 0;
+    std::map<const Peer*, PeerWork> peers;
+    std::set<std::string> contenders;  // that have warmed up
 };
 
-// Registers what is measured; makes a trial when the first of its contenders has its turn.
-class Trials
+std::unique_ptr<Trial> currentTrial;
+
+Trial& trialOf(const Conversion& conversion, const Setting& setting)
 {
-public:
-    void registerAll()
-    {
-        for (const auto& conversion : conversions())
-            for (const int height : {540, 1080, 2160, 4320})
-                for (const auto picture : {Picture::Noise, Picture::Smooth})
-                    for (const int threads : {1, 2})
-                        registerContenders(conversion, {picture, height, threads});
-        for (const auto& peer : peers())
-            registerQuality(peer);
+    if (!currentTrial || &currentTrial->conversion != &conversion ||
+        currentTrial->setting != setting) {
+        currentTrial.reset();
+        currentTrial = std::make_unique<Trial>(conversion, setting);
     }
+    return *currentTrial;
+}
 
-private:
-    using Counters = std::map<std::string, double>;
-    using Operation = std::function<void(Trial&)>;
+void add(const Conversion& conversion, const Setting& setting, const std::string& contender,
+         double target, const std::function<void(Trial&)>& operation, const char* label = "")
+{
+    const auto run = [=, &conversion](benchmark::State& state) {
+        auto& trial = trialOf(conversion, setting);
+        if (!trial.isExact)
+            return state.SkipWithError("differs from the reference");
+        if (trial.contenders.insert(contender).second)
+            operation(trial);
+        for (auto _ : state)
+            operation(trial);
+        state.counters["target"] = target;
+        state.SetLabel(label);
+    };
+    const auto name = nameOf(conversion) + '/' + nameOf(setting) + '/' + contender;
+    benchmark::RegisterBenchmark(name.c_str(), run)
+        ->Iterations(1)
+        ->UseRealTime()
+        ->Unit(benchmark::kMillisecond);
+}
 
-    void registerContenders(const Conversion& conversion, const Setting& setting)
-    {
-        const bool isUsualSize = setting.height == 1080 || setting.height == 2160;
-        const bool isGrowth =
-            conversion.scope == Scope::Growing && setting.picture == Picture::Noise;
-        if (!isUsualSize && !isGrowth)
-            return;
-        const auto add = [&](const std::string& contender, const Counters& counters,
-                             const Operation& operation, const std::string& label = {}) {
-            registerOne(conversion, setting, contender, counters, operation, label);
-        };
+void addContenders(const Conversion& conversion, const Setting& setting)
+{
+    const bool isUsualSize = setting.height == 1080 || setting.height == 2160;
+    if (!isUsualSize &&
+        (conversion.scope != Scope::Growing || setting.picture != PictureKind::Noise))
+        return;
+    add(conversion, setting, "ours", conversion.mostToLimit.at(setting.threads - 1),
+        [](Trial& trial) { trial.ours.run(); });
+    if (conversion.scope == Scope::Usual || conversion.scope == Scope::Growing) {
+        for (const auto& stores : storesOfThisMachine())
+            add(conversion, setting, std::string("limit: ") + stores.name, 0, [=](Trial& trial) {
+                readAndWrite(stores, trial.image, trial.outputs[trial.turn ^= 1]);
+            });
+        add(conversion, setting, "copy", 0, [](Trial& trial) {
+            if (trial.copies[0].empty())
+                trial.makeCopies();
+            trial.turn ^= 1;
+            copyRows(trial.copies[trial.turn], trial.copies[trial.turn ^ 1]);
+        });
+        if (isUsualSize)
+            add(conversion, setting, "reference", conversion.leastOfReference, [](Trial& trial) {
+                trial.result = referenceConverted(*trial.frame, trial.conversion.destination);
+            });
+    }
+    for (const auto& peer : peers())
+        if (peer.isBeside(conversion) && isUsualSize && (setting.threads == 1 || peer.isThreaded))
+            add(
+                conversion, setting, peer.name, peer.leastOfTheirs,
+                [&](Trial& trial) {
+                    if (!trial.peers.contains(&peer))
+                        trial.peers[&peer] = peer.create(trial.image, trial.setting.threads);
+                    trial.peers[&peer].run();
+                },
+                peer.difference);
+}
 
-        const double mostToLimit = conversion.mostToLimit.at(setting.threads - 1);
-        add("ours", {{"target", mostToLimit}}, [](Trial& trial) { trial.ours(); });
-        if (conversion.hasReference()) {
-            for (const auto& stores : storesOfThisMachine())
-                add(std::string("limit: ") + stores.name, {},
-                    [=](Trial& trial) { trial.limit(stores); });
-            add("copy", {}, [](Trial& trial) { trial.copy(); });
+// A quality instead of a time.
+void addQuality(const Peer& peer)
+{
+    const auto name = nameOf(Conversion{peer.source, peer.destination}) + "/photograph/200/1/";
+    benchmark::RegisterBenchmark((name + peer.name).c_str(), [&](benchmark::State& state) {
+        const InstalledPool pool;
+        for (auto _ : state) {
+            const auto [theirs, ours] = qualityOf(peer);
+            state.counters["theirs"] = theirs;
+            state.counters["ours"] = ours;
         }
-        if (!isUsualSize)
-            return;
-        if (conversion.hasReference())
-            add("reference", {{"target", conversion.leastOfReference}},
-                [](Trial& trial) { trial.reference(); });
-        for (const auto& peer : peers())
-            if (peer.isBeside(conversion) && (setting.threads == 1 || peer.isThreaded))
-                add(
-                    peer.name(), {{"target", peer.leastOfTheirs}},
-                    [&](Trial& trial) { trial.peer(peer); }, peer.difference);
-    }
-
-    void registerOne(const Conversion& conversion, const Setting& setting,
-                     const std::string& contender, const Counters& counters,
-                     const Operation& operation, const std::string& label)
-    {
-        const auto name = nameOf(conversion) + '/' + nameOf(setting) + '/' + contender;
-        const auto run = [=, this, &conversion](benchmark::State& state) {
-            auto& trial = this->trial(conversion, setting);
-            if (!trial.isExact())
-                return state.SkipWithError("differs from the reference");
-            if (trial.isNew(contender))
-                operation(trial);
-            for (auto _ : state)
-                operation(trial);
-            for (const auto& [counter, value] : counters)
-                state.counters[counter] = value;
-            state.SetLabel(label);
-        };
-        benchmark::RegisterBenchmark(name.c_str(), run)
-            ->Iterations(1)
-            ->UseRealTime()
-            ->Unit(benchmark::kMillisecond);
-    }
-
-    // Of a photograph, instead of a time.
-    static void registerQuality(const Peer& peer)
-    {
-        const auto run = [&](benchmark::State& state) {
-            const InstalledPool pool;
-            Quality quality{};
-            for (auto _ : state)
-                quality = qualityOf(peer);
-            state.counters["theirs"] = quality.theirs;
-            state.counters["ours"] = quality.ours;
-        };
-        const Conversion conversion{peer.source, peer.destination};
-        const auto name = nameOf(conversion) + "/photograph/200/1/" + peer.name();
-        benchmark::RegisterBenchmark(name.c_str(), run)->Iterations(1);
-    }
-
-    Trial& trial(const Conversion& conversion, const Setting& setting)
-    {
-        if (!m_trial || !m_trial->isOf(conversion, setting)) {
-            m_trial.reset();
-            m_trial.emplace(conversion, setting);
-        }
-        return *m_trial;
-    }
-
-    std::optional<Trial> m_trial;
-};
+    })->Iterations(1);
+}
 
 }
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
-    describeMachine();
+    for (const auto& conversion : conversions())
+        for (const int height : {540, 1080, 2160, 4320})
+            for (const auto picture : {PictureKind::Noise, PictureKind::Smooth})
+                for (const int threads : {1, 2})
+                    addContenders(conversion, {picture, height, threads});
+    for (const auto& peer : peers())
+        addQuality(peer);
     benchmark::AddCustomContext("compared with", versionsOfPeers());
-    Trials trials;
-    trials.registerAll();
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
+    const int status = runBenchmarks(argc, argv);
+    currentTrial.reset();
+    return status;
 }

@@ -3,13 +3,9 @@
 // memory and the copying of the rows; the first frame against touching the pages that it is the
 // first to use. Names are as those of the conversions' benchmarks.
 
-#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
-#include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "benchmarks/Limit.h"
 #include "benchmarks/Machine.h"
-#include "benchmarks/Pictures.h"
 #include "benchmarks/Work.h"
 #include "host/headless/HostedReader.h"
 #include "tests/MediaFile/TemporaryFolder.h"
@@ -17,18 +13,14 @@
 #include <benchmark/benchmark.h>
 #include <opencv2/core/utility.hpp>
 
-#include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <atomic>
 #include <chrono>
-#include <cstdio>
-#include <exception>
 #include <filesystem>
+#include <fstream>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -44,23 +36,7 @@ using Velmora::FrameFormat;
 
 constexpr int threads = 2;
 
-// A file of noise, in memory.
-struct Clip
-{
-    Clip(const FrameFormat& format, int height)
-        : setting{Benchmarks::Picture::Noise, height, threads}, file(folder.file("frame.zeq"))
-    {
-        MediaConversion::VelmoraMediaFileWriter().write(
-            MediaConversion::wideFileName(file), *frameOf(format, makePicture(format, setting)));
-    }
-
-    MediaConversion::MediaFileTests::TemporaryFolder folder{"/dev/shm"};
-    Setting setting;
-    std::string file;
-};
-
-template <class Operation>
-double secondsOf(const Operation& operation)
+double secondsOf(const std::function<void()>& operation)
 {
     const auto start = std::chrono::steady_clock::now();
     operation();
@@ -68,8 +44,7 @@ double secondsOf(const Operation& operation)
 }
 
 // The rows of a frame as a host takes them that pulls with two threads.
-template <class PullRow>
-void pullRows(const cv::Size& size, const PullRow& pullRow)
+void pullRows(const cv::Size& size, const std::function<void(int, Row&)>& pullRow)
 {
     std::atomic<int> nextRow = 0;
     const auto pull = [&] {
@@ -81,173 +56,100 @@ void pullRows(const cv::Size& size, const PullRow& pullRow)
     pull();
 }
 
-void throwMessages(HostedReader& reader)
-{
-    for (const auto& message : reader.takeMessages())
-        throw std::runtime_error(message);
-}
-
-// The reader as the host makes it for a frame of a clip. It holds its frame until the next one has
-// its own.
+// A file of noise in memory, and the host that shows it. Like a host it holds a frame until the
+// next one has its own.
 class Scrubbing
 {
 public:
-    explicit Scrubbing(const Clip& clip) : m_clip(clip) {}
+    Scrubbing(const FrameFormat& format, const Setting& setting)
+        : m_size(setting.size()), m_file(m_folder.file("frame.zeq"))
+    {
+        // By a process of its own: this one's memory is still to be touched for the first time.
+        const auto child = ::fork();
+        if (child == 0) {
+            writeMediaFile(m_file, *frameOf(format, makePicture(format, setting)));
+            ::_exit(0);
+        }
+        int status = 0;
+        if (::waitpid(child, &status, 0) != child || status != 0)
+            throw std::runtime_error("cannot write " + m_file);
+        cv::setNumThreads(threads);
+    }
 
     void open()
     {
-        const auto* const description = DD::Image::Reader::Description::find("zeq");
-        auto next = std::make_unique<HostedReader>(*description, m_clip.file);
+        auto next =
+            std::make_unique<HostedReader>(*DD::Image::Reader::Description::find("zeq"), m_file);
         next->open();
-        throwMessages(*next);
         m_reader = std::move(next);
+        throwMessages();
     }
 
     void pullAllRows()
     {
-        pullRows(m_clip.setting.size(), [&](int y, Row& row) {
+        pullRows(m_size, [&](int y, Row& row) {
             m_reader->reader().engine(y, 0, row.r(), DD::Image::Mask_RGBA, row);
         });
-        throwMessages(*m_reader);
+        throwMessages();
     }
 
+    const cv::Size& size() const { return m_size; }
+    const std::string& file() const { return m_file; }
+
 private:
-    const Clip& m_clip;
+    void throwMessages()
+    {
+        for (const auto& message : m_reader->takeMessages())
+            throw std::runtime_error(message);
+    }
+
+    MediaConversion::MediaFileTests::TemporaryFolder m_folder{"/dev/shm"};
+    cv::Size m_size;
+    std::string m_file;
     std::unique_ptr<HostedReader> m_reader;
 };
 
-// Hands out the rows of a matrix of float BGRA, channel by channel.
-class RowCopy final : public DD::Image::Reader
+// A host that has shown a few frames, and what its work is measured beside.
+struct SteadyState
 {
-public:
-    explicit RowCopy(const cv::Mat& image) : Reader(nullptr), m_image(image) {}
-
-    void engine(int y, int x, int r, DD::Image::ChannelMask, Row& row) override
+    SteadyState(const FrameFormat& format, const Setting& setting)
+        : host(format, setting),
+          bytes(1, static_cast<int>(std::filesystem::file_size(host.file())), CV_8U, cv::Scalar(1))
     {
-        using namespace DD::Image;
-        const float* source = m_image.ptr<float>(m_image.rows - 1 - y, x);
-        for (const auto channel : {Chan_Blue, Chan_Green, Chan_Red, Chan_Alpha})
-            from_float(channel, row.writable(channel) + x, source++, nullptr, r - x, 4);
-    }
-
-private:
-    const cv::Mat& m_image;
-};
-
-// A host that has shown a few frames of a clip, and what its work is measured beside.
-class SteadyState
-{
-public:
-    SteadyState(const FrameFormat& format, int height)
-        : m_clip(format, height),
-          m_scrubbing(m_clip),
-          m_bytes(1, static_cast<int>(std::filesystem::file_size(m_clip.file)), CV_8U)
-    {
-        cv::setNumThreads(threads);
-        for (auto& image : m_images)
-            image = cv::Mat(m_clip.setting.size(), CV_32FC4, cv::Scalar::all(0.5));
+        for (auto& image : images)
+            image = cv::Mat(host.size(), CV_32FC4, cv::Scalar::all(0.5));
         constexpr int framesUntilThePoolIsFilled = 5;
         for (int frame = 0; frame < framesUntilThePoolIsFilled; ++frame)
-            m_scrubbing.open();
-        readFile();
+            host.open();
     }
-
-    void open() { m_scrubbing.open(); }
-    void pullAllRows() { m_scrubbing.pullAllRows(); }
-    void limit(const Stores& stores) { readAndWrite(stores, m_bytes, m_images[m_turn ^= 1]); }
 
     void readFile()
     {
-        const int descriptor = ::open(m_clip.file.c_str(), O_RDONLY | O_CLOEXEC);
-        const auto taken = ::read(descriptor, m_bytes.data, m_bytes.total());
-        ::close(descriptor);
-        if (taken != static_cast<ssize_t>(m_bytes.total()))
-            throw std::runtime_error("cannot read " + m_clip.file);
+        std::ifstream(host.file(), std::ios::binary)
+            .read(reinterpret_cast<char*>(bytes.data), static_cast<std::streamsize>(bytes.total()));
     }
 
+    // The rows of float BGRA, channel by channel.
     void copyRows()
     {
-        const auto& image = m_images[m_turn ^= 1];
-        RowCopy copy(image);
-        pullRows(image.size(),
-                 [&](int y, Row& row) { copy.engine(y, 0, row.r(), DD::Image::Mask_RGBA, row); });
+        using namespace DD::Image;
+        const auto& image = images[turn ^= 1];
+        pullRows(host.size(), [&](int y, Row& row) {
+            const auto* pixels = image.ptr<cv::Vec4f>(image.rows - 1 - y);
+            for (int channel = 0; channel < 4; ++channel) {
+                constexpr Channel channels[] = {Chan_Blue, Chan_Green, Chan_Red, Chan_Alpha};
+                float* const samples = row.writable(channels[channel]);
+                for (int column = 0; column < image.cols; ++column)
+                    samples[column] = pixels[column][channel];
+            }
+        });
     }
 
-private:
-    Clip m_clip;
-    Scrubbing m_scrubbing;
-    cv::Mat m_bytes;
-    cv::Mat m_images[2];
-    int m_turn = 0;
+    Scrubbing host;
+    cv::Mat bytes;
+    cv::Mat images[2];
+    int turn = 0;
 };
-
-// What an operation gives in a process of its own, whose memory nobody has touched and which has no
-// other threads. This process must not have started any.
-template <class Operation>
-auto inNewProcess(const Operation& operation)
-{
-    using Result = decltype(operation());
-    Result result{};
-    int pipe[2];
-    if (::pipe(pipe) != 0)
-        throw std::runtime_error("no pipe");
-    const auto child = ::fork();
-    if (child == 0) {
-        try {
-            result = operation();
-            ::_exit(::write(pipe[1], &result, sizeof result) == sizeof result ? 0 : 1);
-        } catch (const std::exception& error) {
-            std::fprintf(stderr, "%s\n", error.what());
-            ::_exit(1);
-        }
-    }
-    ::close(pipe[1]);
-    const auto taken = ::read(pipe[0], &result, sizeof result);
-    ::close(pipe[0]);
-    ::waitpid(child, nullptr, 0);
-    if (taken != sizeof result)
-        throw std::runtime_error("a measurement failed");
-    return result;
-}
-
-struct FirstFrame
-{
-    double seconds;
-    long pages;
-};
-
-FirstFrame measureFirstFrame(const Clip& clip)
-{
-    // The workers are there already, as in a host that has shown another picture.
-    cv::setNumThreads(threads);
-    cv::parallel_for_(cv::Range(0, 64), [](const cv::Range&) { ::usleep(100); });
-    const auto pageFaults = [] {
-        rusage usage;
-        ::getrusage(RUSAGE_SELF, &usage);
-        return usage.ru_minflt;
-    };
-    Scrubbing scrubbing(clip);
-    const auto faults = pageFaults();
-    const double time = secondsOf([&] { scrubbing.open(); });
-    return {time, pageFaults() - faults};
-}
-
-double measureTouching(long pages)
-{
-    const long pageSize = ::getpagesize();
-    void* const memory = ::mmap(nullptr, static_cast<std::size_t>(pages * pageSize),
-                                PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
-    if (memory == MAP_FAILED)
-        throw std::runtime_error("no memory");
-    const auto touch = [&](long first, long end) {
-        for (long page = first; page < end; ++page)
-            static_cast<volatile char*>(memory)[page * pageSize] = 1;
-    };
-    return secondsOf([&] {
-        const std::jthread other(touch, pages / 2, pages);
-        touch(0, pages / 2);
-    });
-}
 
 void add(const std::string& name, const std::function<void(benchmark::State&)>& run)
 {
@@ -257,55 +159,74 @@ void add(const std::string& name, const std::function<void(benchmark::State&)>& 
         ->Unit(benchmark::kMillisecond);
 }
 
-void registerSteadyState(const FrameFormat& format, int height)
+void addSteadyState(const FrameFormat& format, const Setting& setting)
 {
-    const auto group = shortName(format) + " to rows/" +
-                       nameOf(Setting{Benchmarks::Picture::Noise, height, threads}) + '/';
-    const auto host = std::make_shared<std::optional<SteadyState>>();
-    const auto ready = [=]() -> SteadyState& {
-        if (!*host)
-            host->emplace(format, height);
-        return **host;
+    const auto group = nameOf(format) + " to rows/" + nameOf(setting) + '/';
+    const auto state = std::make_shared<std::optional<SteadyState>>();
+    const auto steady = [=]() -> SteadyState& {
+        return *state ? **state : state->emplace(format, setting);
     };
-    add(group + "ours", [=](benchmark::State& state) {
-        auto& steady = ready();
-        for (auto _ : state) {
-            const double open = secondsOf([&] { steady.open(); });
-            const double rows = secondsOf([&] { steady.pullAllRows(); });
-            state.SetIterationTime(open + rows);
-            state.counters["open"] = open * 1e3;
-            state.counters["rows"] = rows * 1e3;
+    add(group + "ours", [=](benchmark::State& run) {
+        auto& host = steady().host;
+        for (auto _ : run) {
+            const double open = secondsOf([&] { host.open(); });
+            const double rows = secondsOf([&] { host.pullAllRows(); });
+            run.SetIterationTime(open + rows);
+            run.counters["open"] = open * 1e3;
+            run.counters["rows"] = rows * 1e3;
         }
-        state.counters["target"] = format == Velmora::Formats::YCoCg_DXT5() ? 1.5 : 1.2;
+        run.counters["target"] = format == Velmora::Formats::YCoCg_DXT5() ? 1.5 : 1.2;
     });
-    const auto addPart = [&](const std::string& contender,
+    const auto addPart = [&](const std::string& part,
                              const std::function<void(SteadyState&)>& operation) {
-        add(group + contender, [=](benchmark::State& state) {
-            auto& steady = ready();
-            for (auto _ : state)
-                state.SetIterationTime(secondsOf([&] { operation(steady); }));
+        add(group + part, [=](benchmark::State& run) {
+            auto& itsState = steady();
+            for (auto _ : run)
+                run.SetIterationTime(secondsOf([&] { operation(itsState); }));
         });
     };
     addPart("file read", &SteadyState::readFile);
     addPart("row copy", &SteadyState::copyRows);
     for (const auto& stores : storesOfThisMachine())
-        addPart(std::string("limit: ") + stores.name,
-                [=](SteadyState& steady) { steady.limit(stores); });
+        addPart(std::string("limit: ") + stores.name, [=](SteadyState& its) {
+            readAndWrite(stores, its.bytes, its.images[its.turn ^= 1]);
+        });
 }
 
-void registerFirstFrame(const FrameFormat& format, int height)
+long pageFaults()
 {
-    const auto group = shortName(format) + " first frame/" +
-                       nameOf(Setting{Benchmarks::Picture::Noise, height, threads}) + '/';
-    add(group + "ours", [=](benchmark::State& state) {
-        const Clip clip(format, height);
-        for (auto _ : state) {
-            const auto first = inNewProcess([&] { return measureFirstFrame(clip); });
-            const double pages = inNewProcess([&] { return measureTouching(first.pages); });
-            state.SetIterationTime(first.seconds);
-            state.counters["pages"] = pages * 1e3;
+    rusage usage;
+    ::getrusage(RUSAGE_SELF, &usage);
+    return usage.ru_minflt;
+}
+
+double secondsOfTouching(long pages)
+{
+    const long pageSize = ::getpagesize();
+    const std::unique_ptr<volatile char[]> memory(new char[pages * pageSize]);
+    const auto touch = [&](long first, long end) {
+        for (long page = first; page < end; ++page)
+            memory[page * pageSize] = 1;
+    };
+    return secondsOf([&] {
+        const std::jthread other(touch, pages / 2, pages);
+        touch(0, pages / 2);
+    });
+}
+
+// To be run once in a process.
+void addFirstFrame(const FrameFormat& format, const Setting& setting)
+{
+    add(nameOf(format) + " first frame/" + nameOf(setting) + "/ours", [=](benchmark::State& run) {
+        Scrubbing host(format, setting);
+        // The workers are there already, as in a host that has shown another picture.
+        cv::parallel_for_(cv::Range(0, 64), [](const cv::Range&) { ::usleep(100); });
+        for (auto _ : run) {
+            const long before = pageFaults();
+            run.SetIterationTime(secondsOf([&] { host.open(); }));
+            run.counters["pages"] = secondsOfTouching(pageFaults() - before) * 1e3;
         }
-        state.counters["target"] = 1.2;
+        run.counters["target"] = 1.2;
     });
 }
 
@@ -313,15 +234,10 @@ void registerFirstFrame(const FrameFormat& format, int height)
 
 int main(int argc, char** argv)
 {
-    benchmark::Initialize(&argc, argv);
-    if (benchmark::ReportUnrecognizedArguments(argc, argv))
-        return 2;
-    describeMachine();
     for (const int height : {1080, 2160})
         for (const auto& [code, format] : MediaConversion::mediaFormatCodes()) {
-            registerSteadyState(format, height);
-            registerFirstFrame(format, height);
+            addSteadyState(format, {PictureKind::Noise, height, threads});
+            addFirstFrame(format, {PictureKind::Noise, height, threads});
         }
-    benchmark::RunSpecifiedBenchmarks();
-    benchmark::Shutdown();
+    return runBenchmarks(argc, argv);
 }

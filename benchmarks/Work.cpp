@@ -3,6 +3,7 @@
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreamFactory.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
+#include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Encoder.h"
 #include "MediaConversion/MediaPipeline/Filters.h"
@@ -14,6 +15,8 @@
 
 #include <opencv2/imgproc.hpp>
 
+#include <cmath>
+#include <numbers>
 #include <utility>
 
 namespace Benchmarks {
@@ -22,6 +25,36 @@ using namespace Velmora::Formats;
 using Velmora::FrameFormat;
 
 namespace {
+
+cv::Mat noise(const FrameFormat& format, const cv::Size& size)
+{
+    const auto& packing = format.pixelPacking;
+    const auto& full = Velmora::FullFormatCvTypes();
+    const auto& types = full.contains(format) ? full : Velmora::PackedFormatCvTypes();
+    cv::Mat image(size.height / static_cast<int>(packing.rowsPerGroup),
+                  size.width / static_cast<int>(packing.columnsPerGroup),
+                  openCvType(format, types));
+    cv::Mat bytes(image.rows, image.cols * static_cast<int>(image.elemSize()), CV_8U, image.data);
+    if (image.depth() == CV_32F)
+        cv::randu(image, cv::Scalar::all(0), cv::Scalar::all(1));
+    else
+        cv::randu(bytes, 0, 256);
+    return image;
+}
+
+// Each colour rises in a direction of its own and sways a little; alpha rises to the right.
+cv::Mat smooth(const cv::Size& size)
+{
+    cv::Mat_<cv::Vec4f> image(size);
+    image.forEach([&](cv::Vec4f& pixel, const int* place) {
+        const double x = (place[1] + 0.5) / size.width;
+        const double y = (place[0] + 0.5) / size.height;
+        const double wave = 0.1 * std::sin(2 * std::numbers::pi * (3 * x + 2 * y));
+        const auto value = [&](double slope) { return float(0.1 + 0.8 * slope + wave * slope); };
+        pixel = {value(y), value(x), value(1 - (x + y) / 2), float(x)};
+    });
+    return image;
+}
 
 std::unique_ptr<MediaConversion::IFrameFilter> newFilter(const Conversion& conversion)
 {
@@ -32,6 +65,20 @@ std::unique_ptr<MediaConversion::IFrameFilter> newFilter(const Conversion& conve
 
 }
 
+cv::Mat makePicture(const FrameFormat& format, const Setting& setting)
+{
+    if (setting.picture == PictureKind::Noise)
+        return noise(format, setting.size());
+    return converted(BGRA_F32(), smooth(setting.size()), format);
+}
+
+cv::Mat photograph(const FrameFormat& format)
+{
+    const auto frame = fromFile(BENCHMARK_SAMPLES "/coffee.bgra-u8.zeq")();
+    const auto& image = dynamic_cast<Velmora::IImageFrame&>(*frame).image();
+    return converted(BGRA_F32(), converted(frame->format(), image, BGRA_F32()), format).clone();
+}
+
 std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv::Mat& image)
 {
     if (Velmora::FullFormatCvTypes().contains(format))
@@ -39,9 +86,9 @@ std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv
     return std::make_unique<Velmora::PackedFrame>(format, image);
 }
 
-FrameSource fromMemory(const FrameFormat& format, const cv::Mat& image)
+void writeMediaFile(const std::string& fileName, const Velmora::ImageFrame& frame)
 {
-    return [=] { return frameOf(format, image); };
+    MediaConversion::VelmoraMediaFileWriter().write(MediaConversion::wideFileName(fileName), frame);
 }
 
 FrameSource fromFile(const std::string& fileName)
@@ -76,7 +123,7 @@ cv::Mat converted(const FrameFormat& from, const cv::Mat& image, const FrameForm
 {
     if (from == to)
         return image;
-    OurWork work({from, to}, fromMemory(from, image));
+    OurWork work({from, to}, [&] { return frameOf(from, image); });
     work.run();
     return work.result().clone();
 }
@@ -87,33 +134,21 @@ cv::Mat referenceConverted(const Velmora::ImageFrame& frame, const FrameFormat& 
         return MediaConversion::plainBgraF32(frame);
     if (const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&frame))
         return MediaConversion::plainDecode(*packed, destination);
-    if (frame.format() != BGRA_F32() || destination != YCoCg_DXT5())
-        return MediaConversion::plainEncode(dynamic_cast<const Velmora::FullFrame&>(frame),
-                                            destination);
-    // Blocks are the one packing that is not made from float directly.
-    cv::Mat bytes;
-    frame.image().convertTo(bytes, CV_8U, 255);
-    return MediaConversion::plainEncode(Velmora::FullFrame(BGRA_U8(), bytes), destination);
-}
-
-cv::Mat readMediaFile(const std::string& fileName)
-{
-    const auto frame = fromFile(fileName)();
-    const auto& image = dynamic_cast<Velmora::IImageFrame&>(*frame).image();
-    return converted(frame->format(), image, BGRA_F32()).clone();
+    return MediaConversion::plainEncode(dynamic_cast<const Velmora::FullFrame&>(frame),
+                                        destination);
 }
 
 cv::Mat pictureOf(const FrameFormat& format, const cv::Mat& image)
 {
-    cv::Mat pixels = image;
-    if (Velmora::PackedFormatCvTypes().contains(format))
-        pixels = MediaConversion::plainDecode(Velmora::PackedFrame(format, image), BGRA_U8());
-    cv::Mat picture;
-    cv::cvtColor(pixels, picture,
-                 format.pixelFormat == "RGBA" ? cv::COLOR_RGBA2BGR : cv::COLOR_BGRA2BGR);
-    if (picture.depth() == CV_8U)
-        picture.convertTo(picture, CV_32F, 1.0 / 255);
-    return picture;
+    if (format == BGRA_F32()) {
+        cv::Mat picture;
+        cv::cvtColor(image, picture, cv::COLOR_BGRA2BGR);
+        return picture;
+    }
+    const auto frame = frameOf(format, image);
+    if (format != RGB_DXT1())
+        return pictureOf(BGRA_F32(), referenceConverted(*frame, BGRA_F32()));
+    return pictureOf(BGRA_U8(), referenceConverted(*frame, BGRA_U8()));
 }
 
 }

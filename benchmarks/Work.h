@@ -2,7 +2,7 @@
 
 #include "MediaConversion/MediaPipeline/FrameSinkDestination.h"
 #include "MediaConversion/MediaPipeline/ImageFrame.h"
-#include "benchmarks/Conversions.h"
+#include "benchmarks/Cases.h"
 
 #include <opencv2/core/mat.hpp>
 
@@ -12,18 +12,16 @@
 
 namespace Benchmarks {
 
-// One way to do a conversion's work, its input at hand: ours, or another library's.
-struct Work
-{
-    std::function<void()> run;         // what is timed
-    std::function<cv::Mat()> picture;  // what the last run made: float BGR, blocks decoded
-};
+cv::Mat makePicture(const Velmora::FrameFormat& format, const Setting& setting);
+
+// A photograph of 300 x 200 pixels.
+cv::Mat photograph(const Velmora::FrameFormat& format);
 
 using FrameSource = std::function<std::unique_ptr<Velmora::IFrame>()>;
 
 std::unique_ptr<Velmora::ImageFrame> frameOf(const Velmora::FrameFormat& format,
                                              const cv::Mat& image);
-FrameSource fromMemory(const Velmora::FrameFormat& format, const cv::Mat& image);
+void writeMediaFile(const std::string& fileName, const Velmora::ImageFrame& frame);
 
 // Opens the media file and reads its frame.
 FrameSource fromFile(const std::string& fileName);
@@ -52,9 +50,6 @@ cv::Mat converted(const Velmora::FrameFormat& from, const cv::Mat& image,
 // The same by the reference: one pixel after the other in double precision.
 cv::Mat referenceConverted(const Velmora::ImageFrame& frame,
                            const Velmora::FrameFormat& destination);
-
-// As float BGRA.
-cv::Mat readMediaFile(const std::string& fileName);
 
 // Float BGR of a full frame with 8-bit or float channels, or of blocks.
 cv::Mat pictureOf(const Velmora::FrameFormat& format, const cv::Mat& image);

@@ -1,22 +1,16 @@
-#include "benchmarks/Conversions.h"
+#include "benchmarks/Cases.h"
 
-#include "MediaConversion/MediaPipeline/ConversionRegistry.h"
 #include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 
-#include <algorithm>
-
 namespace Benchmarks {
 
-using namespace Velmora::Formats;
-
-namespace {
-
-std::vector<Conversion> withTargets()
+const std::vector<Conversion>& conversions()
 {
+    using namespace Velmora::Formats;
     using enum Scope;
     // clang-format off
-    return {
+    static const auto& table = *new std::vector<Conversion>{
         // from              to                 scope     ours / limit on 1, 2 threads; reference / ours
         {RGB_DPX_FILLED(),   BGRA_F32(),        Growing,  {1.15, 1.15},  5.0},
         {BGR_DPX_FILLED(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
@@ -45,36 +39,10 @@ std::vector<Conversion> withTargets()
         {YCoCg_DXT5(),       BGRA_U8(),         Peers},
     };
     // clang-format on
-}
-
-std::vector<Conversion> withFurther(std::vector<Conversion> conversions)
-{
-    const auto known = conversions;
-    for (const auto& [formats, steps] : MediaConversion::conversionRegistry()) {
-        const auto& [destination, source] = formats;
-        const Conversion further{source, destination, Scope::Further};
-        const bool starts = source == BGRA_F32() || source == BGRA_U8() || source == RGB_U8() ||
-                            source == RGBA_U8();
-        const bool isDirect = steps.size() == 1 || source == BGRA_F32();
-        const bool isKnown = std::ranges::any_of(known, [&](const auto& each) {
-            return each.source == further.source && each.destination == further.destination;
-        });
-        const bool packs = Velmora::PackedFormatCvTypes().contains(destination);
-        if (starts && isDirect && packs && !isKnown)
-            conversions.push_back(further);
-    }
-    return conversions;
-}
-
-}
-
-const std::vector<Conversion>& conversions()
-{
-    static const auto& table = *new std::vector(withFurther(withTargets()));
     return table;
 }
 
-std::string shortName(const Velmora::FrameFormat& format)
+std::string nameOf(const Velmora::FrameFormat& format)
 {
     if (Velmora::PackedFormatCvTypes().contains(format))
         return format.pixelFormat;
@@ -83,15 +51,14 @@ std::string shortName(const Velmora::FrameFormat& format)
 
 std::string nameOf(const Conversion& conversion)
 {
-    const auto name = shortName(conversion.source) + " to " + shortName(conversion.destination);
-    switch (conversion.scope) {
-        case Scope::PeersFromFile:
-            return name + ", from a file";
-        case Scope::Further:
-            return "further: " + name;
-        default:
-            return name;
-    }
+    return nameOf(conversion.source) + " to " + nameOf(conversion.destination) +
+           (conversion.scope == Scope::PeersFromFile ? ", from a file" : "");
+}
+
+std::string nameOf(const Setting& setting)
+{
+    return (setting.picture == PictureKind::Noise ? "noise/" : "smooth/") +
+           std::to_string(setting.height) + '/' + std::to_string(setting.threads);
 }
 
 }

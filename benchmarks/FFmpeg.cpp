@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaPipeline/CvTypes.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "benchmarks/peers/Peers.h"
+#include "benchmarks/Peers.h"
 #include "tests/support/PlainPackings.h"
 
 extern "C" {
@@ -21,7 +21,7 @@ extern "C" {
 #include <utility>
 #include <vector>
 
-namespace Benchmarks::Peers {
+namespace Benchmarks {
 
 using namespace Velmora::Formats;
 
@@ -67,18 +67,14 @@ std::shared_ptr<SwsContext> newScaler(const Frame& source, const Frame& destinat
 {
     av_log_set_level(AV_LOG_ERROR);
     const std::shared_ptr<SwsContext> context(sws_alloc_context(), sws_freeContext);
+    // clang-format off
     const std::pair<const char*, int> options[] = {
-        {"srcw", source->width},
-        {"srch", source->height},
-        {"src_format", source->format},
-        {"src_range", 1},
-        {"dstw", destination->width},
-        {"dsth", destination->height},
-        {"dst_format", destination->format},
-        {"dst_range", 1},
-        {"sws_flags", SWS_POINT},
-        {"threads", threads},
+        {"srcw", source->width},      {"srch", source->height},      {"src_format", source->format},
+        {"dstw", destination->width}, {"dsth", destination->height}, {"dst_format", destination->format},
+        {"src_range", 1},             {"dst_range", 1},
+        {"sws_flags", SWS_POINT},     {"threads", threads},
     };
+    // clang-format on
     for (const auto& [name, value] : options)
         check(av_opt_set_int(context.get(), name, value, 0));
     check(sws_init_context(context.get(), nullptr, nullptr));
@@ -87,7 +83,7 @@ std::shared_ptr<SwsContext> newScaler(const Frame& source, const Frame& destinat
     return context;
 }
 
-Work scaling(const Frame& source, int threads)
+PeerWork scaling(const Frame& source, int threads)
 {
     const cv::Size size(source->width, source->height);
     const auto destination = newFrame(AV_PIX_FMT_GBRPF32LE, size);
@@ -148,8 +144,8 @@ std::array<std::uint32_t, 32> ddsHeader(const cv::Size& size)
     return words;
 }
 
-Work hapEncoding(const cv::Mat& rgba, const Velmora::FrameFormat& format, const char* name,
-                 int threads)
+PeerWork hapEncoding(const cv::Mat& rgba, const Velmora::FrameFormat& format, const char* name,
+                     int threads)
 {
     const auto frame = newFrame(AV_PIX_FMT_RGBA, rgba.size());
     rgba.copyTo(plane(frame, 0, rgba.size(), CV_8UC4));
@@ -177,27 +173,27 @@ Work hapEncoding(const cv::Mat& rgba, const Velmora::FrameFormat& format, const 
 
 }
 
-Work scaleYuyv422(const cv::Mat& source, int threads)
+PeerWork scaleYuyv422(const cv::Mat& source, int threads)
 {
     const auto frame = newFrame(AV_PIX_FMT_YUYV422, {source.cols * 2, source.rows});
     source.copyTo(plane(frame, 0, source.size(), CV_8UC4));
     return scaling(frame, threads);
 }
 
-Work scaleYuv422p10(const cv::Mat& source, int threads)
+PeerWork scaleYuv422p10(const cv::Mat& source, int threads)
 {
     using Packing = MediaConversion::Plain::Zeq422;
     return scaling(planesOf<Packing, std::uint16_t>(source, AV_PIX_FMT_YUV422P10LE), threads);
 }
 
-Work scaleYuv420p(const cv::Mat& source, int threads)
+PeerWork scaleYuv420p(const cv::Mat& source, int threads)
 {
     using Packing = MediaConversion::Plain::Zeq420;
     return scaling(planesOf<Packing, std::uint8_t>(source, AV_PIX_FMT_YUV420P), threads);
 }
 
 // Its padding lies in the top two bits, ours in the bottom two.
-Work scaleX2rgb10(const cv::Mat& source, int threads)
+PeerWork scaleX2rgb10(const cv::Mat& source, int threads)
 {
     const auto frame = newFrame(AV_PIX_FMT_X2RGB10LE, source.size());
     for (int row = 0; row < source.rows; ++row) {
@@ -208,7 +204,7 @@ Work scaleX2rgb10(const cv::Mat& source, int threads)
     return scaling(frame, threads);
 }
 
-Work decodeDds(const cv::Mat& source, int threads)
+PeerWork decodeDds(const cv::Mat& source, int threads)
 {
     const cv::Size size = source.size() * 4;
     const auto header = ddsHeader(size);
@@ -227,12 +223,12 @@ Work decodeDds(const cv::Mat& source, int threads)
             [=] { return pictureOf(RGBA_U8(), plane(frame, 0, size, CV_8UC4)); }};
 }
 
-Work encodeHap(const cv::Mat& source, int threads)
+PeerWork encodeHap(const cv::Mat& source, int threads)
 {
     return hapEncoding(source, RGB_DXT1(), "hap", threads);
 }
 
-Work encodeHapQ(const cv::Mat& source, int threads)
+PeerWork encodeHapQ(const cv::Mat& source, int threads)
 {
     cv::Mat rgba;
     cv::cvtColor(source, rgba, cv::COLOR_BGRA2RGBA);

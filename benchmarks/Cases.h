@@ -2,7 +2,10 @@
 
 #include "MediaConversion/MediaPipeline/FrameFormat.h"
 
+#include <opencv2/core/types.hpp>
+
 #include <array>
+#include <compare>
 #include <string>
 #include <vector>
 
@@ -15,7 +18,6 @@ enum class Scope
     Growing,        // from half a megapixel to 33 as well
     Peers,          // beside other libraries only
     PeersFromFile,  // the same, from a media file
-    Further,        // as usual, but only when it is asked for
 };
 
 struct Conversion
@@ -25,18 +27,33 @@ struct Conversion
     Scope scope = Scope::Usual;
     std::array<double, 2> mostToLimit{};  // ours / limit on one thread and on two; 0 for no target
     double leastOfReference = 0;          // reference / ours; 0 for no target
-
-    bool hasReference() const { return scope != Scope::Peers && scope != Scope::PeersFromFile; }
 };
 
-// Every media format to float BGRA, as the reader converts it, what studios write, what other
-// libraries do as well, and further packed formats that the registry makes of full ones.
+// Every media format to float BGRA, as the reader converts it, what studios write, and what other
+// libraries do as well.
 const std::vector<Conversion>& conversions();
 
-// A packed format's own name, a full format's with its channel type: "ZEQ-422", "BGRA F32".
-std::string shortName(const Velmora::FrameFormat& format);
+enum class PictureKind
+{
+    Noise,   // random bytes, random floats from 0 to 1: no branch and no table entry is foreseen
+    Smooth,  // gradients and a slow wave, as packed by our own Encoder
+};
 
-// How a benchmark names it: "ZEQ-422 to BGRA F32".
+struct Setting
+{
+    PictureKind picture;
+    int height;
+    int threads;
+
+    auto operator<=>(const Setting&) const = default;
+
+    cv::Size size() const { return {height * 16 / 9, height}; }
+};
+
+// The names of benchmarks are made of these: "ZEQ-422", "BGRA F32"; "ZEQ-422 to BGRA F32";
+// "noise/1080/2".
+std::string nameOf(const Velmora::FrameFormat& format);
 std::string nameOf(const Conversion& conversion);
+std::string nameOf(const Setting& setting);
 
 }
