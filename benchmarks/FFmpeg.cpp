@@ -30,11 +30,8 @@ namespace {
 // Throws for the negative results by which FFmpeg reports failures.
 void check(int result)
 {
-    if (result < 0) {
-        char text[AV_ERROR_MAX_STRING_SIZE];
-        throw std::runtime_error("FFmpeg: " +
-                                 std::string(av_make_error_string(text, sizeof text, result)));
-    }
+    if (result < 0)
+        throw std::runtime_error("FFmpeg: error " + std::to_string(result));
 }
 
 // Objects that are released by functions which take the address of the pointer.
@@ -127,20 +124,18 @@ std::shared_ptr<AVCodecContext> newCodec(const AVCodec* codec, int threads)
     return context;
 }
 
-// The header of a DirectDraw surface, in 32-bit words, whose DXT5 blocks hold scaled YCoCg.
+// The header of a DirectDraw surface, in 32-bit words, whose DXT5 blocks hold scaled YCoCg: how
+// long it is, which fields it fills, and the four letters that name the pixel format.
 std::array<std::uint32_t, 32> ddsHeader(const cv::Size& size)
 {
-    std::array<std::uint32_t, 32> words{};
-    words[0] = MKTAG('D', 'D', 'S', ' ');
-    words[1] = 124;                       // bytes of the header after the tag
-    words[2] = 0x1 | 0x2 | 0x4 | 0x1000;  // capabilities, height, width and pixel format follow
-    words[3] = static_cast<std::uint32_t>(size.height);
-    words[4] = static_cast<std::uint32_t>(size.width);
+    std::array<std::uint32_t, 32> words{MKTAG('D', 'D', 'S', ' '), 124, 0x1 | 0x2 | 0x4 | 0x1000,
+                                        static_cast<std::uint32_t>(size.height),
+                                        static_cast<std::uint32_t>(size.width)};
     words[11] = MKTAG('Y', 'C', 'G', '2');
-    words[19] = 32;  // bytes of the pixel format
-    words[20] = 4;   // it is named by the next four letters
+    words[19] = 32;
+    words[20] = 4;
     words[21] = MKTAG('D', 'X', 'T', '5');
-    words[27] = 0x1000;  // a texture
+    words[27] = 0x1000;
     return words;
 }
 

@@ -37,16 +37,13 @@ PeerWork convertYuy2(const cv::Mat& source, int /*threads*/)
         pixel[0] = cv::saturate_cast<uchar>(16 + pixel[0] * (219 / 255.0));
         pixel[1] = cv::saturate_cast<uchar>(128 + (pixel[1] - 127.5) * (224 / 255.0));
     }
-    struct Results
-    {
-        cv::Mat bytes, floats;
-    };
-    const auto results = std::make_shared<Results>();
-    return {[=] {
-                cv::cvtColor(yuyv, results->bytes, cv::COLOR_YUV2BGRA_YUY2);
-                results->bytes.convertTo(results->floats, CV_32F, 1.0 / 255);
+    cv::Mat bytes(yuyv.size(), CV_8UC4);
+    cv::Mat floats(yuyv.size(), CV_32FC4);
+    return {[=]() mutable {
+                cv::cvtColor(yuyv, bytes, cv::COLOR_YUV2BGRA_YUY2);
+                bytes.convertTo(floats, CV_32F, 1.0 / 255);
             },
-            [=] { return pictureOf(BGRA_F32(), results->floats); }};
+            [=] { return pictureOf(BGRA_F32(), floats); }};
 }
 
 void check(bool succeeded)

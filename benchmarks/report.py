@@ -171,12 +171,11 @@ class Report:
         return table(["frame", "threads", "fastest stores", "copy / limit", "least to most"], rows)
 
     def quality(self, peer):
-        for key, group in self.groups.items():
-            if key.picture == "photograph" and peer in group:
+        for group in self.groups.values():
+            if peer in group and "theirs" in group[peer][0]:
                 theirs, ours = group[peer][0]["theirs"], group[peer][0]["ours"]
-                if ours:
-                    return f"ours {ours:.1f}, theirs {theirs:.1f}"
-                return "equal" if theirs > 200 else f"{theirs:.1f} to ours"
+                return (f"ours {ours:.1f}, theirs {theirs:.1f}" if ours else
+                        "equal" if theirs > 200 else f"{theirs:.1f} to ours")
         return "–"
 
     def peer_table(self):
@@ -188,7 +187,7 @@ class Report:
                 if set(cells) != {"–"}:
                     rows.append([name, peer, threads, *cells, self.target(name, threads, peer),
                                  self.quality(peer)])
-        for key, group in self.groups.items():
+        for group in self.groups.values():
             differences |= {peer: group[peer][0]["label"] for _, peer in self.peers
                             if peer in group and "label" in group[peer][0]}
         return table(["ours", "theirs", "threads", "1080p", "4K", "target", "PSNR, dB"], rows) + (
@@ -296,7 +295,7 @@ def draw_speed(report, pyplot, path):
     for row, (name, peer) in enumerate(report.peers):
         values = report.figures(name, peer, "ours")
         dot(lower, row, values, OTHERS)
-        end, gap, side = (-1, 9, "left") if median(values) < 15 else (0, -9, "right")
+        end, gap, side = (-1, 9, "left") if values[-1] < 20 else (0, -9, "right")
         lower.annotate(peer, (values[end], row), (gap, 0), textcoords="offset points", va="center",
                        ha=side, color=OTHERS, fontsize=9.5)
     for axes, names, title, legend in (
