@@ -1,20 +1,57 @@
 #pragma once
 
+#include "MediaConversion/MediaPipeline/FrameFlow.h"
+#include "MediaConversion/MediaPipeline/Frames.h"
+#include "benchmarks/Cases.h"
+
 #include <opencv2/core/mat.hpp>
+
+#include <functional>
+#include <memory>
+#include <string>
 
 namespace Benchmarks {
 
-// One way to do a conversion's work, its input at hand: ours, or another library's.
-class Work
+cv::Mat makePicture(const Velmora::FrameFormat& format, const Setting& setting);
+
+// A photograph of 300 x 200 pixels.
+cv::Mat photograph(const Velmora::FrameFormat& format);
+
+using FrameSource = std::function<std::unique_ptr<Velmora::IFrame>()>;
+
+std::unique_ptr<Velmora::ImageFrame> frameOf(const Velmora::FrameFormat& format,
+                                             const cv::Mat& image);
+void writeMediaFile(const std::string& fileName, const Velmora::ImageFrame& frame);
+
+// Opens the media file and reads its frame.
+FrameSource fromFile(const std::string& fileName);
+
+// The frame's way through the Encoder, or through the filter alone for RGB-DXT1 of RGBA, which the
+// registry does not offer. Like the reader, it holds a result until the next replaces it.
+class OurWork
 {
 public:
-    virtual ~Work() = default;
+    OurWork(const Conversion& conversion, FrameSource source);
 
-    // What is timed.
-    virtual void run() = 0;
+    void run();
+    const cv::Mat& result() const;
 
-    // What the last run made, to be looked at: float BGR, blocks decoded.
-    virtual cv::Mat picture() const = 0;
+private:
+    FrameSource m_source;
+    MediaConversion::FrameSinkDestination m_sink;
+    std::unique_ptr<MediaConversion::IFrameFilter> m_filter;
+    std::unique_ptr<Velmora::IFrame> m_result;
 };
+
+// Once through the Encoder, or the image itself where the formats are the same.
+cv::Mat converted(const Velmora::FrameFormat& from, const cv::Mat& image,
+                  const Velmora::FrameFormat& to);
+
+// The same by the reference: one pixel after the other in double precision.
+cv::Mat referenceConverted(const Velmora::ImageFrame& frame,
+                           const Velmora::FrameFormat& destination);
+
+// Float BGR of a full frame with 8-bit or float channels, or of blocks.
+cv::Mat pictureOf(const Velmora::FrameFormat& format, const cv::Mat& image);
 
 }

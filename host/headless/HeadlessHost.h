@@ -2,9 +2,27 @@
 
 #include "imaging/Picture.h"
 
+#include <DDImage/Reader.h>
+
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
+
+// A knob as a format object asked for it; texts that it left out are empty.
+struct Knob
+{
+    int type;
+    int store;
+    void* pointer;
+    std::optional<std::string> name;
+    std::optional<std::string> label;
+    std::optional<std::string> extra;
+};
+
+// The knobs that a file format adds to the panel of the read operator.
+std::vector<Knob> formatPanel(const DD::Image::Reader::Description& description);
 
 // A host that loads a reader plug-in as any other does, at run time and through what it registers,
 // and reads whole pictures with it.

@@ -91,6 +91,8 @@ TEST_F(HeadlessHost, tellsUsageErrorsFromFailures)
     const std::tuple<const char*, int, const char*> cases[] = {
         {"", 2, "headlessHost: No files given\n\nUsage: headlessHost.*"},
         {"--what picture.zeq", 2, "headlessHost: Unknown option --what\n.*"},
+        {"picture.zeq -o", 2, "headlessHost: Option --output needs a value\n.*"},
+        {"-o out/of/it -- --what", 1, "--what: No such file or directory\n"},
         {"--plugin ./missing.so picture.zeq", 1, "headlessHost: .*missing.so.*"},
         {"--help >&2", 0, "Usage: headlessHost.*"},
     };
@@ -98,5 +100,5 @@ TEST_F(HeadlessHost, tellsUsageErrorsFromFailures)
         EXPECT_EQ(run(std::string("headlessHost ") + arguments), status);
         EXPECT_THAT(errors, ContainsRegex(std::string("^") + text));
     }
-    EXPECT_THAT(files(), IsEmpty());
+    EXPECT_THAT(files(), ElementsAre("out"));
 }

@@ -1,4 +1,4 @@
-#include "host/headless/FormatPanel.h"
+#include "host/headless/HeadlessHost.h"
 #include "tests/reader/ReaderTest.h"
 
 #include <cstdio>

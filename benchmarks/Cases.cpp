@@ -1,0 +1,63 @@
+#include "benchmarks/Cases.h"
+
+#include "MediaConversion/MediaPipeline/Formats.h"
+
+namespace Benchmarks {
+
+const std::vector<Conversion>& conversions()
+{
+    using namespace Velmora::Formats;
+    using enum Scope;
+    // clang-format off
+    static const auto& table = *new std::vector<Conversion>{
+        // from              to                 scope     ours / limit on 1, 2 threads; reference / ours
+        {RGB_DPX_FILLED(),   BGRA_F32(),        Growing,  {1.15, 1.15},  5.0},
+        {BGR_DPX_FILLED(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
+        {RGB_SMPTE_2110(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
+        {BGR_SMPTE_2110(),   BGRA_F32(),        Usual,    {1.15, 1.15},  5.0},
+        {YUYV_422(),         BGRA_F32(),        Usual,    {1.30, 1.20},  5.0},
+        {ZEQ_420(),          BGRA_F32(),        Usual,    {1.30, 1.20},  5.0},
+        {ZEQ_422(),          BGRA_F32(),        Growing,  {1.60, 1.40},  4.0},
+        {ZEQ_4224_HYBRID(),  BGRA_F32(),        Usual,    {1.60, 1.40},  2.5},
+        {RGB_U8(),           BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {BGR_U8(),           BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {RGBA_U8(),          BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {BGRA_U8(),          BGRA_F32(),        Usual,    {1.50, 1.70},  0  },
+        {YCoCg_DXT5(),       BGRA_F32(),        Growing,  {2.70, 2.70},  3.0},
+        {BGRA_F32(),         RGB_DPX_FILLED(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         BGR_DPX_FILLED(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         RGB_SMPTE_2110(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         BGR_SMPTE_2110(),  Usual,    {1.30, 1.30},  2.5},
+        {BGRA_F32(),         YUYV_422(),        Usual,    {2.20, 2.20},  2.0},
+        {BGRA_F32(),         ZEQ_420(),         Growing,  {2.20, 2.20},  2.0},
+        {BGRA_F32(),         ZEQ_422(),         Usual,    {2.20, 2.20},  2.0},
+        {BGRA_F32(),         ZEQ_4224_HYBRID(), Usual,    {2.20, 2.20},  2.0},
+        {BGRA_U8(),          YCoCg_DXT5(),      Growing,  {9.00, 9.00},  5.0},
+        {RGBA_U8(),          RGB_DXT1(),        Usual,    {5.00, 5.00},  5.0},
+        {RGB_DPX_FILLED(),   BGRA_F32(),        PeersFromFile},
+        {YCoCg_DXT5(),       BGRA_U8(),         Peers},
+    };
+    // clang-format on
+    return table;
+}
+
+std::string nameOf(const Velmora::FrameFormat& format)
+{
+    if (Velmora::PackedFormatCvTypes().contains(format))
+        return format.pixelFormat;
+    return format.pixelFormat + ' ' + toString(format.channelType);
+}
+
+std::string nameOf(const Conversion& conversion)
+{
+    return nameOf(conversion.source) + " to " + nameOf(conversion.destination) +
+           (conversion.scope == Scope::PeersFromFile ? ", from a file" : "");
+}
+
+std::string nameOf(const Setting& setting)
+{
+    return (setting.picture == PictureKind::Noise ? "noise/" : "smooth/") +
+           std::to_string(setting.height) + '/' + std::to_string(setting.threads);
+}
+
+}
