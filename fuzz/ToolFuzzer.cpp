@@ -1,8 +1,7 @@
 #include "fuzz/Fuzzing.h"
 #include "tools/Command.h"
 #include "tools/CommandLine.h"
-#include "tools/FramePattern.h"
-#include "tools/FrameRange.h"
+#include "tools/InputFiles.h"
 #include "tools/MemoryBudget.h"
 
 #include <algorithm>

@@ -1,7 +1,7 @@
 #include "tools/ConversionPlan.h"
 
 #include "tools/Command.h"
-#include "tools/FramePattern.h"
+#include "tools/InputFiles.h"
 
 #include <filesystem>
 #include <functional>

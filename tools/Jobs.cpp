@@ -1,8 +1,8 @@
 #include "tools/Jobs.h"
 
 #include "tools/Command.h"
+#include "tools/Files.h"
 #include "tools/Messages.h"
-#include "tools/OutputFile.h"
 #include "tools/Progress.h"
 #include "tools/Threads.h"
 

@@ -6,7 +6,6 @@
 #include "tools/MemoryBudget.h"
 #include "tools/Messages.h"
 #include "tools/OpenFile.h"
-#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"

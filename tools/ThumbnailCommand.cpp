@@ -4,7 +4,6 @@
 #include "tools/EndingSignals.h"
 #include "tools/Files.h"
 #include "tools/OpenFile.h"
-#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #include "imaging/PictureOutput.h"
 #include "tests/MediaFile/TemporaryFolder.h"
-#include "tools/OutputFile.h"
+#include "tools/Files.h"
 
 #include <OpenImageIO/imageio.h>
 

@@ -2,8 +2,7 @@
 #include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/Command.h"
-#include "tools/FramePattern.h"
-#include "tools/FrameRange.h"
+#include "tools/InputFiles.h"
 #include "tools/MemoryBudget.h"
 
 #include <gmock/gmock.h>
