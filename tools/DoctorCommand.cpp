@@ -1,9 +1,9 @@
 #include "MediaConversion/Version.h"
 #include "tools/Commands.h"
 #include "tools/Files.h"
-#include "tools/Messages.h"
 #include "tools/PictureModule.h"
 #include "tools/PlugInTrial.h"
+#include "tools/Report.h"
 
 #include <opencv2/core/utility.hpp>
 

@@ -4,7 +4,7 @@
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStream.h"
-#include "tools/Messages.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <cctype>

@@ -7,7 +7,6 @@
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/MediaFormats.h"
-#include "tools/Messages.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>

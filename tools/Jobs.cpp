@@ -2,8 +2,7 @@
 
 #include "tools/Command.h"
 #include "tools/Files.h"
-#include "tools/Messages.h"
-#include "tools/Progress.h"
+#include "tools/Report.h"
 #include "tools/Threads.h"
 
 #include <opencv2/core/utility.hpp>

@@ -4,7 +4,6 @@
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/MemoryBudget.h"
-#include "tools/Messages.h"
 #include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"

@@ -4,7 +4,6 @@
 #include "imaging/StandardStreams.h"
 #include "tools/Command.h"
 #include "tools/CommandLine.h"
-#include "tools/Messages.h"
 #include "tools/Report.h"
 
 #include <exception>
