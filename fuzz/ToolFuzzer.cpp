@@ -2,7 +2,7 @@
 #include "tools/Command.h"
 #include "tools/CommandLine.h"
 #include "tools/InputFiles.h"
-#include "tools/MemoryBudget.h"
+#include "tools/Jobs.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,8 +1,8 @@
 #pragma once
 
 #include "tools/ConversionPlan.h"
+#include "tools/Jobs.h"
 #include "tools/MediaFormats.h"
-#include "tools/MemoryBudget.h"
 
 #include <optional>
 #include <string>

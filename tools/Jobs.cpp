@@ -1,23 +1,87 @@
 #include "tools/Jobs.h"
 
+#include "MediaConversion/Errors.h"
 #include "tools/Command.h"
 #include "tools/Files.h"
 #include "tools/Report.h"
-#include "tools/Threads.h"
-
-#include <opencv2/core/utility.hpp>
 
 #include <malloc.h>
+#include <opencv2/core/utility.hpp>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <charconv>
+#include <cstddef>
 #include <exception>
+#include <future>
 #include <stdexcept>
+#include <string_view>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace Zeq {
+
+namespace {
+
+constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
+
+std::uint64_t machineMemory()
+{
+    return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+}
+
+}
+
+MemoryBudget::Reservation::Reservation(MemoryBudget& budget, std::uint64_t size)
+    : m_budget(budget), m_size(size)
+{
+    if (size > machineMemory())
+        MediaConversion::fail("needs ", size / mebibyte,
+                              " MiB of memory, more than this machine has");
+    std::unique_lock lock(budget.m_usedMutex);
+    budget.m_released.wait(
+        lock, [&] { return budget.m_used == 0 || budget.m_used + size <= budget.m_limit; });
+    budget.m_used += size;
+}
+
+MemoryBudget::Reservation::~Reservation()
+{
+    {
+        const std::lock_guard lock(m_budget.m_usedMutex);
+        m_budget.m_used -= m_size;
+    }
+    m_budget.m_released.notify_all();
+}
+
+std::uint64_t parseByteCount(const std::string& text)
+{
+    std::uint64_t count = 0;
+    const auto* const end = text.data() + text.size();
+    const auto [unit, error] = std::from_chars(text.data(), end, count);
+    const std::string_view rest(unit, static_cast<std::size_t>(end - unit));
+    const int shift = rest == "M" ? 20 : rest == "G" ? 30 : -1;
+    if (error != std::errc() || shift < 0 || count == 0 || count > UINT64_MAX >> shift)
+        throw UsageError("--memory: " + text + " is no amount like 512M or 4G");
+    return count << shift;
+}
+
+bool canStartThreads(std::size_t count)
+{
+    std::promise<void> end;
+    const auto wait = [ended = end.get_future().share()] { ended.wait(); };
+    std::vector<std::jthread> threads;
+    threads.reserve(count);
+    try {
+        while (threads.size() < count)
+            threads.emplace_back(wait);
+    } catch (const std::system_error&) {
+    }
+    end.set_value();
+    return threads.size() == count;
+}
 
 namespace {
 

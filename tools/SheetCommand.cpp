@@ -3,7 +3,7 @@
 #include "tools/EndingSignals.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
-#include "tools/MemoryBudget.h"
+#include "tools/Jobs.h"
 #include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"

@@ -3,7 +3,7 @@
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/Command.h"
 #include "tools/InputFiles.h"
-#include "tools/MemoryBudget.h"
+#include "tools/Jobs.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
