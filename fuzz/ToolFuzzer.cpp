@@ -1,8 +1,9 @@
 #include "fuzz/Fuzzing.h"
-#include "tools/Command.h"
 #include "tools/CommandLine.h"
+#include "tools/Commands.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <functional>

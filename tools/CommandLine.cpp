@@ -1,8 +1,8 @@
 #include "tools/CommandLine.h"
 
 #include "MediaConversion/Version.h"
-#include "tools/Command.h"
-#include "tools/HelpTexts.h"
+#include "tools/Commands.h"
+#include "tools/Report.h"
 
 #include <CLI/CLI.hpp>
 

@@ -1,7 +1,7 @@
 #include "tools/InputFiles.h"
 
-#include "tools/Command.h"
 #include "tools/Files.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <charconv>

@@ -1,13 +1,12 @@
 #include "tools/Jobs.h"
 
 #include "MediaConversion/Errors.h"
-#include "tools/Command.h"
 #include "tools/Files.h"
 #include "tools/Report.h"
 
 #include <malloc.h>
-#include <opencv2/core/utility.hpp>
 #include <unistd.h>
+#include <opencv2/core/utility.hpp>
 
 #include <algorithm>
 #include <atomic>

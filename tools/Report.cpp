@@ -2,8 +2,8 @@
 
 #include "MediaConversion/MediaFile/FileNames.h"
 
-#include <opencv2/core.hpp>
 #include <unistd.h>
+#include <opencv2/core.hpp>
 
 #include <algorithm>
 #include <cstdio>

@@ -4,10 +4,26 @@
 #include <cstddef>
 #include <exception>
 #include <mutex>
+#include <stdexcept>
 #include <string>
 
 // What the tool says. Each call writes whole lines, also when several threads speak at once.
 namespace Zeq {
+
+namespace ExitStatus {
+
+inline constexpr int success = 0;
+inline constexpr int failure = 1;
+inline constexpr int usage = 2;
+
+}
+
+// A command line that cannot be understood, found before anything is done.
+class UsageError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
 
 // A text for people, of one line, with the names in it: control characters, bytes that are no
 // UTF-8 and backslashes are written as printf's %b reads them, "\n", "\x1b", "\\". A name cannot

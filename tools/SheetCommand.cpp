@@ -1,6 +1,4 @@
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
-#include "tools/EndingSignals.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
@@ -8,6 +6,7 @@
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
+#include "tools/TerminationSignals.h"
 
 #include <exception>
 #include <filesystem>
@@ -90,8 +89,8 @@ Command sheet()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText + std::string(R"(
-Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)"),
+        .description = sequencesText() + R"(
+Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)",
         .arguments = {filesArgument(options->files, "media files and other pictures"),
                       {.names = "-o,--output",
                        .value = "SHEET",

@@ -1,10 +1,10 @@
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
-#include "tools/ConversionPlan.h"
-#include "tools/EndingSignals.h"
+#include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
+#include "tools/Report.h"
+#include "tools/TerminationSignals.h"
 
 #include <algorithm>
 #include <charconv>
@@ -93,9 +93,9 @@ Command thumbnail()
                                     framesArgument(options->frames)};
     const auto jobs = jobArguments(options->jobs);
     arguments.insert(arguments.end(), jobs.begin(), jobs.end());
-    return {.description = sequencesText + std::string(R"(
+    return {.description = sequencesText() + R"(
 Writes shot.png with 8 bits for shot.zeq, with alpha where the file has it. What is small already
-keeps its size.)"),
+keeps its size.)",
             .arguments = arguments,
             .run = [options] { return Zeq::run(*options); }};
 }

@@ -2,8 +2,8 @@
 #include "MediaConversion/MediaPipeline/ImageFrame.h"
 #include "MediaConversion/MediaPipeline/SelfPruningMemoryPool.h"
 #include "imaging/StandardStreams.h"
-#include "tools/Command.h"
 #include "tools/CommandLine.h"
+#include "tools/Commands.h"
 #include "tools/Report.h"
 
 #include <exception>

@@ -1,5 +1,5 @@
 #include "tests/tools/ProgramTest.h"
-#include "tools/Command.h"
+#include "tools/Commands.h"
 
 #include <nlohmann/json.hpp>
 

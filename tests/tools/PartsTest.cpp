@@ -1,9 +1,10 @@
 #include "imaging/PartialPicture.h"
 #include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
-#include "tools/Command.h"
+#include "tools/Commands.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
+#include "tools/Report.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "tools/EndingSignals.h"
+#include "tools/TerminationSignals.h"
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
 
@@ -18,7 +18,7 @@ namespace {
 // What terminals, shells and schedulers end a program by, the latter also as a warning before they
 // kill it. Not those of a crash, after which nothing can be relied upon. Left out are also those
 // that the program was told to ignore, as nohup tells it.
-sigset_t endingSignals()
+sigset_t terminationSignals()
 {
     sigset_t signals;
     ::sigemptyset(&signals);
@@ -54,7 +54,7 @@ void removeUnfinishedFilesOnSignals()
     // Writing beyond a limit or to a reader that has gone is to be an error like any other.
     ::signal(SIGXFSZ, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);
-    const auto signals = endingSignals();
+    const auto signals = terminationSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     try {
         std::thread([signals] {
