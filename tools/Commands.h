@@ -2,6 +2,7 @@
 
 #include "tools/Jobs.h"
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <variant>
@@ -13,13 +14,17 @@ namespace Zeq {
 // it from here.
 struct Argument
 {
-    using Target = std::variant<bool*, std::string*, std::vector<std::string>*>;
+    // A std::uint64_t is a number of bytes like 512M or 4G. A number that is 0 when nothing is said
+    // stays so for an empty text.
+    using Target =
+        std::variant<bool*, std::string*, std::vector<std::string>*, int*, std::uint64_t*>;
 
     std::string names;  // "-o,--output"; without hyphens it stands for what is given without a name
     std::string value;  // what stands for the value in the help; a switch has none
     Target target;
-    std::string help;
+    std::string help = {};
     std::vector<std::string> choices = {};  // in any case of letters; empty when any value will do
+    int largest = 0;                        // what an int may be, from 1 on
     bool isRequired = false;
 
     bool isPositional() const { return names.front() != '-'; }

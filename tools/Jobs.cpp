@@ -10,12 +10,10 @@
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
 #include <cstddef>
 #include <exception>
 #include <future>
 #include <stdexcept>
-#include <string_view>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -55,18 +53,6 @@ MemoryBudget::Reservation::~Reservation()
     m_budget.m_released.notify_all();
 }
 
-std::uint64_t parseByteCount(const std::string& text)
-{
-    std::uint64_t count = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [unit, error] = std::from_chars(text.data(), end, count);
-    const std::string_view rest(unit, static_cast<std::size_t>(end - unit));
-    const int shift = rest == "M" ? 20 : rest == "G" ? 30 : -1;
-    if (error != std::errc() || shift < 0 || count == 0 || count > UINT64_MAX >> shift)
-        throw UsageError("--memory: " + text + " is no amount like 512M or 4G");
-    return count << shift;
-}
-
 bool canStartThreads(std::size_t count)
 {
     std::promise<void> end;
@@ -83,21 +69,6 @@ bool canStartThreads(std::size_t count)
 }
 
 namespace {
-
-constexpr int largestJobCount = 1024;
-
-int parseJobCount(const std::string& text)
-{
-    if (text.empty())
-        return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    int count = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, count);
-    if (error != std::errc() || stop != end || count < 1 || count > largestJobCount)
-        throw UsageError("--jobs: " + text + " is no number from 1 to " +
-                         std::to_string(largestJobCount));
-    return count;
-}
 
 // How many are done at once. The processors are shared out among the jobs, so that they do not
 // stand in each other's way. Without threads, OpenCV is not to start any either.
@@ -118,9 +89,10 @@ Job failingJob(const std::string& name, const std::string& problem)
 
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
 {
-    MemoryBudget budget(parseByteCount(settings.memory));
-    const auto jobCount = static_cast<std::size_t>(
-        prepareThreads(std::min(parseJobCount(settings.jobs), static_cast<int>(jobs.size()))));
+    MemoryBudget budget(settings.memory);
+    const auto processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    const auto jobCount = static_cast<std::size_t>(prepareThreads(
+        std::min(settings.jobs ? settings.jobs : processors, static_cast<int>(jobs.size()))));
 
     // One heap for all threads: with one for each, freed frames stay with the thread that had them.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread allocates yet

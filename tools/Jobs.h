@@ -43,9 +43,6 @@ private:
     std::condition_variable m_released;
 };
 
-// The bytes that a text like "4G" or "512M" means; throws a UsageError.
-std::uint64_t parseByteCount(const std::string& text);
-
 // Whether so many threads more can be started at once. What OpenCV, OpenImageIO and the libraries
 // behind them do where a thread cannot be started is to fail, or to end the program.
 bool canStartThreads(std::size_t count);
@@ -53,8 +50,8 @@ bool canStartThreads(std::size_t count);
 // How much is done at once.
 struct JobSettings
 {
-    std::string jobs;  // as given: a number of files, or nothing
-    std::string memory = "4G";
+    int jobs = 0;                                   // files; 0 for as many as there are processors
+    std::uint64_t memory = std::uint64_t{4} << 30;  // bytes of their frames together
     bool isQuiet = false;
 };
 
@@ -71,8 +68,7 @@ struct Job
 Job failingJob(const std::string& name, const std::string& problem);
 
 // Runs the jobs, several at once where threads can be started, and names those that fail. Progress
-// is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed;
-// throws a UsageError for settings that cannot be understood.
+// is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed.
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings);
 
 }

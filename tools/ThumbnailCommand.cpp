@@ -6,8 +6,6 @@
 #include "tools/Report.h"
 #include "tools/TerminationSignals.h"
 
-#include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -17,27 +15,14 @@ namespace Zeq {
 
 namespace {
 
-constexpr int largestSize = 4096;
-
 struct Options
 {
     std::vector<std::string> files;
     std::string frames;
     std::string folder;
-    std::string size = "256";
+    int size = 256;
     JobSettings jobs;
 };
-
-int parseSize(const std::string& text)
-{
-    int size = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, size);
-    if (error != std::errc() || stop != end || size < 1 || size > largestSize)
-        throw UsageError("--size: " + text + " is no number from 1 to " +
-                         std::to_string(largestSize));
-    return size;
-}
 
 void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
 {
@@ -54,7 +39,6 @@ void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& 
 
 int run(const Options& options)
 {
-    const int size = parseSize(options.size);
     if (options.folder.empty())
         throw UsageError("--output: a folder is required");
     const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
@@ -68,8 +52,8 @@ int run(const Options& options)
             jobs.push_back(failingJob(conversion.input, conversion.problem));
         else
             jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                            [&conversion, size](MemoryBudget& budget) {
-                                makeThumbnail(conversion, size, budget);
+                            [&conversion, &options](MemoryBudget& budget) {
+                                makeThumbnail(conversion, options.size, budget);
                             }});
     removeUnfinishedFilesOnSignals();
     return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
@@ -89,7 +73,8 @@ Command thumbnail()
                                     {.names = "--size",
                                      .value = "N",
                                      .target = &options->size,
-                                     .help = "the longer side in pixels (default: 256)"},
+                                     .help = "the longer side in pixels (default: 256)",
+                                     .largest = 4096},
                                     framesArgument(options->frames)};
     const auto jobs = jobArguments(options->jobs);
     arguments.insert(arguments.end(), jobs.begin(), jobs.end());

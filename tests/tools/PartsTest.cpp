@@ -1,6 +1,7 @@
 #include "imaging/PartialPicture.h"
 #include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
+#include "tools/CommandLine.h"
 #include "tools/Commands.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
@@ -41,6 +42,64 @@ TEST(FrameRange, listsEachFrameOnceAndInOrder)
         EXPECT_THROW(parseFrames(text), UsageError) << text;
     EXPECT_THAT(parseFrames("2-1999999x2,1"), SizeIs(1'000'000));
     EXPECT_THROW(parseFrames("2-2000000x2,1"), UsageError);
+}
+
+namespace {
+
+struct Numbers
+{
+    std::uint64_t memory = 7;
+    int size = 8;
+    int jobs = 0;
+
+    bool operator==(const Numbers&) const = default;
+} numbers;
+
+Command numbersCommand()
+{
+    return {
+        .description = "",
+        .arguments = {{.names = "--memory", .value = "SIZE", .target = &numbers.memory},
+                      {.names = "--size", .value = "N", .target = &numbers.size, .largest = 99},
+                      {.names = "--jobs", .value = "N", .target = &numbers.jobs, .largest = 99}},
+        .run = [] { return ExitStatus::success; }};
+}
+
+// Gives what is wrong with the value.
+std::string parse(std::string option, std::string value)
+{
+    numbers = {};
+    std::string program = "zeq", command = "numbers";
+    char* words[] = {program.data(), command.data(), option.data(), value.data()};
+    try {
+        parseCommandLine({{"numbers", "", numbersCommand}}, 4, words);
+        return "";
+    } catch (const UsageError& error) {
+        return error.what();
+    }
+}
+
+}
+
+TEST(CommandLine, takesDecimalNumbersAndAmountsOfMemoryOnly)
+{
+    const std::tuple<const char*, const char*, Numbers> cases[] = {
+        {"--memory", "512M", {.memory = 536870912}},
+        {"--memory", "4G", {.memory = 4294967296}},
+        {"--memory", "010M", {.memory = 10485760}},
+        {"--size", "99", {.size = 99}},
+        {"--size", "010", {.size = 10}},
+        {"--jobs", "", {}},
+    };
+    for (const auto& [option, value, expected] : cases) {
+        EXPECT_EQ(parse(option, value), "");
+        EXPECT_TRUE(numbers == expected) << option << value;
+    }
+    for (const std::string text :
+         {"", "4", "0G", "-1G", "4T", "4g", "4GB", "4 G", "0x4G", "99999999999G"})
+        EXPECT_EQ(parse("--memory", text), "--memory: " + text + " is no amount like 512M or 4G");
+    for (const std::string text : {"", "0", "-1", "+1", "1x", "0x1", "1 ", "100", "99999999999"})
+        EXPECT_EQ(parse("--size", text), "--size: " + text + " is no number from 1 to 99");
 }
 
 // As OpenCV reduces the whole picture.
@@ -142,8 +201,4 @@ TEST(MemoryBudget, isNotExceededButByAFrameAlone)
     };
     const std::jthread first(take, 2), second(take, 3), third(take, 9);
     EXPECT_THROW(const auto excess = budget.reserve(std::uint64_t{1} << 60), std::runtime_error);
-    EXPECT_EQ(parseByteCount("512M"), 536870912u);
-    EXPECT_EQ(parseByteCount("4G"), 4294967296u);
-    for (const auto* text : {"", "4", "0G", "-1G", "4T", "4GB", "99999999999G"})
-        EXPECT_THROW(parseByteCount(text), UsageError) << text;
 }
