@@ -3,9 +3,11 @@
 #include <cstddef>
 #include <vector>
 
-// A picture as a reader gave it: float samples, red, green, blue and alpha interleaved, the rows
-// from the top down.
-struct Picture
+namespace Imaging {
+
+// A picture as a host's reader gave it: float samples, red, green, blue and alpha interleaved, the
+// rows from the top down. It needs no other library than the standard one, as the host.
+struct HostPicture
 {
     static constexpr int channels = 4;
 
@@ -20,3 +22,8 @@ struct Picture
                                    std::size_t(channels);
     }
 };
+
+}
+
+// The host's own name for it.
+using Picture = Imaging::HostPicture;

@@ -24,7 +24,7 @@ void checkFile(const InputFile& input, MemoryBudget& budget)
 {
     throwProblem(input);
     const auto file = openMediaFile(input.name);
-    const auto reservation = budget.reserve(file->contents().byteCount);
+    const auto reservation = budget.reserve(file->facts().byteCount);
     converted(file->readFrame(), Velmora::Formats::BGRA_F32());
 }
 

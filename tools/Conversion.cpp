@@ -101,51 +101,39 @@ void checkSide(const char* side, int length, std::uint32_t group, const MediaFor
         fail("is ", length, " pixels ", side, "; ", format.name, " needs a multiple of ", group);
 }
 
-// The conversion to 8 bits takes what is too large for an int to 0: a highlight would be black.
-std::unique_ptr<Velmora::IFrame> withLimitedHighlights(std::unique_ptr<Velmora::IFrame> frame)
-{
-    cv::Mat image = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
-    if (image.depth() == CV_32F)
-        image.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
-            for (int channel = 0; channel < 4; ++channel)
-                pixel[channel] = pixel[channel] > 1 ? 1 : pixel[channel];
-        });
-    return frame;
-}
-
 void writeMediaFile(IOpenFile& file, const std::string& output, const MediaFormat& format,
                     MemoryBudget& budget)
 {
-    const auto& contents = file.contents();
+    const auto& facts = file.facts();
     const auto options = file.mediaFileOptions();
     // A media file keeps the frame that it has, of which hosts show the picture.
     if (!options.width) {
         const auto& packing = format.frameFormat.pixelPacking;
-        checkSide("wide", contents.size.width, packing.columnsPerGroup, format);
-        checkSide("high", contents.size.height, packing.rowsPerGroup, format);
+        checkSide("wide", facts.size.width, packing.columnsPerGroup, format);
+        checkSide("high", facts.size.height, packing.rowsPerGroup, format);
     }
-    const auto filledUp = options.width ? 0 : fillingUpByteCount(contents);
+    const auto filledUp = options.width ? 0 : fillingUpByteCount(facts);
     const auto reservation =
-        budget.reserve(contents.byteCount + filledUp + std::max(contents.byteCount, filledUp) / 4);
-    const auto frame = converted(withLimitedHighlights(file.readFrame()), format.frameFormat);
+        budget.reserve(facts.byteCount + filledUp + std::max(facts.byteCount, filledUp) / 4);
+    const auto frame = converted(file.readFrame(), format.frameFormat);
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
 void writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
                        std::optional<SampleDepth> wantedDepth, MemoryBudget& budget)
 {
-    const auto& contents = file.contents();
-    const bool hasAlpha = contents.hasAlpha && type.holdsAlpha;
+    const auto& facts = file.facts();
+    const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
     const auto depth = wantedDepth ? checkedDepth(type, *wantedDepth, hasAlpha)
-                                   : losslessDepth(type, contents.depth, hasAlpha);
-    checkNotEmpty(contents);
-    const auto filledUp = fillingUpByteCount(contents);
+                                   : losslessDepth(type, facts.depth, hasAlpha);
+    checkNotEmpty(facts);
     const auto reservation =
-        budget.reserve(contents.byteCount + filledUp + std::max(contents.byteCount, filledUp));
-    auto picture = whole(file.readPicture());
+        budget.reserve(facts.byteCount + std::max(facts.byteCount, fillingUpByteCount(facts)));
+    auto picture = file.readPicture();
+    picture.depth = depth;
+    picture.hasAlpha = hasAlpha;
     writeOutput(output, [&](const std::string& name) {
-        pictureModule().write(name, std::move(picture),
-                              {hasAlpha, depth, std::filesystem::path(output).filename()});
+        pictureModule().write(name, picture, std::filesystem::path(output).filename());
     });
 }
 
@@ -155,9 +143,9 @@ void convertFile(const Conversion& conversion, const WantedResult& wanted, Memor
 {
     const auto file = openFile(conversion.input);
     if (hasMediaFileExtension(conversion.output)) {
-        const auto& contents = file->contents();
+        const auto& facts = file->facts();
         const auto& format =
-            wanted.format ? *wanted.format : defaultMediaFormat(contents.depth, contents.hasAlpha);
+            wanted.format ? *wanted.format : defaultMediaFormat(facts.depth, facts.hasAlpha);
         writeMediaFile(*file, conversion.output, format, budget);
     } else {
         const auto* const type = findPictureType(extensionOf(conversion.output));

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MediaConversion/MediaPipeline/FrameFormat.h"
-#include "imaging/SampleDepth.h"
+#include "imaging/Pictures.h"
 
 #include <cstdint>
 #include <string>
@@ -9,6 +9,8 @@
 #include <vector>
 
 namespace Zeq {
+
+using Imaging::SampleDepth;
 
 // A format that media files can have.
 struct MediaFormat

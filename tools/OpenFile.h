@@ -2,8 +2,7 @@
 
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/IFrame.h"
-#include "imaging/PartialPicture.h"
-#include "imaging/SampleDepth.h"
+#include "imaging/Pictures.h"
 
 #include <opencv2/core/mat.hpp>
 
@@ -13,15 +12,8 @@
 
 namespace Zeq {
 
-// What is known of a file before its pixels are read.
-struct Contents
-{
-    cv::Size size;    // of the picture
-    cv::Size stored;  // of what the file has of it, as far as its headers tell
-    SampleDepth depth;
-    bool hasAlpha;
-    std::uint64_t byteCount;  // that reading takes, what is stored in float included
-};
+using Imaging::Picture;
+using Imaging::PictureFacts;
 
 // A file whose pixels are still to be read.
 class IOpenFile
@@ -29,14 +21,15 @@ class IOpenFile
 public:
     virtual ~IOpenFile() = default;
 
-    virtual const Contents& contents() const = 0;
+    virtual const PictureFacts& facts() const = 0;
 
     // The frame in the format in which the file has it; of other pictures than media files, the
-    // whole picture. Once only, like the next.
+    // whole picture, in float and without its highlights, which frames of whole numbers cannot
+    // hold. Once only, like the next.
     virtual std::unique_ptr<Velmora::IFrame> readFrame() = 0;
 
     // The picture as hosts show it, in float BGRA.
-    virtual PartialPicture readPicture() = 0;
+    virtual Picture readPicture() = 0;
 
     // What a media file says beside its frame and another one made from it says as well.
     virtual MediaConversion::MediaFileOptions mediaFileOptions() const { return {}; }
@@ -57,9 +50,9 @@ std::uint64_t floatByteCount(cv::Size size);
 
 // Those of the whole picture, where it has to be built around what is stored. Throws when the file
 // holds too little of it.
-std::uint64_t fillingUpByteCount(const Contents& contents);
+std::uint64_t fillingUpByteCount(const PictureFacts& facts);
 
 // Throws a std::runtime_error when the picture has no pixel that could be shown.
-void checkNotEmpty(const Contents& contents);
+void checkNotEmpty(const PictureFacts& facts);
 
 }

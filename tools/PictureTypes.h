@@ -1,12 +1,14 @@
 #pragma once
 
-#include "imaging/SampleDepth.h"
+#include "imaging/Pictures.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace Zeq {
+
+using Imaging::SampleDepth;
 
 // A kind of picture file that is written.
 struct PictureType

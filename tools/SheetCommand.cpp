@@ -26,34 +26,16 @@ struct Options
     std::string output;
 };
 
-int bitsOf(SampleDepth depth)
-{
-    switch (depth) {
-        case SampleDepth::U8:
-            return 8;
-        case SampleDepth::U10:
-            return 10;
-        case SampleDepth::U12:
-            return 12;
-        case SampleDepth::U16:
-        case SampleDepth::F16:
-            return 16;
-        case SampleDepth::F32:
-            return 32;
-    }
-    return 0;
-}
-
-void add(const InputFile& input, IContactSheet& sheet)
+void add(const InputFile& input, Imaging::IContactSheet& sheet)
 {
     throwProblem(input);
     const auto file = openFile(input.name);
-    const auto& contents = file->contents();
+    const auto& facts = file->facts();
     MemoryBudget budget(0);  // for its check of sizes that no machine holds
-    const auto reservation = budget.reserve(contents.byteCount);
+    const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
-    checkNotEmpty(contents);
-    sheet.add(picture, bitsOf(contents.depth), std::filesystem::path(input.name).filename());
+    checkNotEmpty(facts);
+    sheet.add(picture, std::filesystem::path(input.name).filename());
 }
 
 int run(const Options& options)

@@ -27,14 +27,14 @@ struct Options
 void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
 {
     const auto file = openFile(conversion.input);
-    const auto& contents = file->contents();
-    const auto reservation = budget.reserve(contents.byteCount);
+    const auto& facts = file->facts();
+    const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
-    checkNotEmpty(contents);
-    const auto view = reduced(picture, largestSide);
-    writeOutput(conversion.output, [&](const std::string& name) {
-        pictureModule().write(name, view, {contents.hasAlpha, SampleDepth::U8});
-    });
+    checkNotEmpty(facts);
+    auto view = reduced(picture, largestSide);
+    view.depth = SampleDepth::U8;
+    writeOutput(conversion.output,
+                [&](const std::string& name) { pictureModule().write(name, view, name); });
 }
 
 int run(const Options& options)

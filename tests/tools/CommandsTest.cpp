@@ -3,6 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <cmath>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -64,11 +66,24 @@ TEST_F(Commands, makeSheetsAndThumbnails)
     runWell("zeq sheet $samples/*.zeq -o sheet.png");
     EXPECT_GT(readPicture("sheet.png").first.width, 1000);
 
-    // A red pixel beside a transparent green one is a red, half transparent thumbnail.
-    const std::string redAndGreen("\xFF\0\0\xFF\0\xFF\0\0", 8);
-    writeFile(path("a.zeq"), MediaFileBytes::picture(0x204, 2, 1, redAndGreen).bytes());
-    runWell("zeq thumbnail --size 1 -o . a.zeq");
-    EXPECT_THAT(readPicture("a.png").second, Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f}));
+    // A red pixel beside transparent ones is red and half transparent, whatever they would show.
+    constexpr float infinity = HUGE_VALF, notANumber = NAN;
+    std::vector<float> samples;
+    for (int pair = 0; pair < 360 * 20; ++pair)
+        for (const float sample :
+             pair / 360 % 2 ? std::array{1.f, 0.f, 0.f, 1.f, 0.f, 1.f, 0.f, 0.f}
+                            : std::array{1.f, 0.f, 0.f, 1.f, infinity, notANumber, -infinity, 0.f})
+            samples.push_back(sample);
+    writePicture("a.exr", {720, 20, 4, OIIO::TypeDesc::FLOAT}, samples);
+    runWell("zeq thumbnail --size 360 -o . a.exr && zeq sheet a.exr -o b.png");
+    const auto thumbnail = readPicture("a.png").second;
+    EXPECT_THAT(std::vector(thumbnail.end() - 4, thumbnail.end()),
+                Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f}));
+    // Half of it is the light square in the corner of the view.
+    const auto sheet = readPicture("b.png");
+    const auto corner = sheet.second.begin() + (45 * sheet.first.width + 45) * 3;
+    EXPECT_THAT(std::vector(corner, corner + 3),
+                Pointwise(FloatNear(0.003f), {0.975f, 0.475f, 0.475f}));
 
     EXPECT_EQ(run("zeq thumbnail --size 30 -o small $samples/coffee.rgb*8.zeq missing.zeq"), 1);
     EXPECT_EQ(errors, "zeq: missing.zeq: Failed to open file\n");

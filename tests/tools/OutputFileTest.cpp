@@ -1,4 +1,4 @@
-#include "imaging/PictureOutput.h"
+#include "imaging/PictureFiles.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/Files.h"
 
@@ -35,7 +35,7 @@ struct OutputFile : Test
             OIIO::attribute(attribute, 1);
         cv::setNumThreads(1);
         cv::theRNG().state = 1;
-        cv::randu(picture, 0, 1);
+        cv::randu(pixels, 0, 1);
     }
     ~OutputFile() override { cv::setNumThreads(-1); }
 
@@ -49,9 +49,11 @@ struct OutputFile : Test
         ::setrlimit(RLIMIT_FSIZE, &limited);
         std::string failure;
         try {
-            const auto depth = extension == "exr" ? SampleDepth::F16 : SampleDepth::U8;
+            using enum Imaging::SampleDepth;
+            const Imaging::Picture picture{
+                pixels, {}, pixels.size(), extension == "exr" ? F16 : U8, false};
             Zeq::writeOutput(name, [&](const std::string& temporaryName) {
-                writePicture(temporaryName, picture.clone(), {false, depth, "a"});
+                Imaging::writePicture(temporaryName, picture, "a");
             });
         } catch (const Zeq::OutputError& error) {
             failure = error.what();
@@ -71,7 +73,7 @@ struct OutputFile : Test
     // In memory: many thousand files are written.
     MediaConversion::MediaFileTests::TemporaryFolder folder{"/dev/shm"};
     std::string name;
-    cv::Mat picture = cv::Mat(16, 20, CV_32FC4);
+    cv::Mat pixels = cv::Mat(16, 20, CV_32FC4);
 };
 
 }

@@ -1,5 +1,5 @@
-#include "imaging/PartialPicture.h"
 #include "imaging/PictureLimits.h"
+#include "imaging/Pictures.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/CommandLine.h"
 #include "tools/Commands.h"
@@ -114,9 +114,9 @@ TEST(PartialPicture, isReducedWithoutBeingBuilt)
     for (const auto& [size, place, longerSide] : cases) {
         cv::Mat stored(place.size(), CV_32FC4);
         cv::randu(stored, 0.1, 1);
-        const PartialPicture picture{stored, place.tl(), size};
+        const Imaging::Picture picture{stored, place.tl(), size};
         cv::Mat expected;
-        const auto view = reduced(picture, longerSide);
+        const auto view = reduced(picture, longerSide).pixels;
         EXPECT_EQ(std::max(view.cols, view.rows), longerSide);
         const auto multiplied = [](cv::Mat image) {
             image.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
@@ -133,11 +133,11 @@ TEST(PartialPicture, isReducedWithoutBeingBuilt)
 TEST(PictureLimits, letAFrameOf8KPassAndWhatAFileCanHave)
 {
     constexpr std::uint64_t frameOf8K = 8192 * 4320;
-    EXPECT_TRUE(mayBeFilledUp(frameOf8K, 1) && mayBeHeld(frameOf8K, 12 * frameOf8K, 1));
-    EXPECT_TRUE(mayBeFilledUp(16 * frameOf8K, frameOf8K));
-    EXPECT_FALSE(mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
-    EXPECT_TRUE(mayBeHeld(2 * frameOf8K, 1032 * 12345, 12345));
-    EXPECT_FALSE(mayBeHeld(2 * frameOf8K, 1032 * 12345, 12344));
+    EXPECT_TRUE(Imaging::mayBeFilledUp(frameOf8K, 1) && Imaging::mayBeHeld(frameOf8K, 12 * frameOf8K, 1));
+    EXPECT_TRUE(Imaging::mayBeFilledUp(16 * frameOf8K, frameOf8K));
+    EXPECT_FALSE(Imaging::mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
+    EXPECT_TRUE(Imaging::mayBeHeld(2 * frameOf8K, 1032 * 12345, 12345));
+    EXPECT_FALSE(Imaging::mayBeHeld(2 * frameOf8K, 1032 * 12345, 12344));
 }
 
 TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
