@@ -10,7 +10,6 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
-#include <functional>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -37,6 +36,9 @@ constexpr int largestChannelCount = 4;
 {
     fail(text, "Cannot be written");
 }
+
+// What OpenImageIO writes TIFF files in, of all kinds the one whose strips are the highest.
+constexpr int rowsPerStrip = 64;
 
 // How many rows are read or written at once: enough for all threads, and few enough to be in a
 // cache still when their channels are put in order. Files come in strips or tiles of `unit` rows.
@@ -65,7 +67,7 @@ void forEachRow(int first, int end, const Operation& operation)
 
 // Pixels of four floats, of which the first channels are a grey, a grey and alpha, RGB or RGBA,
 // become BGRA.
-template <int channels, Highlights highlights>
+template <int channels>
 void orderChannels(cv::Vec4f* pixels, int count)
 {
     for (auto* pixel = pixels; pixel != pixels + count; ++pixel) {
@@ -74,18 +76,17 @@ void orderChannels(cv::Vec4f* pixels, int count)
             *pixel = {stored[2], stored[1], stored[0], channels == 4 ? stored[3] : 1};
         else
             *pixel = {stored[0], stored[0], stored[0], channels == 2 ? stored[1] : 1};
-        if constexpr (highlights == Highlights::limited)
-            for (auto& value : pixel->val)
-                value = value > 1 ? 1 : value;
     }
 }
 
-template <Highlights highlights>
-auto orderOf(int channels)
+constexpr std::array channelOrders = {orderChannels<1>, orderChannels<2>, orderChannels<3>,
+                                      orderChannels<4>};
+
+void limitHighlights(cv::Vec4f* pixels, int count)
 {
-    constexpr std::array orders = {orderChannels<1, highlights>, orderChannels<2, highlights>,
-                                   orderChannels<3, highlights>, orderChannels<4, highlights>};
-    return orders[static_cast<std::size_t>(channels - 1)];
+    for (auto* pixel = pixels; pixel != pixels + count; ++pixel)
+        for (auto& value : pixel->val)
+            value = value > 1 ? 1 : value;
 }
 
 SampleDepth depthOf(const OIIO::ImageSpec& description)
@@ -153,16 +154,16 @@ public:
 
     Picture read(Highlights highlights) override
     {
-        const int channels = m_input->spec().nchannels;
-        const auto order = highlights == Highlights::limited
-                               ? orderOf<Highlights::limited>(channels)
-                               : orderOf<Highlights::kept>(channels);
+        const auto order = channelOrders[static_cast<std::size_t>(m_input->spec().nchannels - 1)];
         cv::Mat pixels(data().size(), CV_32FC4);
         forEachBand(pixels.rows, rowsPerUnit(), [&](int first, int end) {
             if (!readRows(pixels, first, end))
                 failToRead(m_input->geterror());
-            forEachRow(first, end,
-                       [&](int row) { order(pixels.ptr<cv::Vec4f>(row), pixels.cols); });
+            forEachRow(first, end, [&](int row) {
+                order(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+                if (highlights == Highlights::limited)
+                    limitHighlights(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+            });
         });
         return {pixels, cv::Point2l(data().tl()) - cv::Point2l(window().tl()), m_facts.size,
                 m_facts.depth, m_facts.hasAlpha};
@@ -240,10 +241,10 @@ OIIO::ImageSpec descriptionOf(cv::Size size, SampleDepth depth, bool hasAlpha)
     return description;
 }
 
-// The writer is handed to `write`, which gives whether all went well.
-void writeFile(const std::string& fileName, const std::string& heldName,
-               const OIIO::ImageSpec& description,
-               const std::function<bool(OIIO::ImageOutput& output)>& write)
+// `fillRow` gives a row's samples in the order of the file.
+template <class Sample, class FillRow>
+void writeRows(const std::string& fileName, const std::string& heldName,
+               const OIIO::ImageSpec& description, const FillRow& fillRow)
 {
     // Outlives the writer, which closes what it has not written whole when it is destroyed.
     CheckedFile file;
@@ -256,34 +257,24 @@ void writeFile(const std::string& fileName, const std::string& heldName,
     // A writer takes what it knows instead of what it does not.
     if (output->spec().format != description.format)
         failToWrite("This kind of file cannot hold samples of this depth");
-    const bool isWritten = write(*output) && output->close();
+
+    const auto rowSize = static_cast<std::size_t>(description.width) *
+                         static_cast<std::size_t>(description.nchannels);
+    const int bandRows = std::min(bandHeight(rowsPerStrip), description.height);
+    std::vector<Sample> band(rowSize * static_cast<std::size_t>(bandRows));
+    bool isWritten = true;
+    forEachBand(description.height, rowsPerStrip, [&](int first, int end) {
+        forEachRow(first, end, [&](int row) {
+            fillRow(row, &band[rowSize * static_cast<std::size_t>(row - first)]);
+        });
+        isWritten =
+            isWritten &&
+            output->write_scanlines(first, end, 0, OIIO::BaseTypeFromC<Sample>::value, band.data());
+    });
+    isWritten = isWritten && output->close();
     file.finish();
     if (!isWritten)
         failToWrite(output->geterror());
-}
-
-// Writes float samples that `fillRow` gives, row by row, in the order of the file.
-template <class FillRow>
-void writeRows(const std::string& fileName, const std::string& heldName,
-               const OIIO::ImageSpec& description, const FillRow& fillRow)
-{
-    writeFile(fileName, heldName, description, [&](OIIO::ImageOutput& output) {
-        const int unit = 64;
-        const auto rowSize = static_cast<std::size_t>(description.width) *
-                             static_cast<std::size_t>(description.nchannels);
-        std::vector<float> band(
-            rowSize * static_cast<std::size_t>(std::min(bandHeight(unit), description.height)));
-        bool isWritten = true;
-        forEachBand(description.height, unit, [&](int first, int end) {
-            if (!isWritten)
-                return;
-            forEachRow(first, end, [&](int row) {
-                fillRow(row, band.data() + rowSize * static_cast<std::size_t>(row - first));
-            });
-            isWritten = output.write_scanlines(first, end, 0, OIIO::TypeDesc::FLOAT, band.data());
-        });
-        return isWritten;
-    });
 }
 
 // BGRA becomes RGB or RGBA.
@@ -301,7 +292,7 @@ void storeRow(const cv::Vec4f* pixels, int count, bool replacesNoNumbers, float*
 void writeHostPicture(const HostPicture& picture, const std::string& fileName, SampleDepth depth)
 {
     const auto rowSize = picture.width * HostPicture::channels;
-    writeRows(
+    writeRows<float>(
         fileName, fileName, descriptionOf({picture.width, picture.height}, depth, true),
         [&](int row, float* samples) { std::copy_n(picture.pixel(0, row), rowSize, samples); });
 }
@@ -315,28 +306,26 @@ std::unique_ptr<IPictureFile> openPicture(const std::string& fileName)
 
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)
 {
-    const int channels = picture.hasAlpha ? 4 : 3;
+    const std::ptrdiff_t channels = picture.hasAlpha ? 4 : 3;
     const bool isFloat = picture.depth == SampleDepth::F16 || picture.depth == SampleDepth::F32;
     const auto store = picture.hasAlpha ? storeRow<4> : storeRow<3>;
     const auto [pixels, place] = shownPart(picture);
-    writeRows(fileName, heldName, descriptionOf(picture.size, picture.depth, picture.hasAlpha),
-              [&, &shown = pixels, &place = place](int row, float* samples) {
-                  if (shown.size() != picture.size)
-                      std::fill_n(samples, picture.size.width * channels, 0.f);
-                  if (place.y <= row && row < place.br().y)
-                      store(shown.ptr<cv::Vec4f>(row - place.y), place.width, !isFloat,
-                            samples + place.x * channels);
-              });
+    writeRows<float>(fileName, heldName,
+                     descriptionOf(picture.size, picture.depth, picture.hasAlpha),
+                     [&, &shown = pixels, &place = place](int row, float* samples) {
+                         if (shown.size() != picture.size)
+                             std::fill_n(samples, picture.size.width * channels, 0.f);
+                         if (place.y <= row && row < place.br().y)
+                             store(shown.ptr<cv::Vec4f>(row - place.y), place.width, !isFloat,
+                                   samples + place.x * channels);
+                     });
 }
 
 void writePicture(const std::string& fileName, const cv::Mat& rgb)
 {
-    const auto description = descriptionOf(rgb.size(), SampleDepth::U8, false);
-    writeFile(fileName, fileName, description, [&](OIIO::ImageOutput& output) {
-        return output.write_image(OIIO::TypeDesc::UINT8, rgb.data,
-                                  static_cast<OIIO::stride_t>(rgb.elemSize()),
-                                  static_cast<OIIO::stride_t>(rgb.step[0]));
-    });
+    writeRows<unsigned char>(
+        fileName, fileName, descriptionOf(rgb.size(), SampleDepth::U8, false),
+        [&](int row, unsigned char* samples) { std::copy_n(rgb.ptr(row), rgb.cols * 3, samples); });
 }
 
 void writePng(const HostPicture& picture, const std::filesystem::path& path)
