@@ -90,6 +90,30 @@ TEST_F(Convert, choosesAFormatAndTakesGreysAlphaAndStrangeNumbersAsTheyAre)
     }
 }
 
+// Higher than what is read at once, and no whole number of tiles or strips.
+TEST_F(Convert, readsTilesAndStripsAsRows)
+{
+    constexpr int width = 20, height = 300, channels = 4;
+    std::vector<float> samples;
+    Name pixels;
+    for (int sample = 0; sample < width * height * channels; ++sample) {
+        pixels += static_cast<char>(sample % 251);
+        samples.push_back(static_cast<float>(sample % 251) / 255);
+    }
+    for (const Name file : {"rows.exr", "tiles.exr", "tiles.tif", "strips.tif"}) {
+        OIIO::ImageSpec description(width, height, channels, TypeDesc::FLOAT);
+        if (file.ends_with("exr"))
+            description.y = description.full_y = -7;
+        if (file.starts_with("tiles"))
+            description.tile_width = description.tile_height = 16;
+        if (file.starts_with("strips"))
+            description["tiff:RowsPerStrip"] = 100;
+        writePicture(file, description, samples);
+        runWell("zeq convert " + file + " a.zeq -f RGBA-U8");
+        EXPECT_TRUE(frameData("a.zeq") == pixels) << file;
+    }
+}
+
 TEST_F(Convert, keepsThePicturesWindowAndWhatAMediaFileSaysBesideItsFrame)
 {
     // Hosts show what lies in the window; what no pixel is stored for is 0.
