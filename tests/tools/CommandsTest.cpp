@@ -47,20 +47,6 @@ TEST_F(Commands, failWhenTheirOutputCannotBeWritten)
         }
 }
 
-TEST_F(Commands, checkFilesAndNameTheBadOnes)
-{
-    runWell("mkdir -p d/e empty; cp $samples/coffee.zeq-422.zeq d/e; zeq check -q d");
-    EXPECT_EQ(output, "");
-    writeFile(path("d/short.zeq"), MediaFileBytes::picture(0x200, 2, 2, "11 bytes...").bytes());
-    writeFile(path("d/unknown.zeq"), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
-    EXPECT_EQ(run("zeq check -j 1 d"), 1);
-    EXPECT_EQ(output, "3 files checked, 2 bad\n");
-    EXPECT_EQ(errors,
-              "zeq: d/short.zeq: Media file has unexpectedly reached End-Of-File\n"
-              "zeq: d/unknown.zeq: Frame reading is not supported for media header format "
-              "0x0201\n");
-}
-
 TEST_F(Commands, makeSheetsAndThumbnails)
 {
     runWell("zeq sheet $samples/*.zeq -o sheet.png");
@@ -155,7 +141,8 @@ TEST_F(Commands, refuseInOneLine)
         // clang-format off
         {"",                                           2, "a command is required; see zeq --help"},
         {"frobnicate",                                 2, "unknown command frobnicate; see zeq --help"},
-        {"thumbnail flat.zeq -o .",                    1, "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
+        {"thumbnail flat.zeq -o .",                    1,
+            "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
         {"thumbnail a.zeq -o a.zeq/b",                 1, "a.zeq/b/: Not a directory"},
         {"thumbnail a.zeq -o ''",                      2, "--output: a folder is required"},
         {"check empty",                                1, "empty: no media files found"},
@@ -169,6 +156,7 @@ TEST_F(Commands, refuseInOneLine)
         {"convert a.zeq b.xyz",                        2, "b.xyz: files of this kind are not written; see --help"},
         {"convert a.zeq .",                            2, "--to is needed for an OUTPUT that is a folder"},
         {"convert a.zeq b.png --jobs 0",               2, "--jobs: 0 is no number from 1 to 1024"},
+        {"check a.zeq --memory 4T",                    2, "--memory: 4T is no amount like 512M or 4G"},
         {"convert a.zeq b.png --frames 1",             2, "--frames: a.zeq has no place for the frame's number"},
         {"convert s.####.zeq b.####.png",              1, "s.####.zeq: no frames found"},
         {"convert a.zeq nowhere/b.png",                2, "there is no folder nowhere"},
