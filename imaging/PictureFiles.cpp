@@ -37,7 +37,7 @@ constexpr int largestChannelCount = 4;
     fail(text, "Cannot be written");
 }
 
-// What OpenImageIO writes TIFF files in, of all kinds the one whose strips are the highest.
+// TIFF files have the highest strips of all that are written, of 32 rows, or 64 if asked for.
 constexpr int rowsPerStrip = 64;
 
 // How many rows are read or written at once: enough for all threads, and few enough to be in a
@@ -45,15 +45,17 @@ constexpr int rowsPerStrip = 64;
 int bandHeight(int unit)
 {
     const int wanted = std::max(64, 32 * cv::getNumThreads());
-    return (wanted + unit - 1) / unit * unit;
+    return std::max(1, wanted / unit) * unit;
 }
 
 template <class Operation>
 void forEachBand(int height, int unit, const Operation& operation)
 {
     const int step = bandHeight(unit);
-    for (int first = 0; first < height; first += step)
-        operation(first, std::min(first + step, height));
+    for (int first = 0, end = 0; first < height; first = end) {
+        end = first + std::min(step, height - first);
+        operation(first, end);
+    }
 }
 
 template <class Operation>
@@ -191,7 +193,7 @@ private:
         const int rows = description.tile_width
                              ? description.tile_height
                              : description.get_int_attribute("tiff:RowsPerStrip", 1);
-        return std::clamp(rows, 1, description.height);
+        return std::max(1, std::min(rows, description.height));
     }
 
     bool readRows(cv::Mat& pixels, int first, int end) const

@@ -24,10 +24,10 @@ struct Conversion
 std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
                                         const std::string& output, const std::string& extension);
 
-// Whether the name is that of a folder: of one that exists, or it ends like one.
+// Whether a folder of this name exists, or the name ends as that of a folder does.
 bool isFolderName(const std::string& name);
 
-// What was asked for; what was not follows from the file that is converted.
+// What the user asks for. The rest follows from the file that is converted.
 struct WantedResult
 {
     const MediaFormat* format = nullptr;  // of a media file

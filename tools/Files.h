@@ -9,13 +9,13 @@
 
 namespace Zeq {
 
-// In lower case and without the dot; empty when there is none.
+// The extension of a name, in lower case and without the dot. It is empty when there is none.
 std::string extensionOf(const std::string& fileName);
 
-// False also where that cannot be told.
+// Whether there is a file or folder of this name. What cannot be looked at does not exist.
 bool exists(const std::string& name);
 
-// The first bytes of a regular file, fewer when it has no more; empty when it cannot be read.
+// The first bytes of a regular file, or all when it has fewer, or none when it cannot be read.
 std::string beginningOf(const std::string& fileName, std::size_t count);
 
 bool hasMediaFileExtension(const std::string& fileName);
@@ -33,13 +33,12 @@ public:
     using std::runtime_error::runtime_error;
 };
 
-// Write files that appear under their names when they are complete: until then, and for ever when
-// that fails, what was there stays as it was. Throw an OutputError.
-
+// Writes a media file that appears under its name when it is complete: until then, and for ever
+// when that fails, what was there stays as it was. Throws an OutputError.
 void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
                  const MediaConversion::MediaFileOptions& options);
 
-// What is not a media file is written by the function, under a temporary name of the same
+// The same for any other file, which the function writes under a temporary name of the same
 // extension.
 void writeOutput(const std::string& fileName,
                  const std::function<void(const std::string& temporaryName)>& write);

@@ -14,12 +14,13 @@ namespace Zeq {
 class FramePattern
 {
 public:
-    // Empty when there is no pattern in the file's name; throws a UsageError when there are two.
+    // Gives nothing when the file's name has no place for a number; throws a UsageError when it has
+    // two.
     static std::optional<FramePattern> parse(const std::string& path);
 
     std::string fileName(int frame) const;
 
-    // Ascending. Only files that the pattern gives the name of.
+    // The numbers of the files that the pattern gives the name of, in ascending order.
     std::vector<int> framesOnDisk() const;
 
 private:
@@ -35,13 +36,14 @@ private:
     std::string m_after;
 };
 
-// The last number in a file's name: 12 for "shot2.0012.zeq".
+// The last number in a file's name, which is 12 for "shot2.0012.zeq".
 std::optional<int> frameNumberIn(const std::string& path);
 
 // The frames that a text like "1-100x2,200" names, in order and each once: every second one from 1
 // to 100, and 200. Throws a UsageError.
 std::vector<int> parseFrames(const std::string& text);
 
+// A file that a command works on.
 struct InputFile
 {
     std::string name;

@@ -70,8 +70,8 @@ bool canStartThreads(std::size_t count)
 
 namespace {
 
-// How many are done at once. The processors are shared out among the jobs, so that they do not
-// stand in each other's way. Without threads, OpenCV is not to start any either.
+// Gives how many jobs can run at once. They share the processors, so that they do not stand in each
+// other's way. Where no threads can be started, OpenCV is not to start any either.
 int prepareThreads(int jobCount)
 {
     const int processors = cv::getNumberOfCPUs();
@@ -121,7 +121,7 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
         while (others.size() + 1 < jobCount)
             others.emplace_back(work);
     } catch (const std::system_error&) {
-        // Those that there are do it all.
+        // The threads that could be started do all the work.
     }
     work();
     others.clear();

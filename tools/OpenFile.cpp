@@ -107,8 +107,7 @@ public:
 
     std::unique_ptr<Velmora::IFrame> readFrame() override
     {
-        // The conversion to 8 bits takes what is too large for an int to 0: a highlight would be
-        // black.
+        // The conversion to 8 bits would make highlights black that are too large for an int.
         return std::make_unique<Velmora::FullFrame>(
             BGRA_F32(), whole(m_file->read(Imaging::Highlights::limited)));
     }

@@ -23,22 +23,21 @@ public:
 
     virtual const PictureFacts& facts() const = 0;
 
-    // The frame in the format in which the file has it; of other pictures than media files, the
-    // whole picture, in float and without its highlights, which frames of whole numbers cannot
-    // hold. Once only, like the next.
+    // Reads a media file's frame in the format of the file, and any other picture as a whole, in
+    // float with highlights limited to 1. Either is read once, by this function or the next.
     virtual std::unique_ptr<Velmora::IFrame> readFrame() = 0;
 
-    // The picture as hosts show it, in float BGRA.
+    // Reads the picture as hosts show it.
     virtual Picture readPicture() = 0;
 
-    // What a media file says beside its frame and another one made from it says as well.
+    // What a media file holds beside its frame, for another one that is made from it.
     virtual MediaConversion::MediaFileOptions mediaFileOptions() const { return {}; }
 };
 
-// A media file, whatever its name. Throws a std::exception with what is wrong with it.
+// Opens a media file, whatever its name. Throws a std::exception with what is wrong with it.
 std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName);
 
-// A media file, or a picture of any kind that OpenImageIO reads.
+// Opens a media file, or a picture of any kind that OpenImageIO reads. Throws as above.
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName);
 
 // Sends a frame through an Encoder.
@@ -48,8 +47,8 @@ std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> fram
 // The bytes of so many pixels in float BGRA.
 std::uint64_t floatByteCount(cv::Size size);
 
-// Those of the whole picture, where it has to be built around what is stored. Throws when the file
-// holds too little of it.
+// The bytes of the whole picture in float, or 0 where that is what is stored. Throws when the file
+// stores too little of it.
 std::uint64_t fillingUpByteCount(const PictureFacts& facts);
 
 // Throws a std::runtime_error when the picture has no pixel that could be shown.

@@ -6,8 +6,9 @@
 #include <memory>
 #include <string>
 
-// What the tool does through OpenImageIO, which takes a third of a second to load. It is a module
-// of its own, loaded when the first picture is read or written.
+// What the tool does through OpenImageIO, which takes a third of a second to load.
+// PictureModule.cpp is therefore a module of its own, and PictureModuleLoader.cpp loads it when the
+// first picture is read or written.
 namespace Zeq {
 
 class IPictureModule

@@ -7,7 +7,8 @@
 #include <stdexcept>
 #include <string>
 
-// What the tool says. Each call writes whole lines, also when several threads speak at once.
+// What the tool tells people and scripts. Each call writes whole lines, also when several threads
+// write at once.
 namespace Zeq {
 
 namespace ExitStatus {
@@ -18,7 +19,7 @@ inline constexpr int usage = 2;
 
 }
 
-// A command line that cannot be understood, found before anything is done.
+// Says what is wrong with a command line. It is thrown before anything is done.
 class UsageError : public std::runtime_error
 {
 public:
@@ -30,16 +31,16 @@ public:
 // give orders to a terminal that way, and can still be told from any other.
 std::string shown(const std::string& text);
 
-// What went wrong, for people: for those exceptions whose own texts are for developers, in words.
+// The text of an exception, or a better one where its own is for developers.
 std::string messageOf(const std::exception& error);
 
-// "zeq: text" on the error stream.
+// Writes "zeq: text" to the error stream.
 void reportError(const std::string& text);
 
-// "zeq: FILE: text" on the error stream.
+// Writes "zeq: FILE: text" to the error stream.
 void reportError(const std::string& file, const std::string& text);
 
-// Fails, and says so, when what was printed could not be written.
+// Gives false, and reports it, when what was printed could not be written.
 bool flushOutput();
 
 // Shows how far a run has come: a bar on a terminal, otherwise a line for each file. Files that

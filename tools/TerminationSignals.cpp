@@ -15,9 +15,9 @@ namespace Zeq {
 
 namespace {
 
-// What terminals, shells and schedulers end a program by, the latter also as a warning before they
-// kill it. Not those of a crash, after which nothing can be relied upon. Left out are also those
-// that the program was told to ignore, as nohup tells it.
+// The signals by which terminals, shells and schedulers end a program or warn it before they kill
+// it. Those of a crash are left out, as nothing can be relied upon after one, and so are those that
+// the program was told to ignore, as nohup tells it.
 sigset_t terminationSignals()
 {
     sigset_t signals;
@@ -31,13 +31,13 @@ sigset_t terminationSignals()
     return signals;
 }
 
-[[noreturn]] void endBy(int signal)
+[[noreturn]] void terminateBy(int signal)
 {
     // What fails from here on fails because of the signal: the other threads are not to report it.
     [[maybe_unused]] const int isLocked = ::ftrylockfile(stderr);
     MediaConversion::AtomicFile::removeUnfinished();
-    // As if it had not been caught: who waits for the program sees the signal, and some dump a
-    // core.
+    // Who waits for the program is to see the signal as if it had not been caught, and some signals
+    // dump a core.
     ::signal(signal, SIG_DFL);
     ::kill(::getpid(), signal);
     sigset_t signals;
@@ -60,7 +60,7 @@ void removeUnfinishedFilesOnSignals()
         std::thread([signals] {
             int signal = 0;
             if (::sigwait(&signals, &signal) == 0)
-                endBy(signal);
+                terminateBy(signal);
         }).detach();
     } catch (const std::system_error&) {
         // Without threads, a signal ends the program as it always does.
