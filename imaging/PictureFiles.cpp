@@ -49,11 +49,10 @@ int bandHeight(int unit)
 }
 
 template <class Operation>
-void forEachBand(int height, int unit, const Operation& operation)
+void forEachBand(int height, int largestBand, const Operation& operation)
 {
-    const int step = bandHeight(unit);
     for (int first = 0, end = 0; first < height; first = end) {
-        end = first + std::min(step, height - first);
+        end = first + std::min(largestBand, height - first);
         operation(first, end);
     }
 }
@@ -158,7 +157,7 @@ public:
     {
         const auto order = channelOrders[static_cast<std::size_t>(m_input->spec().nchannels - 1)];
         cv::Mat pixels(data().size(), CV_32FC4);
-        forEachBand(pixels.rows, rowsPerUnit(), [&](int first, int end) {
+        forEachBand(pixels.rows, bandHeight(rowsPerUnit()), [&](int first, int end) {
             if (!readRows(pixels, first, end))
                 failToRead(m_input->geterror());
             forEachRow(first, end, [&](int row) {
@@ -265,7 +264,7 @@ void writeRows(const std::string& fileName, const std::string& heldName,
     const int bandRows = std::min(bandHeight(rowsPerStrip), description.height);
     std::vector<Sample> band(rowSize * static_cast<std::size_t>(bandRows));
     bool isWritten = true;
-    forEachBand(description.height, rowsPerStrip, [&](int first, int end) {
+    forEachBand(description.height, bandRows, [&](int first, int end) {
         forEachRow(first, end, [&](int row) {
             fillRow(row, &band[rowSize * static_cast<std::size_t>(row - first)]);
         });

@@ -38,26 +38,31 @@ struct OutputFile : Test
     }
     ~OutputFile() override { cv::setNumThreads(-1); }
 
-    // Gives the failure's text. Files end at `limit` bytes, as on a disk that is full.
+    // As on a disk that is full when a file has so many bytes.
+    static void limitFiles(rlim_t size)
+    {
+        rlimit limit;
+        ::getrlimit(RLIMIT_FSIZE, &limit);
+        limit.rlim_cur = std::min(size, limit.rlim_max);
+        ::setrlimit(RLIMIT_FSIZE, &limit);
+    }
+
+    // Gives the failure's text.
     std::string write(const std::string& extension, rlim_t limit = RLIM_INFINITY)
     {
-        rlimit before;
-        ::getrlimit(RLIMIT_FSIZE, &before);
-        const rlimit limited{.rlim_cur = std::min(limit, before.rlim_max),
-                             .rlim_max = before.rlim_max};
-        ::setrlimit(RLIMIT_FSIZE, &limited);
+        using enum Imaging::SampleDepth;
+        const Imaging::Picture picture{
+            pixels, {}, pixels.size(), extension == "exr" ? F16 : U8, false};
         std::string failure;
+        limitFiles(limit);
         try {
-            using enum Imaging::SampleDepth;
-            const Imaging::Picture picture{
-                pixels, {}, pixels.size(), extension == "exr" ? F16 : U8, false};
             Zeq::writeOutput(name, [&](const std::string& temporaryName) {
                 Imaging::writePicture(temporaryName, picture, "a");
             });
         } catch (const Zeq::OutputError& error) {
             failure = error.what();
         }
-        ::setrlimit(RLIMIT_FSIZE, &before);
+        limitFiles(RLIM_INFINITY);
         return failure;
     }
 
