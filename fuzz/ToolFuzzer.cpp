@@ -1,9 +1,9 @@
 #include "fuzz/Fuzzing.h"
-#include "tools/Command.h"
 #include "tools/CommandLine.h"
-#include "tools/FramePattern.h"
-#include "tools/FrameRange.h"
-#include "tools/MemoryBudget.h"
+#include "tools/Commands.h"
+#include "tools/InputFiles.h"
+#include "tools/Jobs.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <functional>
@@ -34,8 +34,8 @@ void fuzz(FuzzedDataProvider& input)
         arguments.push_back(word.data());
     const auto count = static_cast<int>(arguments.size());
     if (count > 2)  // a single word is looked at more often, as parsing takes long
-        requireUsage("", [&] { require(bool(parseCommandLine(count, arguments.data()))); });
-    requireUsage("--memory: ", [&] { require(parseByteCount(last) >= 1 << 20); });
+        requireUsage("",
+                     [&] { require(bool(parseCommandLine(commands(), count, arguments.data()))); });
     requireUsage("--frames: ", [&] {
         const auto frames = parseFrames(last);
         require(std::ranges::adjacent_find(frames, std::greater_equal()) == frames.end());

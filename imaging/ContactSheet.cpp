@@ -1,14 +1,16 @@
 #include "imaging/ContactSheet.h"
 
-#include "imaging/ChannelOrder.h"
-#include "imaging/ImageOutput.h"
-#include "imaging/Lettering.h"
+#include "imaging/PictureFiles.h"
 
+#include <OpenImageIO/imagebuf.h>
+#include <OpenImageIO/imagebufalgo.h>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
+
+namespace Imaging {
 
 namespace {
 
@@ -30,8 +32,27 @@ constexpr int squareSize = 10;
 constexpr float lightSquare = 0.95f;
 constexpr float darkSquare = 0.82f;
 
-// Puts the view over a checkerboard, which shows where it is transparent.
-cv::Mat flattened(const cv::Mat& view)
+int bitsOf(SampleDepth depth)
+{
+    switch (depth) {
+        case SampleDepth::U8:
+            return 8;
+        case SampleDepth::U10:
+            return 10;
+        case SampleDepth::U12:
+            return 12;
+        case SampleDepth::U16:
+        case SampleDepth::F16:
+            return 16;
+        case SampleDepth::F32:
+            return 32;
+    }
+    return 0;
+}
+
+// Puts the view over a checkerboard, which shows where it is transparent. `red` and `blue` are its
+// channels of these colours.
+cv::Mat flattened(const cv::Mat& view, int red, int blue)
 {
     cv::Mat image(view.size(), CV_8UC3);
     for (int row = 0; row < view.rows; ++row)
@@ -39,34 +60,103 @@ cv::Mat flattened(const cv::Mat& view)
             const auto& pixel = view.at<cv::Vec4f>(row, column);
             const bool isLight = (row / squareSize + column / squareSize) % 2 == 0;
             const float square = isLight ? lightSquare : darkSquare;
-            for (int channel = 0; channel < 3; ++channel)
-                image.at<cv::Vec3b>(row, column)[channel] = cv::saturate_cast<unsigned char>(
-                    255 * (square + (pixel[channel] - square) * pixel[3]));
+            const auto over = [&](int channel) {
+                // A colour that does not show may be infinite or no number.
+                const float value =
+                    pixel[3] == 0 ? square : square + (pixel[channel] - square) * pixel[3];
+                return cv::saturate_cast<unsigned char>(255 * value);
+            };
+            image.at<cv::Vec3b>(row, column) = {over(red), over(1), over(blue)};
         }
     return image;
+}
+
+// Text in ASCII on an RGB canvas of 8 bits is in DejaVu Sans where the machine has it and otherwise
+// in the strokes that OpenCV brings along. Sizes are in pixels.
+
+const char* const font = "DejaVuSans";
+
+constexpr int strokeFont = cv::FONT_HERSHEY_SIMPLEX;
+
+double strokeScale(int size)
+{
+    return size / 30.0;
+}
+
+bool fontExists()
+{
+    static const bool exists = OIIO::ImageBufAlgo::text_size("x", 12, font).defined();
+    return exists;
+}
+
+int textWidth(const std::string& text, int size)
+{
+    if (fontExists())
+        return OIIO::ImageBufAlgo::text_size(text, size, font).width();
+    return cv::getTextSize(text, strokeFont, strokeScale(size), 1, nullptr).width;
+}
+
+// `position` is the left end of the line that the letters stand on.
+void drawText(cv::Mat& canvas, const std::string& text, cv::Point position, int size, int grey)
+{
+    if (!fontExists()) {
+        cv::putText(canvas, text, position, strokeFont, strokeScale(size), cv::Scalar::all(grey), 1,
+                    cv::LINE_AA);
+        return;
+    }
+    const OIIO::ImageSpec description(canvas.cols, canvas.rows, 3, OIIO::TypeDesc::UINT8);
+    OIIO::ImageBuf image(description, canvas.data);
+    const float brightness = static_cast<float>(grey) / 255;
+    const float colour[] = {brightness, brightness, brightness};
+    OIIO::ImageBufAlgo::render_text(image, position.x, position.y, text, size, font, colour);
+}
+
+// The text with a question mark for each other character: OpenImageIO 2.4 draws them wrongly and
+// OpenCV not at all.
+std::string drawable(const std::string& text)
+{
+    std::string ascii;
+    for (const char byte : text) {
+        const bool isContinuation = (byte & 0xC0) == 0x80;
+        if (byte >= ' ' && byte <= '~')
+            ascii += byte;
+        else if (!isContinuation)
+            ascii += '?';
+    }
+    return ascii;
+}
+
+// The text, cut and ended with dots where it would be wider than `width`.
+std::string shortened(std::string text, int size, int width)
+{
+    if (textWidth(text, size) <= width)
+        return text;
+    while (!text.empty() && textWidth(text + "...", size) > width)
+        text.pop_back();
+    return text + "...";
 }
 
 }
 
 void ContactSheet::add(const Picture& picture, const std::string& name)
 {
+    const auto view = reduced(picture, largestView);
+    add(flattened(view.pixels, 2, 0), picture.size, bitsOf(picture.depth), name);
+}
+
+void ContactSheet::add(const HostPicture& picture, const std::string& name)
+{
     const cv::Size size(picture.width, picture.height);
     const cv::Mat pixels(size, CV_32FC4, const_cast<float*>(picture.pixels.data()));
-    add(reduced({pixels, {}, size}, largestView), size, picture.depth, name);
+    const auto view = reduced({pixels, {}, size}, largestView);
+    add(flattened(view.pixels, 0, 2), size, picture.depth, name);
 }
 
-void ContactSheet::add(const PartialPicture& picture, int depth, const std::string& name)
-{
-    auto view = reduced(picture, largestView);
-    swapRedAndBlue(view);
-    add(view, picture.size, depth, name);
-}
-
-void ContactSheet::add(const cv::Mat& view, cv::Size size, int depth, const std::string& name)
+void ContactSheet::add(const cv::Mat& view, cv::Size size, int bits, const std::string& name)
 {
     const auto facts = std::to_string(size.width) + " x " + std::to_string(size.height) + ", " +
-                       std::to_string(depth) + " bit";
-    m_views.push_back({flattened(view), drawable(name), facts});
+                       std::to_string(bits) + " bit";
+    m_views.push_back({view, drawable(name), facts});
 }
 
 void ContactSheet::write(const std::filesystem::path& path) const
@@ -100,6 +190,7 @@ void ContactSheet::write(const std::filesystem::path& path) const
         drawText(sheet, shortened(view.name, nameSize, columnWidth), caption, nameSize, nameGrey);
         drawText(sheet, view.facts, caption + cv::Point(0, 19), factsSize, factsGrey);
     }
-    writeImage(path, path, OIIO::ImageSpec(sheet.cols, sheet.rows, 3, OIIO::TypeDesc::UINT8),
-               {OIIO::TypeDesc::UINT8, sheet.data});
+    writePicture(path, sheet);
+}
+
 }

@@ -1,6 +1,5 @@
 #pragma once
 
-#include "imaging/PartialPicture.h"
 #include "imaging/Picture.h"
 
 #include <opencv2/core/mat.hpp>
@@ -9,20 +8,33 @@
 #include <string>
 #include <vector>
 
-// Small views of all pictures on one page, each with its name and its facts below. Transparent
-// pictures lie on a checkerboard.
-class ContactSheet
+namespace Imaging {
+
+struct HostPicture;
+
+// Small views of pictures on one page.
+class IContactSheet
 {
 public:
-    void add(const Picture& picture, const std::string& name);
+    virtual ~IContactSheet() = default;
 
-    // The same for blue, green, red and alpha; `depth` is the bits per sample of the file.
-    void add(const PartialPicture& picture, int depth, const std::string& name);
+    virtual void add(const Picture& picture, const std::string& name) = 0;
+
+    // Throws a std::runtime_error.
+    virtual void write(const std::filesystem::path& path) const = 0;
+};
+
+// Views of all pictures, each with its name and its facts below. Transparent pictures lie on a
+// checkerboard.
+class ContactSheet final : public IContactSheet
+{
+public:
+    void add(const Picture& picture, const std::string& name) override;
+    void add(const HostPicture& picture, const std::string& name);
 
     bool empty() const { return m_views.empty(); }
 
-    // Throws a std::runtime_error.
-    void write(const std::filesystem::path& path) const;
+    void write(const std::filesystem::path& path) const override;
 
 private:
     struct View
@@ -32,8 +44,9 @@ private:
         std::string facts;
     };
 
-    // A view in red, green, blue and alpha.
-    void add(const cv::Mat& view, cv::Size size, int depth, const std::string& name);
+    void add(const cv::Mat& view, cv::Size size, int bits, const std::string& name);
 
     std::vector<View> m_views;
 };
+
+}

@@ -1,22 +1,81 @@
 #pragma once
 
-#include <cstddef>
-#include <vector>
+#include <opencv2/core/mat.hpp>
 
-// A picture as a reader gave it: float samples, red, green, blue and alpha interleaved, the rows
-// from the top down.
+#include <cstdint>
+
+namespace Imaging {
+
+// How the samples of a picture are stored in a file: as whole numbers of so many bits, or as floats
+// of 16 or 32 bits.
+enum class SampleDepth
+{
+    U8,
+    U10,
+    U12,
+    U16,
+    F16,
+    F32,
+};
+
+// A picture between a file and a frame. A file may store only a part of it; the rest of it is 0.
+// The part may also reach beyond the picture: what lies there is not shown.
 struct Picture
 {
-    static constexpr int channels = 4;
-
-    int width = 0;
-    int height = 0;
-    int depth = 0;  // bits per sample of the file
-    std::vector<float> pixels;
-
-    const float* pixel(int column, int row) const
-    {
-        return pixels.data() + (std::size_t(row) * std::size_t(width) + std::size_t(column)) *
-                                   std::size_t(channels);
-    }
+    cv::Mat pixels;        // of the stored part: blue, green, red and alpha in float
+    cv::Point2l position;  // of the stored part's upper left pixel in the picture
+    cv::Size size;         // of the picture
+    SampleDepth depth = SampleDepth::F32;
+    bool hasAlpha = true;  // without alpha it is opaque
 };
+
+// What a file says of its picture before the pixels are read.
+struct PictureFacts
+{
+    cv::Size size;    // of the picture
+    cv::Size stored;  // of the part that the file stores, as far as its headers tell
+    SampleDepth depth = SampleDepth::F32;
+    bool hasAlpha = false;
+    std::uint64_t byteCount = 0;  // that reading takes, the stored part in float included
+};
+
+// What becomes of values above 1, which are highlights.
+enum class Highlights
+{
+    kept,
+    limited,  // to 1
+};
+
+// A file whose pixels are still to be read.
+class IPictureFile
+{
+public:
+    virtual ~IPictureFile() = default;
+
+    virtual const PictureFacts& facts() const = 0;
+
+    // Once only. Throws a std::exception.
+    virtual Picture read(Highlights highlights) = 0;
+};
+
+// The part of a picture that is both stored and shown.
+struct ShownPart
+{
+    cv::Mat pixels;
+    cv::Rect place;  // in the picture
+};
+
+ShownPart shownPart(const Picture& picture);
+
+// Throws a std::runtime_error when a header claims more than `mayBeFilledUp` lets pass.
+void checkMayBeFilledUp(cv::Size size, cv::Size stored);
+
+// All pixels; the stored ones themselves where they are the whole picture. Throws as above.
+cv::Mat whole(const Picture& picture);
+
+// The picture reduced so that its longer side has at most so many pixels, without ever being built
+// as a whole; a smaller one keeps its size. Colours count as much as they show: where a pixel is
+// transparent, its colour means nothing.
+Picture reduced(const Picture& picture, int longerSide);
+
+}

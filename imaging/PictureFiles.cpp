@@ -1,27 +1,342 @@
 #include "imaging/PictureFiles.h"
 
-#include "imaging/ImageOutput.h"
+#include "imaging/CheckedFile.h"
+#include "imaging/PictureLimits.h"
+
+#include <OpenImageIO/imageio.h>
+#include <opencv2/core/utility.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <cstddef>
+#include <stdexcept>
+#include <utility>
+#include <vector>
+
+namespace Imaging {
 
 namespace {
 
-void write(const Picture& picture, const std::filesystem::path& path,
-           const OIIO::TypeDesc& sampleType)
+constexpr int largestChannelCount = 4;
+
+// OpenImageIO's texts may have several lines.
+[[noreturn]] void fail(const std::string& text, const char* otherwise)
 {
-    OIIO::ImageSpec description(picture.width, picture.height, Picture::channels, sampleType);
-    description.alpha_channel = 3;
+    const auto line = text.substr(0, text.find('\n'));
+    throw std::runtime_error(line.empty() ? otherwise : line);
+}
+
+[[noreturn]] void failToRead(const std::string& text)
+{
+    fail(text, "Cannot be read");
+}
+
+[[noreturn]] void failToWrite(const std::string& text)
+{
+    fail(text, "Cannot be written");
+}
+
+// TIFF files have the highest strips of all that are written, of 32 rows, or 64 if asked for.
+constexpr int rowsPerStrip = 64;
+
+// How many rows are read or written at once: enough for all threads, and few enough to be in a
+// cache still when their channels are put in order. Files come in strips or tiles of `unit` rows.
+int bandHeight(int unit)
+{
+    const int wanted = std::max(64, 32 * cv::getNumThreads());
+    return std::max(1, wanted / unit) * unit;
+}
+
+template <class Operation>
+void forEachBand(int height, int largestBand, const Operation& operation)
+{
+    for (int first = 0, end = 0; first < height; first = end) {
+        end = first + std::min(largestBand, height - first);
+        operation(first, end);
+    }
+}
+
+template <class Operation>
+void forEachRow(int first, int end, const Operation& operation)
+{
+    cv::parallel_for_(cv::Range(first, end), [&](const cv::Range& rows) {
+        for (int row = rows.start; row < rows.end; ++row)
+            operation(row);
+    });
+}
+
+// Pixels of four floats, of which the first channels are a grey, a grey and alpha, RGB or RGBA,
+// become BGRA.
+template <int channels>
+void orderChannels(cv::Vec4f* pixels, int count)
+{
+    for (auto* pixel = pixels; pixel != pixels + count; ++pixel) {
+        const auto stored = *pixel;
+        if constexpr (channels >= 3)
+            *pixel = {stored[2], stored[1], stored[0], channels == 4 ? stored[3] : 1};
+        else
+            *pixel = {stored[0], stored[0], stored[0], channels == 2 ? stored[1] : 1};
+    }
+}
+
+constexpr std::array channelOrders = {orderChannels<1>, orderChannels<2>, orderChannels<3>,
+                                      orderChannels<4>};
+
+void limitHighlights(cv::Vec4f* pixels, int count)
+{
+    for (auto* pixel = pixels; pixel != pixels + count; ++pixel)
+        for (auto& value : pixel->val)
+            value = value > 1 ? 1 : value;
+}
+
+SampleDepth depthOf(const OIIO::ImageSpec& description)
+{
+    const int bits = description.get_int_attribute("oiio:BitsPerSample");
+    if (description.format == OIIO::TypeDesc::UINT8)
+        return SampleDepth::U8;
+    if (description.format == OIIO::TypeDesc::UINT16)
+        return bits == 10 ? SampleDepth::U10 : bits == 12 ? SampleDepth::U12 : SampleDepth::U16;
+    return description.format == OIIO::TypeDesc::HALF ? SampleDepth::F16 : SampleDepth::F32;
+}
+
+std::uint64_t sizeOf(const std::string& fileName)
+{
+    std::error_code error;
+    const auto status = std::filesystem::status(fileName, error);
+    if (status.type() == std::filesystem::file_type::not_found)
+        failToRead("No such file");
+    if (!error && !std::filesystem::is_regular_file(status))
+        failToRead("Not a regular file");
+    const auto size = error ? 0 : std::filesystem::file_size(fileName, error);
+    if (error)
+        failToRead(error.message());
+    return size;
+}
+
+// A tile is read as a whole, however much of it lies beyond the picture.
+void checkClaim(const OIIO::ImageSpec& description, std::uint64_t fileSize)
+{
+    const auto pixels = std::max(description.image_pixels(), description.tile_pixels());
+    const auto byteCount = std::max(description.image_bytes(true), description.tile_bytes(true));
+    if (!mayBeHeld(pixels, byteCount, fileSize))
+        failToRead("claims " + std::to_string(description.width) + " x " +
+                   std::to_string(description.height) + " pixels, too many for a file of " +
+                   std::to_string(fileSize) + " bytes");
+}
+
+class PictureFile final : public IPictureFile
+{
+public:
+    explicit PictureFile(const std::string& fileName)
+    {
+        const auto fileSize = sizeOf(fileName);
+        OIIO::ImageSpec asStored;
+        asStored["oiio:UnassociatedAlpha"] = 1;
+        m_input = OIIO::ImageInput::open(fileName, &asStored);
+        if (!m_input)
+            failToRead(OIIO::geterror());
+        const auto& description = m_input->spec();
+        if (description.nchannels < 1 || description.nchannels > largestChannelCount)
+            failToRead("has " + std::to_string(description.nchannels) +
+                       " channels; grey, grey with alpha, RGB and RGBA can be read");
+        if (description.depth > 1 || description.deep)
+            failToRead("is a volume or has deep samples; flat pictures can be read");
+        checkClaim(description, fileSize);
+        m_facts = {.size = window().size(),
+                   .stored = data().size(),
+                   .depth = depthOf(description),
+                   .hasAlpha = description.nchannels % 2 == 0,
+                   .byteCount = description.image_bytes(true) +
+                                description.image_pixels() * sizeof(cv::Vec4f)};
+    }
+
+    const PictureFacts& facts() const override { return m_facts; }
+
+    Picture read(Highlights highlights) override
+    {
+        const auto order = channelOrders[static_cast<std::size_t>(m_input->spec().nchannels - 1)];
+        cv::Mat pixels(data().size(), CV_32FC4);
+        forEachBand(pixels.rows, bandHeight(rowsPerUnit()), [&](int first, int end) {
+            if (!readRows(pixels, first, end))
+                failToRead(m_input->geterror());
+            forEachRow(first, end, [&](int row) {
+                order(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+                if (highlights == Highlights::limited)
+                    limitHighlights(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+            });
+        });
+        return {pixels, cv::Point2l(data().tl()) - cv::Point2l(window().tl()), m_facts.size,
+                m_facts.depth, m_facts.hasAlpha};
+    }
+
+private:
+    cv::Rect data() const
+    {
+        const auto& description = m_input->spec();
+        return {description.x, description.y, description.width, description.height};
+    }
+
+    // Files without a window of their own show all that they hold.
+    cv::Rect window() const
+    {
+        const auto& description = m_input->spec();
+        const cv::Rect full(description.full_x, description.full_y, description.full_width,
+                            description.full_height);
+        return full.empty() ? data() : full;
+    }
+
+    int rowsPerUnit() const
+    {
+        const auto& description = m_input->spec();
+        const int rows = description.tile_width
+                             ? description.tile_height
+                             : description.get_int_attribute("tiff:RowsPerStrip", 1);
+        return std::max(1, std::min(rows, description.height));
+    }
+
+    bool readRows(cv::Mat& pixels, int first, int end) const
+    {
+        const auto& description = m_input->spec();
+        const int firstRow = description.y + first;
+        const int endRow = description.y + end;
+        const auto pixelDistance = static_cast<OIIO::stride_t>(pixels.elemSize());
+        const auto rowDistance = static_cast<OIIO::stride_t>(pixels.step[0]);
+        if (description.tile_width)
+            return m_input->read_tiles(0, 0, description.x, description.x + description.width,
+                                       firstRow, endRow, description.z, description.z + 1, 0,
+                                       description.nchannels, OIIO::TypeDesc::FLOAT,
+                                       pixels.ptr(first), pixelDistance, rowDistance);
+        return m_input->read_scanlines(0, 0, firstRow, endRow, description.z, 0,
+                                       description.nchannels, OIIO::TypeDesc::FLOAT,
+                                       pixels.ptr(first), pixelDistance, rowDistance);
+    }
+
+    std::unique_ptr<OIIO::ImageInput> m_input;
+    PictureFacts m_facts;
+};
+
+OIIO::TypeDesc sampleType(SampleDepth depth)
+{
+    switch (depth) {
+        case SampleDepth::U8:
+            return OIIO::TypeDesc::UINT8;
+        case SampleDepth::U10:
+        case SampleDepth::U12:
+        case SampleDepth::U16:
+            return OIIO::TypeDesc::UINT16;
+        case SampleDepth::F16:
+            return OIIO::TypeDesc::HALF;
+        case SampleDepth::F32:
+            return OIIO::TypeDesc::FLOAT;
+    }
+    throw std::invalid_argument("no such depth");
+}
+
+OIIO::ImageSpec descriptionOf(cv::Size size, SampleDepth depth, bool hasAlpha)
+{
+    OIIO::ImageSpec description(size.width, size.height, hasAlpha ? 4 : 3, sampleType(depth));
+    if (depth == SampleDepth::U10 || depth == SampleDepth::U12)
+        description["oiio:BitsPerSample"] = depth == SampleDepth::U10 ? 10 : 12;
     description["oiio:UnassociatedAlpha"] = 1;
-
-    writeImage(path, path, description, {OIIO::TypeDesc::FLOAT, picture.pixels.data()});
+    return description;
 }
 
-}
-
-void writePng(const Picture& picture, const std::filesystem::path& path)
+// `fillRow` gives a row's samples in the order of the file.
+template <class Sample, class FillRow>
+void writeRows(const std::string& fileName, const std::string& heldName,
+               const OIIO::ImageSpec& description, const FillRow& fillRow)
 {
-    write(picture, path, picture.depth == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16);
+    // Outlives the writer, which closes what it has not written whole when it is destroyed.
+    CheckedFile file;
+    const auto output = OIIO::ImageOutput::create(fileName);
+    if (!output)
+        failToWrite(OIIO::geterror());
+    file.open(fileName);
+    if (!output->set_ioproxy(&file) || !output->open(heldName, description))
+        failToWrite(output->geterror());
+    // A writer takes what it knows instead of what it does not.
+    if (output->spec().format != description.format)
+        failToWrite("This kind of file cannot hold samples of this depth");
+
+    const auto rowSize = static_cast<std::size_t>(description.width) *
+                         static_cast<std::size_t>(description.nchannels);
+    const int bandRows = std::min(bandHeight(rowsPerStrip), description.height);
+    std::vector<Sample> band(rowSize * static_cast<std::size_t>(bandRows));
+    bool isWritten = true;
+    forEachBand(description.height, bandRows, [&](int first, int end) {
+        forEachRow(first, end, [&](int row) {
+            fillRow(row, &band[rowSize * static_cast<std::size_t>(row - first)]);
+        });
+        isWritten =
+            isWritten &&
+            output->write_scanlines(first, end, 0, OIIO::BaseTypeFromC<Sample>::value, band.data());
+    });
+    isWritten = isWritten && output->close();
+    file.finish();
+    if (!isWritten)
+        failToWrite(output->geterror());
 }
 
-void writeExr(const Picture& picture, const std::filesystem::path& path)
+// BGRA becomes RGB or RGBA.
+template <int channels>
+void storeRow(const cv::Vec4f* pixels, int count, bool replacesNoNumbers, float* samples)
 {
-    write(picture, path, OIIO::TypeDesc::FLOAT);
+    constexpr std::array<int, 4> order = {2, 1, 0, 3};
+    for (const auto* pixel = pixels; pixel != pixels + count; ++pixel)
+        for (int channel = 0; channel < channels; ++channel) {
+            const float value = (*pixel)[order[static_cast<std::size_t>(channel)]];
+            *samples++ = replacesNoNumbers && std::isnan(value) ? 0 : value;
+        }
+}
+
+void writeHostPicture(const HostPicture& picture, const std::string& fileName, SampleDepth depth)
+{
+    const auto rowSize = picture.width * HostPicture::channels;
+    writeRows<float>(
+        fileName, fileName, descriptionOf({picture.width, picture.height}, depth, true),
+        [&](int row, float* samples) { std::copy_n(picture.pixel(0, row), rowSize, samples); });
+}
+
+}
+
+std::unique_ptr<IPictureFile> openPicture(const std::string& fileName)
+{
+    return std::make_unique<PictureFile>(fileName);
+}
+
+void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)
+{
+    const std::ptrdiff_t channels = picture.hasAlpha ? 4 : 3;
+    const bool isFloat = picture.depth == SampleDepth::F16 || picture.depth == SampleDepth::F32;
+    const auto store = picture.hasAlpha ? storeRow<4> : storeRow<3>;
+    const auto [pixels, place] = shownPart(picture);
+    writeRows<float>(fileName, heldName,
+                     descriptionOf(picture.size, picture.depth, picture.hasAlpha),
+                     [&, &shown = pixels, &place = place](int row, float* samples) {
+                         if (shown.size() != picture.size)
+                             std::fill_n(samples, picture.size.width * channels, 0.f);
+                         if (place.y <= row && row < place.br().y)
+                             store(shown.ptr<cv::Vec4f>(row - place.y), place.width, !isFloat,
+                                   samples + place.x * channels);
+                     });
+}
+
+void writePicture(const std::string& fileName, const cv::Mat& rgb)
+{
+    writeRows<unsigned char>(
+        fileName, fileName, descriptionOf(rgb.size(), SampleDepth::U8, false),
+        [&](int row, unsigned char* samples) { std::copy_n(rgb.ptr(row), rgb.cols * 3, samples); });
+}
+
+void writePng(const HostPicture& picture, const std::filesystem::path& path)
+{
+    writeHostPicture(picture, path, picture.depth == 8 ? SampleDepth::U8 : SampleDepth::U16);
+}
+
+void writeExr(const HostPicture& picture, const std::filesystem::path& path)
+{
+    writeHostPicture(picture, path, SampleDepth::F32);
+}
+
 }

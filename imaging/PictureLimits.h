@@ -4,6 +4,7 @@
 
 // Sizes are claims of headers, and memory is not taken for a claim alone. What follows never
 // refuses a picture that is no larger than a frame of 8K.
+namespace Imaging {
 
 inline constexpr std::uint64_t largestClaim = std::uint64_t{8192} * 4320;
 
@@ -19,4 +20,6 @@ constexpr bool mayBeFilledUp(std::uint64_t pixels, std::uint64_t storedPixels)
 constexpr bool mayBeHeld(std::uint64_t pixels, std::uint64_t byteCount, std::uint64_t fileSize)
 {
     return pixels <= largestClaim || byteCount / 1032 <= fileSize;
+}
+
 }

@@ -1,8 +1,8 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
-#include "tools/ConversionPlan.h"
+#include "tools/Conversion.h"
 #include "tools/OpenFile.h"
+#include "tools/Report.h"
 
 #include <iostream>
 #include <memory>
@@ -24,7 +24,7 @@ void checkFile(const InputFile& input, MemoryBudget& budget)
 {
     throwProblem(input);
     const auto file = openMediaFile(input.name);
-    const auto reservation = budget.reserve(file->contents().byteCount);
+    const auto reservation = budget.reserve(file->facts().byteCount);
     converted(file->readFrame(), Velmora::Formats::BGRA_F32());
 }
 
@@ -62,10 +62,10 @@ Command check()
         framesArgument(options->frames)};
     arguments.insert(arguments.end(), jobs.begin(), jobs.end());
     return {
-        .description = sequencesText + std::string(R"(
+        .description = sequencesText() + R"(
 Reads each file and converts its frame as a host does. Files that cannot be shown are named on the
 error stream, with the reason, and so is what cannot be looked at and what holds no media file: all
-of these count as bad, and the others are checked. Links to folders inside are not followed.)"),
+of these count as bad, and the others are checked. Links to folders inside are not followed.)",
         .arguments = arguments,
         .run = [options] { return Zeq::run(*options); },
     };

@@ -1,19 +1,19 @@
 #include "tools/CommandLine.h"
 
 #include "MediaConversion/Version.h"
-#include "tools/Command.h"
-#include "tools/HelpTexts.h"
+#include "tools/Report.h"
 
 #include <CLI/CLI.hpp>
 
 #include <algorithm>
-#include <iostream>
+#include <cctype>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <type_traits>
 #include <utility>
 #include <variant>
-#include <vector>
 
 // The one file that knows the parser's library, which takes long to compile.
 namespace Zeq {
@@ -50,6 +50,58 @@ CLI::Option* addTo(CLI::App& parser, const Argument& argument)
     return std::visit(add, argument.target);
 }
 
+// A number as the library reads it, but always as a decimal one, and without its remarks on what is
+// none: it takes a zero in front for that of an octal number, and spaces and signs as well.
+CLI::Validator number(const CLI::Validator& check, const std::string& otherwise, bool mayBeEmpty)
+{
+    return {[=](std::string& text) {
+                if (text.empty() && mayBeEmpty)
+                    return std::string();
+                const std::string given = text;
+                text.erase(0, text.find_first_not_of('0'));
+                const auto isPlain = [](unsigned char letter) { return std::isalnum(letter); };
+                const bool isNumber = !text.empty() && '1' <= text.front() && text.front() <= '9' &&
+                                      std::ranges::all_of(text, isPlain);
+                try {
+                    if (isNumber && check(text).empty())
+                        return std::string();
+                } catch (const CLI::ValidationError&) {
+                    // Some say it one way and some the other.
+                }
+                return given + " is no " + otherwise;
+            },
+            ""};
+}
+
+CLI::Validator numberUpTo(int largest, bool mayBeEmpty)
+{
+    return number(CLI::Range(1, largest), "number from 1 to " + std::to_string(largest),
+                  mayBeEmpty);
+}
+
+CLI::Validator byteCount()
+{
+    using Units = std::map<std::string, std::uint64_t>;
+    const Units units{{"M", std::uint64_t{1} << 20}, {"G", std::uint64_t{1} << 30}};
+    return number(CLI::AsNumberWithUnit(units, CLI::AsNumberWithUnit::UNIT_REQUIRED),
+                  "amount like 512M or 4G", false);
+}
+
+// Not the library's own check, which prints all choices on one line.
+CLI::Validator choice(const Argument& argument)
+{
+    return {[&argument](std::string& text) {
+                const auto choice = std::ranges::find_if(argument.choices, [&](const auto& each) {
+                    return CLI::detail::to_lower(each) == CLI::detail::to_lower(text);
+                });
+                if (choice == argument.choices.end())
+                    return "unknown " + argument.value + " " + text + "; see --help";
+                text = *choice;
+                return std::string();
+            },
+            ""};
+}
+
 void declare(CLI::App& parser, const Argument& argument)
 {
     auto* const option = addTo(parser, argument);
@@ -59,33 +111,30 @@ void declare(CLI::App& parser, const Argument& argument)
     // The name of a positional stands in the help already.
     option->option_text(argument.isPositional() ? argument.value.substr(argument.names.size())
                                                 : argument.value);
+    option->type_name("TEXT");  // as messages call what is missing
     if (!std::holds_alternative<std::vector<std::string>*>(argument.target))
         option->take_last();
     if (!argument.choices.empty())
-        // Not the library's own check, which prints all choices on one line.
-        option->transform([&argument](std::string value) {
-            const auto choice = std::ranges::find_if(argument.choices, [&](const auto& each) {
-                return CLI::detail::to_lower(each) == CLI::detail::to_lower(value);
-            });
-            if (choice == argument.choices.end())
-                throw CLI::ValidationError("unknown " + argument.value + " " + value +
-                                           "; see --help");
-            return *choice;
-        });
+        option->transform(choice(argument));
+    if (const auto* const target = std::get_if<int*>(&argument.target))
+        option->transform(numberUpTo(argument.largest, **target == 0));
+    if (std::holds_alternative<std::uint64_t*>(argument.target))
+        option->transform(byteCount());
 }
 
 // The parser's library would complain of a missing one.
-void checkCommandName(const std::string& name)
+void checkCommandName(const std::vector<CommandEntry>& table, const std::string& name)
 {
     if (!name.starts_with('-') &&
-        std::ranges::find(commands(), name, &CommandEntry::name) == commands().end())
+        std::ranges::find(table, name, &CommandEntry::name) == table.end())
         throw UsageError(name.empty() ? "a command is required; see zeq --help"
                                       : "unknown command " + name + "; see zeq --help");
 }
 
 }
 
-std::function<int()> parseCommandLine(int argumentCount, char** arguments)
+std::function<int()> parseCommandLine(const std::vector<CommandEntry>& table, int argumentCount,
+                                      char** arguments)
 {
     CLI::App parser(programSummary(), "zeq");
     parser.set_version_flag("--version", "zeq " + MediaConversion::Version::text(),
@@ -96,7 +145,7 @@ std::function<int()> parseCommandLine(int argumentCount, char** arguments)
     parser.formatter(std::make_shared<HelpFormatter>());
 
     std::vector<std::pair<CLI::App*, Command>> parsed;
-    for (const auto& entry : commands()) {
+    for (const auto& entry : table) {
         auto* const subcommand = parser.add_subcommand(entry.name, entry.help);
         parsed.emplace_back(subcommand, entry.create());
         if (entry.isHidden)
@@ -108,7 +157,7 @@ std::function<int()> parseCommandLine(int argumentCount, char** arguments)
         subcommand->footer(command.description + "\n\n" + exitStatusText());
     }
 
-    checkCommandName(argumentCount > 1 ? arguments[1] : "");
+    checkCommandName(table, argumentCount > 1 ? arguments[1] : "");
     try {
         parser.parse(argumentCount, arguments);
     } catch (const CLI::Success& request) {

@@ -1,9 +1,58 @@
 #pragma once
 
-#include "tools/Command.h"
+#include "tools/Jobs.h"
 
-// The sub-commands, each in a file of its name.
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <variant>
+#include <vector>
+
 namespace Zeq {
+
+// One argument of a sub-command. The parser, the help, the manual page and the completion all know
+// it from here.
+struct Argument
+{
+    // A std::uint64_t is a number of bytes like 512M or 4G. A number that is 0 when nothing is said
+    // stays so for an empty text.
+    using Target =
+        std::variant<bool*, std::string*, std::vector<std::string>*, int*, std::uint64_t*>;
+
+    std::string names;  // "-o,--output"; without hyphens it stands for what is given without a name
+    std::string value;  // what stands for the value in the help; a switch has none
+    Target target;
+    std::string help = {};
+    std::vector<std::string> choices = {};  // in any case of letters; empty when any value will do
+    int largest = 0;                        // what an int may be, from 1 on
+    bool isRequired = false;
+
+    bool isPositional() const { return names.front() != '-'; }
+};
+
+// Arguments that several sub-commands take.
+Argument filesArgument(std::vector<std::string>& files, const std::string& help);
+Argument framesArgument(std::string& frames);
+std::vector<Argument> jobArguments(JobSettings& settings);
+
+// A sub-command as it is asked for: what it takes and what it does.
+struct Command
+{
+    std::string description;  // a few lines for people who ask for help
+    std::vector<Argument> arguments;
+    std::function<int()> run;  // gives the exit status
+};
+
+// A row of the table of sub-commands.
+struct CommandEntry
+{
+    std::string name;
+    std::string help;  // one line
+    Command (*create)();
+    bool isHidden = false;
+};
+
+const std::vector<CommandEntry>& commands();
 
 Command info();
 Command check();
@@ -14,5 +63,13 @@ Command doctor();
 Command load();
 Command man();
 Command completion();
+
+// Texts that the help and the manual page share.
+std::string programSummary();
+std::string namesText();
+std::string exitStatusText();
+
+// How to name the frames of a sequence, for the descriptions of sub-commands.
+std::string sequencesText();
 
 }

@@ -1,10 +1,10 @@
 #include "MediaConversion/Errors.h"
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
-#include "tools/EndingSignals.h"
+#include "tools/Conversion.h"
 #include "tools/Files.h"
-#include "tools/FrameConversion.h"
 #include "tools/PictureTypes.h"
+#include "tools/Report.h"
+#include "tools/TerminationSignals.h"
 
 #include <cstddef>
 #include <filesystem>
@@ -60,7 +60,7 @@ std::string listed(const std::vector<std::string>& words)
 
 std::string description()
 {
-    return sequencesText + std::string(R"(
+    return sequencesText() + R"(
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete.
 
@@ -78,7 +78,7 @@ of it, or has less than a thousandth of its bytes: its size is then a mere claim
   zeq convert --to dpx --skip-existing *.zeq dpx/
 
 Formats:
-)") + listed(formatNames()) +
+)" + listed(formatNames()) +
            "\n\nKinds of files:\n" + listed(extensions());
 }
 

@@ -1,16 +1,24 @@
+#include "MediaConversion/Errors.h"
 #include "MediaConversion/Version.h"
 #include "tools/Commands.h"
 #include "tools/Files.h"
-#include "tools/Messages.h"
 #include "tools/PictureModule.h"
-#include "tools/PlugInTrial.h"
+#include "tools/Report.h"
 
+#include <dlfcn.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <opencv2/core/utility.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdlib>
 #include <exception>
 #include <filesystem>
 #include <iostream>
+#include <iterator>
 #include <memory>
 #include <string>
 
@@ -31,6 +39,72 @@ std::string findPlugIn()
         if (const auto plugIn = place / "zeqReader.so"; fs::exists(plugIn))
             return fs::canonical(plugIn);
     return {};
+}
+
+// A host has this library in its process when it loads the plug-in. Where both were built together,
+// without a host, it stands beside the plug-in.
+void loadHostLibrary(const std::filesystem::path& plugIn)
+{
+    const auto library = plugIn.parent_path() / "../host/DDImage/libDDImage.so";
+    ::dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+}
+
+int loadPlugIn(const std::string& plugIn)
+{
+    loadHostLibrary(plugIn);
+    if (::dlopen(plugIn.c_str(), RTLD_NOW | RTLD_LOCAL))
+        return ExitStatus::success;
+    std::cout << ::dlerror();
+    return ExitStatus::failure;
+}
+
+// Starts this program once more, to load the plug-in. A mere fork would have none of the
+// threads that libraries have started here but, for ever, whatever locks they hold just then.
+pid_t startTrial(std::string fileName, int output)
+{
+    std::string words[] = {"zeq", "load", std::move(fileName)};
+    char* arguments[std::size(words) + 1] = {};
+    std::ranges::transform(words, arguments, [](std::string& word) { return word.data(); });
+
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
+    pid_t child = 0;
+    const int error =
+        ::posix_spawn(&child, "/proc/self/exe", &actions, nullptr, arguments, ::environ);
+    ::posix_spawn_file_actions_destroy(&actions);
+    if (error != 0)
+        MediaConversion::fail("No trial process");
+    return child;
+}
+
+std::string readAll(int pipe)
+{
+    std::string text;
+    char block[512];
+    for (ssize_t count = 0; (count = ::read(pipe, block, sizeof block)) > 0;)
+        text.append(block, static_cast<std::size_t>(count));
+    return text;
+}
+
+// Loads a plug-in in a process of its own, as it may bring its process down. Gives what went wrong;
+// empty when it loads.
+std::string tryPlugIn(const std::string& fileName)
+{
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0)
+        MediaConversion::fail("No pipe to a trial process");
+    const auto child = startTrial(fileName, ends[1]);
+    ::close(ends[1]);
+    const auto text = readAll(ends[0]);
+    ::close(ends[0]);
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    if (WIFSIGNALED(status))
+        return "it crashes while it is loaded, by signal " + std::to_string(WTERMSIG(status));
+    if (WEXITSTATUS(status) != 0 && text.empty())
+        return "it ends its process with status " + std::to_string(WEXITSTATUS(status));
+    return WEXITSTATUS(status) == 0 ? "" : text;
 }
 
 bool print(const std::string& name, const std::string& value)
@@ -69,7 +143,7 @@ bool printPlugIn(const std::string& plugIn)
     return problem.empty();
 }
 
-int run(const std::string& plugIn)
+int diagnose(const std::string& plugIn)
 {
     print("zeq", MediaConversion::Version::text());
     print("program", programFolder() + "/zeq");
@@ -92,7 +166,19 @@ Command doctor()
                        .value = "PATH",
                        .target = plugIn.get(),
                        .help = "the plug-in to try"}},
-        .run = [plugIn] { return Zeq::run(*plugIn); }};
+        .run = [plugIn] { return diagnose(*plugIn); }};
+}
+
+Command load()
+{
+    const auto plugIn = std::make_shared<std::string>();
+    return {.description = "Loads a plug-in and ends; where that fails, prints why.",
+            .arguments = {{.names = "PLUGIN",
+                           .value = "PLUGIN",
+                           .target = plugIn.get(),
+                           .help = "the plug-in to load",
+                           .isRequired = true}},
+            .run = [plugIn] { return loadPlugIn(*plugIn); }};
 }
 
 }

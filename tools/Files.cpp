@@ -1,14 +1,36 @@
 #include "tools/Files.h"
 
 #include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/AtomicFile.h"
+#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreams.h"
+#include "tools/Report.h"
 
 #include <algorithm>
 #include <cctype>
 #include <filesystem>
 #include <ios>
+#include <memory>
+#include <utility>
 
 namespace Zeq {
+
+using MediaConversion::AtomicFile;
+using MediaConversion::VelmoraMediaFileWriter;
+
+namespace {
+
+template <class Write>
+void writeTo(const std::string& fileName, const std::string& extension, const Write& write)
+{
+    try {
+        write(std::make_unique<AtomicFile>(MediaConversion::wideFileName(fileName), extension));
+    } catch (const std::exception& error) {
+        throw OutputError(fileName + ": " + messageOf(error));
+    }
+}
+
+}
 
 std::string extensionOf(const std::string& fileName)
 {
@@ -52,6 +74,25 @@ void makeFolder(const std::string& folder)
 std::string programFolder()
 {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();
+}
+
+void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
+                 const MediaConversion::MediaFileOptions& options)
+{
+    writeTo(fileName, "", [&](std::unique_ptr<AtomicFile> file) {
+        const VelmoraMediaFileWriter writer([&](const std::wstring&) { return std::move(file); });
+        writer.write(MediaConversion::wideFileName(fileName), frame, options);
+    });
+}
+
+void writeOutput(const std::string& fileName,
+                 const std::function<void(const std::string& temporaryName)>& write)
+{
+    const auto extension = std::filesystem::path(fileName).extension().native();
+    writeTo(fileName, extension, [&](std::unique_ptr<AtomicFile> file) {
+        write(file->temporaryName());
+        file->commit();
+    });
 }
 
 }

@@ -3,11 +3,9 @@
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/MediaFormats.h"
-#include "tools/Messages.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>
@@ -116,9 +114,9 @@ Command info()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText + std::string(R"(
+        .description = sequencesText() + R"(
 Prints a fact on each line, its name first, and an empty line between files. dataExpected and
-dataPresent are bytes of frame data; a file that has more than it needs is sound.)"),
+dataPresent are bytes of frame data; a file that has more than it needs is sound.)",
         .arguments = {filesArgument(options->files, "media files"),
                       framesArgument(options->frames),
                       {.names = "--json",

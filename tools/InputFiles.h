@@ -1,11 +1,49 @@
 #pragma once
 
+#include <cstddef>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <utility>
 #include <vector>
 
 namespace Zeq {
 
+// The name of a frame sequence: "shot.####.zeq" or "shot.%04d.zeq". A number takes as many digits
+// as there are signs, with zeros in front, and more where it has more.
+class FramePattern
+{
+public:
+    // Gives nothing when the file's name has no place for a number; throws a UsageError when it has
+    // two.
+    static std::optional<FramePattern> parse(const std::string& path);
+
+    std::string fileName(int frame) const;
+
+    // The numbers of the files that the pattern gives the name of, in ascending order.
+    std::vector<int> framesOnDisk() const;
+
+private:
+    FramePattern(std::string before, std::size_t digits, std::string after)
+        : m_before(std::move(before)), m_digits(digits), m_after(std::move(after))
+    {
+    }
+
+    std::optional<int> frameOf(std::string_view name) const;
+
+    std::string m_before;  // with the folder
+    std::size_t m_digits;
+    std::string m_after;
+};
+
+// The last number in a file's name, which is 12 for "shot2.0012.zeq".
+std::optional<int> frameNumberIn(const std::string& path);
+
+// The frames that a text like "1-100x2,200" names, in order and each once: every second one from 1
+// to 100, and 200. Throws a UsageError.
+std::vector<int> parseFrames(const std::string& text);
+
+// A file that a command works on.
 struct InputFile
 {
     std::string name;

@@ -1,44 +1,77 @@
 #include "tools/Jobs.h"
 
-#include "tools/Command.h"
-#include "tools/Messages.h"
-#include "tools/OutputFile.h"
-#include "tools/Progress.h"
-#include "tools/Threads.h"
-
-#include <opencv2/core/utility.hpp>
+#include "MediaConversion/Errors.h"
+#include "tools/Files.h"
+#include "tools/Report.h"
 
 #include <malloc.h>
+#include <unistd.h>
+#include <opencv2/core/utility.hpp>
 
 #include <algorithm>
 #include <atomic>
-#include <charconv>
+#include <cstddef>
 #include <exception>
+#include <future>
 #include <stdexcept>
 #include <system_error>
 #include <thread>
+#include <vector>
 
 namespace Zeq {
 
 namespace {
 
-constexpr int largestJobCount = 1024;
+constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
 
-int parseJobCount(const std::string& text)
+std::uint64_t machineMemory()
 {
-    if (text.empty())
-        return static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    int count = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, count);
-    if (error != std::errc() || stop != end || count < 1 || count > largestJobCount)
-        throw UsageError("--jobs: " + text + " is no number from 1 to " +
-                         std::to_string(largestJobCount));
-    return count;
+    return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
 }
 
-// How many are done at once. The processors are shared out among the jobs, so that they do not
-// stand in each other's way. Without threads, OpenCV is not to start any either.
+}
+
+MemoryBudget::Reservation::Reservation(MemoryBudget& budget, std::uint64_t size)
+    : m_budget(budget), m_size(size)
+{
+    if (size > machineMemory())
+        MediaConversion::fail("needs ", size / mebibyte,
+                              " MiB of memory, more than this machine has");
+    std::unique_lock lock(budget.m_usedMutex);
+    budget.m_released.wait(
+        lock, [&] { return budget.m_used == 0 || budget.m_used + size <= budget.m_limit; });
+    budget.m_used += size;
+}
+
+MemoryBudget::Reservation::~Reservation()
+{
+    {
+        const std::lock_guard lock(m_budget.m_usedMutex);
+        m_budget.m_used -= m_size;
+    }
+    m_budget.m_released.notify_all();
+}
+
+bool canStartThreads(std::size_t count)
+{
+    std::promise<void> end;
+    const auto wait = [ended = end.get_future().share()] { ended.wait(); };
+    std::vector<std::jthread> threads;
+    threads.reserve(count);
+    try {
+        while (threads.size() < count)
+            threads.emplace_back(wait);
+    } catch (const std::system_error&) {
+    }
+    end.set_value();
+    return threads.size() == count;
+}
+
+namespace {
+
+// Gives how many jobs can run at once. They share the processors, so that they do not stand in each
+// other's way. Where no threads can be started, OpenCV is not to start any either.
 int prepareThreads(int jobCount)
 {
     const int processors = cv::getNumberOfCPUs();
@@ -56,9 +89,10 @@ Job failingJob(const std::string& name, const std::string& problem)
 
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
 {
-    MemoryBudget budget(parseByteCount(settings.memory));
-    const auto jobCount = static_cast<std::size_t>(
-        prepareThreads(std::min(parseJobCount(settings.jobs), static_cast<int>(jobs.size()))));
+    MemoryBudget budget(settings.memory);
+    const auto processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
+    const auto jobCount = static_cast<std::size_t>(prepareThreads(
+        std::min(settings.jobs ? settings.jobs : processors, static_cast<int>(jobs.size()))));
 
     // One heap for all threads: with one for each, freed frames stay with the thread that had them.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread allocates yet
@@ -87,7 +121,7 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
         while (others.size() + 1 < jobCount)
             others.emplace_back(work);
     } catch (const std::system_error&) {
-        // Those that there are do it all.
+        // The threads that could be started do all the work.
     }
     work();
     others.clear();

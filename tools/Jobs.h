@@ -1,19 +1,57 @@
 #pragma once
 
-#include "tools/MemoryBudget.h"
-
+#include <condition_variable>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
+#include <mutex>
 #include <string>
 #include <vector>
 
 namespace Zeq {
 
+// Keeps the frames that are in memory at once within a limit. A frame that is larger than the limit
+// gets its memory when it is alone.
+class MemoryBudget
+{
+public:
+    explicit MemoryBudget(std::uint64_t limit) : m_limit(limit) {}
+
+    // Memory that is counted until it is destroyed.
+    class Reservation
+    {
+    public:
+        Reservation(MemoryBudget& budget, std::uint64_t size);
+        ~Reservation();
+
+        Reservation(const Reservation&) = delete;
+        Reservation& operator=(const Reservation&) = delete;
+
+    private:
+        MemoryBudget& m_budget;
+        std::uint64_t m_size;
+    };
+
+    // Waits until there is room. Throws a std::runtime_error for more than the machine has: a
+    // file's header can claim anything.
+    [[nodiscard]] Reservation reserve(std::uint64_t size) { return {*this, size}; }
+
+private:
+    const std::uint64_t m_limit;
+    std::uint64_t m_used = 0;
+    std::mutex m_usedMutex;
+    std::condition_variable m_released;
+};
+
+// Whether so many threads more can be started at once. What OpenCV, OpenImageIO and the libraries
+// behind them do where a thread cannot be started is to fail, or to end the program.
+bool canStartThreads(std::size_t count);
+
 // How much is done at once.
 struct JobSettings
 {
-    std::string jobs;  // as given: a number of files, or nothing
-    std::string memory = "4G";
+    int jobs = 0;                                   // files; 0 for as many as there are processors
+    std::uint64_t memory = std::uint64_t{4} << 30;  // bytes of their frames together
     bool isQuiet = false;
 };
 
@@ -30,8 +68,7 @@ struct Job
 Job failingJob(const std::string& name, const std::string& problem);
 
 // Runs the jobs, several at once where threads can be started, and names those that fail. Progress
-// is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed;
-// throws a UsageError for settings that cannot be understood.
+// is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed.
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings);
 
 }

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MediaConversion/MediaPipeline/FrameFormat.h"
-#include "imaging/SampleDepth.h"
+#include "imaging/Picture.h"
 
 #include <cstdint>
 #include <string>
@@ -9,6 +9,8 @@
 #include <vector>
 
 namespace Zeq {
+
+using Imaging::SampleDepth;
 
 // A format that media files can have.
 struct MediaFormat
@@ -20,16 +22,17 @@ struct MediaFormat
 
 const std::vector<MediaFormat>& mediaFormats();
 
-// Null when there is none. Names may be in any case.
+// Find a format by its name, in any case of letters, or by its code, and give null when there is
+// none.
 const MediaFormat* findMediaFormat(std::string_view name);
 const MediaFormat* findMediaFormat(std::uint32_t code);
 
 bool hasAlpha(const Velmora::FrameFormat& format);
 SampleDepth depthOf(const Velmora::FrameFormat& format);
 
-// What a picture becomes when nobody says: the format of the fewest bits that holds the samples,
-// and of 12 bits when none does. Pictures of more than 8 bits with alpha have one format only,
-// which halves the resolution of their colours.
+// The format that a picture gets when none is asked for. It is the one of the fewest bits that
+// holds the samples, or one of 12 bits when none does. For more than 8 bits with alpha there is one
+// format only, which halves the resolution of colours.
 const MediaFormat& defaultMediaFormat(SampleDepth depth, bool hasAlpha);
 
 }

@@ -41,21 +41,25 @@ public:
         const cv::Size stored(m_frameHeader.frameWidth, m_frameHeader.frameHeight);
         const std::uint64_t dataSize = MediaConversion::frameDataSize(
             frameFormat, m_frameHeader.frameWidth, m_frameHeader.frameHeight);
-        m_contents = {.size = {m_header.width, m_header.height},
-                      .stored = stored,
-                      .depth = depthOf(frameFormat),
-                      .hasAlpha = hasAlpha(frameFormat),
-                      .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
+        m_facts = {.size = {m_header.width, m_header.height},
+                   .stored = stored,
+                   .depth = depthOf(frameFormat),
+                   .hasAlpha = hasAlpha(frameFormat),
+                   .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
     }
 
-    const Contents& contents() const override { return m_contents; }
+    const PictureFacts& facts() const override { return m_facts; }
 
     std::unique_ptr<Velmora::IFrame> readFrame() override { return m_reader.readFrame(); }
 
-    PartialPicture readPicture() override
+    Picture readPicture() override
     {
         const auto frame = converted(readFrame(), BGRA_F32());
-        return {dynamic_cast<const Velmora::IImageFrame&>(*frame).image(), {}, m_contents.size};
+        return {dynamic_cast<const Velmora::IImageFrame&>(*frame).image(),
+                {},
+                m_facts.size,
+                m_facts.depth,
+                m_facts.hasAlpha};
     }
 
     MediaConversion::MediaFileOptions mediaFileOptions() const override
@@ -91,34 +95,27 @@ private:
     MediaConversion::MediaFileMagic m_magic;
     MediaConversion::MediaHeader m_header{};
     MediaConversion::FrameHeader m_frameHeader{};
-    Contents m_contents{};
+    PictureFacts m_facts;
 };
 
 class OpenPicture final : public IOpenFile
 {
 public:
-    explicit OpenPicture(const std::string& fileName) : m_input(pictureModule().open(fileName))
-    {
-        const auto& facts = m_input->facts();
-        m_contents = {.size = facts.size,
-                      .stored = facts.stored,
-                      .depth = facts.depth,
-                      .hasAlpha = facts.hasAlpha,
-                      .byteCount = facts.byteCount};
-    }
+    explicit OpenPicture(const std::string& fileName) : m_file(pictureModule().open(fileName)) {}
 
-    const Contents& contents() const override { return m_contents; }
+    const PictureFacts& facts() const override { return m_file->facts(); }
 
     std::unique_ptr<Velmora::IFrame> readFrame() override
     {
-        return std::make_unique<Velmora::FullFrame>(BGRA_F32(), whole(m_input->read()));
+        // The conversion to 8 bits would make highlights black that are too large for an int.
+        return std::make_unique<Velmora::FullFrame>(
+            BGRA_F32(), whole(m_file->read(Imaging::Highlights::limited)));
     }
 
-    PartialPicture readPicture() override { return m_input->read(); }
+    Picture readPicture() override { return m_file->read(Imaging::Highlights::kept); }
 
 private:
-    std::unique_ptr<IPictureInput> m_input;
-    Contents m_contents;
+    std::unique_ptr<Imaging::IPictureFile> m_file;
 };
 
 }
@@ -153,18 +150,18 @@ std::uint64_t floatByteCount(cv::Size size)
            static_cast<std::uint64_t>(size.height);
 }
 
-std::uint64_t fillingUpByteCount(const Contents& contents)
+std::uint64_t fillingUpByteCount(const PictureFacts& facts)
 {
-    if (contents.size == contents.stored)
+    if (facts.size == facts.stored)
         return 0;
-    checkMayBeFilledUp(contents.size, contents.stored);
-    return floatByteCount(contents.size);
+    Imaging::checkMayBeFilledUp(facts.size, facts.stored);
+    return floatByteCount(facts.size);
 }
 
-void checkNotEmpty(const Contents& contents)
+void checkNotEmpty(const PictureFacts& facts)
 {
-    if (contents.size.empty())
-        MediaConversion::fail("is a picture of ", contents.size.width, " x ", contents.size.height,
+    if (facts.size.empty())
+        MediaConversion::fail("is a picture of ", facts.size.width, " x ", facts.size.height,
                               " pixels: nothing can be shown");
 }
 

@@ -2,8 +2,7 @@
 
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
-#include "imaging/PartialPicture.h"
-#include "imaging/SampleDepth.h"
+#include "imaging/Picture.h"
 
 #include <opencv2/core/mat.hpp>
 
@@ -13,15 +12,8 @@
 
 namespace Zeq {
 
-// What is known of a file before its pixels are read.
-struct Contents
-{
-    cv::Size size;    // of the picture
-    cv::Size stored;  // of what the file has of it, as far as its headers tell
-    SampleDepth depth;
-    bool hasAlpha;
-    std::uint64_t byteCount;  // that reading takes, what is stored in float included
-};
+using Imaging::Picture;
+using Imaging::PictureFacts;
 
 // A file whose pixels are still to be read.
 class IOpenFile
@@ -29,23 +21,23 @@ class IOpenFile
 public:
     virtual ~IOpenFile() = default;
 
-    virtual const Contents& contents() const = 0;
+    virtual const PictureFacts& facts() const = 0;
 
-    // The frame in the format in which the file has it; of other pictures than media files, the
-    // whole picture. Once only, like the next.
+    // Reads a media file's frame in the format of the file, and any other picture as a whole, in
+    // float with highlights limited to 1. Either is read once, by this function or the next.
     virtual std::unique_ptr<Velmora::IFrame> readFrame() = 0;
 
-    // The picture as hosts show it, in float BGRA.
-    virtual PartialPicture readPicture() = 0;
+    // Reads the picture as hosts show it.
+    virtual Picture readPicture() = 0;
 
-    // What a media file says beside its frame and another one made from it says as well.
+    // What a media file holds beside its frame, for another one that is made from it.
     virtual MediaConversion::MediaFileOptions mediaFileOptions() const { return {}; }
 };
 
-// A media file, whatever its name. Throws a std::exception with what is wrong with it.
+// Opens a media file, whatever its name. Throws a std::exception with what is wrong with it.
 std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName);
 
-// A media file, or a picture of any kind that OpenImageIO reads.
+// Opens a media file, or a picture of any kind that OpenImageIO reads. Throws as above.
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName);
 
 // Sends a frame through an Encoder.
@@ -55,11 +47,11 @@ std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> fram
 // The bytes of so many pixels in float BGRA.
 std::uint64_t floatByteCount(cv::Size size);
 
-// Those of the whole picture, where it has to be built around what is stored. Throws when the file
-// holds too little of it.
-std::uint64_t fillingUpByteCount(const Contents& contents);
+// The bytes of the whole picture in float, or 0 where that is what is stored. Throws when the file
+// stores too little of it.
+std::uint64_t fillingUpByteCount(const PictureFacts& facts);
 
 // Throws a std::runtime_error when the picture has no pixel that could be shown.
-void checkNotEmpty(const Contents& contents);
+void checkNotEmpty(const PictureFacts& facts);
 
 }

@@ -1,41 +1,14 @@
 #include "tools/PictureModule.h"
 
-#include "imaging/ContactSheet.h"
+#include "imaging/PictureFiles.h"
 
 #include <OpenImageIO/imageio.h>
 
 #include <opencv2/core/utility.hpp>
 
-#include <utility>
-
 namespace Zeq {
 
 namespace {
-
-class OpenPictureInput final : public IPictureInput
-{
-public:
-    explicit OpenPictureInput(const std::string& fileName) : m_input(fileName) {}
-
-    const PictureFacts& facts() const override { return m_input.facts(); }
-    PartialPicture read() override { return m_input.read(); }
-
-private:
-    PictureInput m_input;
-};
-
-class Sheet final : public IContactSheet
-{
-public:
-    void add(const PartialPicture& picture, int depth, const std::string& name) override
-    {
-        m_sheet.add(picture, depth, name);
-    }
-    void write(const std::string& fileName) const override { m_sheet.write(fileName); }
-
-private:
-    ContactSheet m_sheet;
-};
 
 class PictureModule final : public IPictureModule
 {
@@ -46,20 +19,20 @@ public:
             OIIO::attribute(attribute, cv::getNumThreads());
     }
 
-    std::unique_ptr<IPictureInput> open(const std::string& fileName) const override
+    std::unique_ptr<Imaging::IPictureFile> open(const std::string& fileName) const override
     {
-        return std::make_unique<OpenPictureInput>(fileName);
+        return Imaging::openPicture(fileName);
     }
 
-    void write(const std::string& fileName, cv::Mat picture,
-               const PictureLayout& layout) const override
+    void write(const std::string& fileName, const Imaging::Picture& picture,
+               const std::string& heldName) const override
     {
-        writePicture(fileName, std::move(picture), layout);
+        Imaging::writePicture(fileName, picture, heldName);
     }
 
-    std::unique_ptr<IContactSheet> createContactSheet() const override
+    std::unique_ptr<Imaging::IContactSheet> createContactSheet() const override
     {
-        return std::make_unique<Sheet>();
+        return std::make_unique<Imaging::ContactSheet>();
     }
 
     std::string openImageIoVersion() const override { return OIIO_VERSION_STRING; }

@@ -1,44 +1,25 @@
 #pragma once
 
-#include "imaging/PictureInput.h"
-#include "imaging/PictureOutput.h"
-
-#include <opencv2/core/mat.hpp>
+#include "imaging/ContactSheet.h"
+#include "imaging/Picture.h"
 
 #include <memory>
 #include <string>
 
-// What the tool does through OpenImageIO, which takes a third of a second to load. It is a module
-// of its own, loaded when the first picture is read or written.
+// What the tool does through OpenImageIO, which takes a third of a second to load.
+// PictureModule.cpp is therefore a module of its own, and PictureModuleLoader.cpp loads it when the
+// first picture is read or written.
 namespace Zeq {
-
-class IPictureInput
-{
-public:
-    virtual ~IPictureInput() = default;
-
-    virtual const PictureFacts& facts() const = 0;
-    virtual PartialPicture read() = 0;
-};
-
-class IContactSheet
-{
-public:
-    virtual ~IContactSheet() = default;
-
-    virtual void add(const PartialPicture& picture, int depth, const std::string& name) = 0;
-    virtual void write(const std::string& fileName) const = 0;
-};
 
 class IPictureModule
 {
 public:
     virtual ~IPictureModule() = default;
 
-    virtual std::unique_ptr<IPictureInput> open(const std::string& fileName) const = 0;
-    virtual void write(const std::string& fileName, cv::Mat picture,
-                       const PictureLayout& layout) const = 0;
-    virtual std::unique_ptr<IContactSheet> createContactSheet() const = 0;
+    virtual std::unique_ptr<Imaging::IPictureFile> open(const std::string& fileName) const = 0;
+    virtual void write(const std::string& fileName, const Imaging::Picture& picture,
+                       const std::string& heldName) const = 0;
+    virtual std::unique_ptr<Imaging::IContactSheet> createContactSheet() const = 0;
 
     virtual std::string openImageIoVersion() const = 0;
 };

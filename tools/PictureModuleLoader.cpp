@@ -1,7 +1,7 @@
 #include "MediaConversion/Errors.h"
 #include "tools/Files.h"
+#include "tools/Jobs.h"
 #include "tools/PictureModule.h"
-#include "tools/Threads.h"
 
 #include <opencv2/core/utility.hpp>
 

@@ -1,12 +1,14 @@
 #pragma once
 
-#include "imaging/SampleDepth.h"
+#include "imaging/Picture.h"
 
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace Zeq {
+
+using Imaging::SampleDepth;
 
 // A kind of picture file that is written.
 struct PictureType
@@ -18,10 +20,11 @@ struct PictureType
 
 const std::vector<PictureType>& pictureTypes();
 
-// By extension, without the dot and in any case; null for what is not written.
+// Finds a kind by its extension, without the dot and in any case of letters; gives null for files
+// that are not written.
 const PictureType* findPictureType(const std::string& extension);
 
-// "8", "10", "12", "16", "half" or "float", as people ask for a depth.
+// Depths are asked for as "8", "10", "12", "16", "half" and "float".
 std::string nameOf(SampleDepth depth);
 std::vector<std::string> depthNames();
 SampleDepth depthNamed(const std::string& name);

@@ -1,15 +1,12 @@
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
-#include "tools/EndingSignals.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
-#include "tools/MemoryBudget.h"
-#include "tools/Messages.h"
+#include "tools/Jobs.h"
 #include "tools/OpenFile.h"
-#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
+#include "tools/TerminationSignals.h"
 
 #include <exception>
 #include <filesystem>
@@ -29,34 +26,16 @@ struct Options
     std::string output;
 };
 
-int bitsOf(SampleDepth depth)
-{
-    switch (depth) {
-        case SampleDepth::U8:
-            return 8;
-        case SampleDepth::U10:
-            return 10;
-        case SampleDepth::U12:
-            return 12;
-        case SampleDepth::U16:
-        case SampleDepth::F16:
-            return 16;
-        case SampleDepth::F32:
-            return 32;
-    }
-    return 0;
-}
-
-void add(const InputFile& input, IContactSheet& sheet)
+void add(const InputFile& input, Imaging::IContactSheet& sheet)
 {
     throwProblem(input);
     const auto file = openFile(input.name);
-    const auto& contents = file->contents();
+    const auto& facts = file->facts();
     MemoryBudget budget(0);  // for its check of sizes that no machine holds
-    const auto reservation = budget.reserve(contents.byteCount);
+    const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
-    checkNotEmpty(contents);
-    sheet.add(picture, bitsOf(contents.depth), std::filesystem::path(input.name).filename());
+    checkNotEmpty(facts);
+    sheet.add(picture, std::filesystem::path(input.name).filename());
 }
 
 int run(const Options& options)
@@ -92,8 +71,8 @@ Command sheet()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText + std::string(R"(
-Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)"),
+        .description = sequencesText() + R"(
+Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)",
         .arguments = {filesArgument(options->files, "media files and other pictures"),
                       {.names = "-o,--output",
                        .value = "SHEET",

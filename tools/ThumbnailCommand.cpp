@@ -1,14 +1,11 @@
 #include "tools/Commands.h"
-#include "tools/CommonArguments.h"
-#include "tools/ConversionPlan.h"
-#include "tools/EndingSignals.h"
+#include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/OpenFile.h"
-#include "tools/OutputFile.h"
 #include "tools/PictureModule.h"
+#include "tools/Report.h"
+#include "tools/TerminationSignals.h"
 
-#include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <memory>
 #include <string>
@@ -18,44 +15,30 @@ namespace Zeq {
 
 namespace {
 
-constexpr int largestSize = 4096;
-
 struct Options
 {
     std::vector<std::string> files;
     std::string frames;
     std::string folder;
-    std::string size = "256";
+    int size = 256;
     JobSettings jobs;
 };
-
-int parseSize(const std::string& text)
-{
-    int size = 0;
-    const auto* const end = text.data() + text.size();
-    const auto [stop, error] = std::from_chars(text.data(), end, size);
-    if (error != std::errc() || stop != end || size < 1 || size > largestSize)
-        throw UsageError("--size: " + text + " is no number from 1 to " +
-                         std::to_string(largestSize));
-    return size;
-}
 
 void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
 {
     const auto file = openFile(conversion.input);
-    const auto& contents = file->contents();
-    const auto reservation = budget.reserve(contents.byteCount);
+    const auto& facts = file->facts();
+    const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
-    checkNotEmpty(contents);
-    const auto view = reduced(picture, largestSide);
-    writeOutput(conversion.output, [&](const std::string& name) {
-        pictureModule().write(name, view, {contents.hasAlpha, SampleDepth::U8});
-    });
+    checkNotEmpty(facts);
+    auto view = reduced(picture, largestSide);
+    view.depth = SampleDepth::U8;
+    writeOutput(conversion.output,
+                [&](const std::string& name) { pictureModule().write(name, view, name); });
 }
 
 int run(const Options& options)
 {
-    const int size = parseSize(options.size);
     if (options.folder.empty())
         throw UsageError("--output: a folder is required");
     const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
@@ -69,8 +52,8 @@ int run(const Options& options)
             jobs.push_back(failingJob(conversion.input, conversion.problem));
         else
             jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                            [&conversion, size](MemoryBudget& budget) {
-                                makeThumbnail(conversion, size, budget);
+                            [&conversion, &options](MemoryBudget& budget) {
+                                makeThumbnail(conversion, options.size, budget);
                             }});
     removeUnfinishedFilesOnSignals();
     return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
@@ -90,13 +73,14 @@ Command thumbnail()
                                     {.names = "--size",
                                      .value = "N",
                                      .target = &options->size,
-                                     .help = "the longer side in pixels (default: 256)"},
+                                     .help = "the longer side in pixels (default: 256)",
+                                     .largest = 4096},
                                     framesArgument(options->frames)};
     const auto jobs = jobArguments(options->jobs);
     arguments.insert(arguments.end(), jobs.begin(), jobs.end());
-    return {.description = sequencesText + std::string(R"(
+    return {.description = sequencesText() + R"(
 Writes shot.png with 8 bits for shot.zeq, with alpha where the file has it. What is small already
-keeps its size.)"),
+keeps its size.)",
             .arguments = arguments,
             .run = [options] { return Zeq::run(*options); }};
 }

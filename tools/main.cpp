@@ -2,9 +2,8 @@
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "imaging/StandardStreams.h"
-#include "tools/Command.h"
 #include "tools/CommandLine.h"
-#include "tools/Messages.h"
+#include "tools/Commands.h"
 #include "tools/Report.h"
 
 #include <exception>
@@ -15,7 +14,7 @@ try {
     Programs::openStandardStreams();
     Velmora::ImageFrame::setMemoryPool(
         std::make_shared<Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource>>());
-    const int status = Zeq::parseCommandLine(argumentCount, arguments)();
+    const int status = Zeq::parseCommandLine(Zeq::commands(), argumentCount, arguments)();
     return Zeq::flushOutput() ? status : Zeq::ExitStatus::failure;
 } catch (const Zeq::UsageError& error) {
     Zeq::reportError(error.what());

@@ -55,7 +55,7 @@ HeadlessHost::HeadlessHost(const std::filesystem::path& plugIn)
         throw std::runtime_error(::dlerror());
 }
 
-Picture HeadlessHost::read(const std::string& fileName) const
+Imaging::HostPicture HeadlessHost::read(const std::string& fileName) const
 {
     FileBeginning beginning(fileName);
     if (!beginning.error().empty())

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/Picture.h"
+#include "imaging/HostPicture.h"
 
 #include <DDImage/Reader.h>
 
@@ -34,7 +34,7 @@ public:
 
     // The picture of a file, by the reader that takes its first bytes. Throws a std::runtime_error
     // with what the reader reported when it reported anything.
-    Picture read(const std::string& fileName) const;
+    Imaging::HostPicture read(const std::string& fileName) const;
 
     // The texts that the registered formats show in their panels, one knob after the other.
     std::string panelText() const;

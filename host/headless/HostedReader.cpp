@@ -84,7 +84,7 @@ HostedReader::HostedReader(const DD::Image::Reader::Description& description,
 {
 }
 
-Picture HostedReader::picture()
+Imaging::HostPicture HostedReader::picture()
 {
     const int width = m_reader->width();
     const int height = m_reader->height();
@@ -96,11 +96,12 @@ Picture HostedReader::picture()
     if (pixels > largestPixelCount)
         refuse("this host");
     // A file has a byte at least for every pixel that it stores.
-    if (!mayBeFilledUp(pixels, m_fileSize))
+    if (!Imaging::mayBeFilledUp(pixels, m_fileSize))
         refuse("a file of " + std::to_string(m_fileSize) + " bytes");
 
-    Picture picture{.width = width, .height = height, .depth = m_reader->depth(), .pixels = {}};
-    const auto rowSize = std::size_t(width) * std::size_t(Picture::channels);
+    Imaging::HostPicture picture{
+        .width = width, .height = height, .depth = m_reader->depth(), .pixels = {}};
+    const auto rowSize = std::size_t(width) * std::size_t(Imaging::HostPicture::channels);
     picture.pixels.resize(rowSize * std::size_t(height));
 
     std::atomic<int> nextRow = 0;

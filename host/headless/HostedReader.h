@@ -1,6 +1,6 @@
 #pragma once
 
-#include "imaging/Picture.h"
+#include "imaging/HostPicture.h"
 
 #include <DDImage/Reader.h>
 
@@ -76,7 +76,7 @@ public:
 
     // Pulls all rows, the lowest first, on several threads at once. Throws for a picture that is
     // too large to be held as a whole, or for the file that claims it.
-    Picture picture();
+    Imaging::HostPicture picture();
 
 private:
     std::unique_ptr<ReadOperator> m_operator;

@@ -107,9 +107,9 @@ private:
     {
         const auto picture = m_host.read(file);
         const auto output = m_names.next(file).string();
-        writePng(picture, output + ".png");
+        Imaging::writePng(picture, output + ".png");
         if (m_options.exr)
-            writeExr(picture, output + ".exr");
+            Imaging::writeExr(picture, output + ".exr");
         std::cout << file << ": " << picture.width << " x " << picture.height << ", "
                   << picture.depth << " bit, " << output << ".png"
                   << (m_options.exr ? " and .exr" : "") << std::endl;
@@ -119,7 +119,7 @@ private:
     const Options& m_options;
     HeadlessHost m_host;
     OutputNames m_names;
-    ContactSheet m_sheet;
+    Imaging::ContactSheet m_sheet;
     bool m_failed = false;
 };
 

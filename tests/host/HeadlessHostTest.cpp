@@ -33,7 +33,7 @@ TEST_F(HeadlessHost, writesSamplesAsTheyAre)
     const std::vector<float> pixels = {0.2f, 0.4f, 0.6f, 0.5f, 1.0f, 0.0f, 0.8f, 0.0f,
                                        1.5f, -1.f, 1.0f, 1.0f, 0.1f, 0.1f, 0.1f, 0.2f};
     for (const int depth : {8, 10, 12}) {
-        writePng({2, 2, depth, pixels}, path("a.png"));
+        Imaging::writePng({2, 2, depth, pixels}, path("a.png"));
         const auto [description, samples] = readPicture("a.png");
         const float largest = description.format == OIIO::TypeDesc::UINT8 ? 255 : 65535;
         EXPECT_EQ(largest < 256, depth == 8);
@@ -41,10 +41,10 @@ TEST_F(HeadlessHost, writesSamplesAsTheyAre)
             EXPECT_FLOAT_EQ(samples.at(sample) * largest,
                             std::round(std::clamp(pixels[sample], 0.f, 1.f) * largest));
     }
-    writeExr({2, 2, 8, pixels}, path("a.exr"));
+    Imaging::writeExr({2, 2, 8, pixels}, path("a.exr"));
     EXPECT_EQ(readPicture("a.exr").second, pixels);
-    EXPECT_THROW(writePng({2, 2, 8, pixels}, "/nowhere/picture.png"), std::runtime_error);
-    EXPECT_THROW(writePng({0, 0, 8, {}}, path("empty.png")), std::runtime_error);
+    EXPECT_THROW(Imaging::writePng({2, 2, 8, pixels}, "/nowhere/picture.png"), std::runtime_error);
+    EXPECT_THROW(Imaging::writePng({0, 0, 8, {}}, path("empty.png")), std::runtime_error);
 }
 
 TEST_F(HeadlessHost, writesPicturesAndNamesTheFilesThatFail)

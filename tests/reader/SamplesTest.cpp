@@ -52,7 +52,7 @@ Colour rgb(const Colour& yCbCr)
 }
 
 // The colour of a pixel of the picture once its chroma is subsampled.
-Colour subsampled(const Picture& picture, int column, int row, Chroma chroma)
+Colour subsampled(const Imaging::HostPicture& picture, int column, int row, Chroma chroma)
 {
     const int rows = chroma == Chroma::meanOf2x2 ? 2 : 1;
     const int columns = chroma == Chroma::leftOf2x1 ? 1 : 2;
@@ -72,7 +72,7 @@ Colour subsampled(const Picture& picture, int column, int row, Chroma chroma)
 class Samples : public testing::TestWithParam<SampleCase>
 {
 protected:
-    Picture read(const std::string& format) const
+    Imaging::HostPicture read(const std::string& format) const
     {
         return m_host.read(SAMPLES "/coffee." + format + ".zeq");
     }

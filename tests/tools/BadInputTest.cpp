@@ -71,10 +71,13 @@ TEST_F(BadInput, isNamedAndKeepsNoOtherFromBeingChecked)
 {
     runWell(
         "mkdir -p d/closed d/inner empty; ln -s loop d/loop; ln -s nothing d/link.zeq; "
-        "ln -s ../inner d/inner/up; cp good.zeq d/inner; chmod 0 d/closed");
-    EXPECT_EQ(run("powerless() { if [ $(id -u) = 0 ]; then setpriv "
-                  "--bounding-set=-dac_override,-dac_read_search \"$@\"; else \"$@\"; fi; }; "
-                  "powerless '" PROGRAM "' check -j1 empty d gone/ s.#.zeq good.zeq; "
+        "ln -s ../inner d/inner/up; cp good.zeq d/inner; chmod 0 d/closed; zeq check -q d/inner");
+    EXPECT_EQ(output, "");
+    writeFile(path("d/short.zeq"), MediaFileBytes::picture(0x200, 2, 2, "11 bytes...").bytes());
+    writeFile(path("d/unknown.zeq"), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
+    EXPECT_EQ(run("[ $(id -u) != 0 ] || powerless='setpriv\n"
+                  "--bounding-set=-dac_override,-dac_read_search'\n"
+                  "$powerless '" PROGRAM "' check -j1 empty d gone/ s.#.zeq good.zeq; "
                   "status=$?; chmod 700 d/closed; exit $status"),
               1);
     EXPECT_EQ(errors,
@@ -82,9 +85,11 @@ TEST_F(BadInput, isNamedAndKeepsNoOtherFromBeingChecked)
               "zeq: d/closed: Permission denied\n"
               "zeq: d/link.zeq: Failed to open file\n"
               "zeq: d/loop: Too many levels of symbolic links\n"
+              "zeq: d/short.zeq: Media file has unexpectedly reached End-Of-File\n"
+              "zeq: d/unknown.zeq: Frame reading is not supported for media header format 0x0201\n"
               "zeq: gone/: No such file or directory\n"
               "zeq: s.#.zeq: no frames found\n");
-    EXPECT_EQ(output, "8 files checked, 6 bad\n");
+    EXPECT_EQ(output, "10 files checked, 8 bad\n");
 }
 
 TEST_F(BadInput, keepsNoOtherFromBeingUsed)

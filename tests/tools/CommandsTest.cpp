@@ -1,8 +1,10 @@
 #include "tests/tools/ProgramTest.h"
-#include "tools/Command.h"
+#include "tools/Commands.h"
 
 #include <nlohmann/json.hpp>
 
+#include <array>
+#include <cmath>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -45,30 +47,29 @@ TEST_F(Commands, failWhenTheirOutputCannotBeWritten)
         }
 }
 
-TEST_F(Commands, checkFilesAndNameTheBadOnes)
-{
-    runWell("mkdir -p d/e empty; cp $samples/coffee.zeq-422.zeq d/e; zeq check -q d");
-    EXPECT_EQ(output, "");
-    writeFile(path("d/short.zeq"), MediaFileBytes::picture(0x200, 2, 2, "11 bytes...").bytes());
-    writeFile(path("d/unknown.zeq"), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
-    EXPECT_EQ(run("zeq check -j 1 d"), 1);
-    EXPECT_EQ(output, "3 files checked, 2 bad\n");
-    EXPECT_EQ(errors,
-              "zeq: d/short.zeq: Media file has unexpectedly reached End-Of-File\n"
-              "zeq: d/unknown.zeq: Frame reading is not supported for media header format "
-              "0x0201\n");
-}
-
 TEST_F(Commands, makeSheetsAndThumbnails)
 {
     runWell("zeq sheet $samples/*.zeq -o sheet.png");
     EXPECT_GT(readPicture("sheet.png").first.width, 1000);
 
-    // A red pixel beside a transparent green one is a red, half transparent thumbnail.
-    const std::string redAndGreen("\xFF\0\0\xFF\0\xFF\0\0", 8);
-    writeFile(path("a.zeq"), MediaFileBytes::picture(0x204, 2, 1, redAndGreen).bytes());
-    runWell("zeq thumbnail --size 1 -o . a.zeq");
-    EXPECT_THAT(readPicture("a.png").second, Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f}));
+    // A red pixel beside transparent ones is red and half transparent, whatever they would show.
+    constexpr float infinity = HUGE_VALF, notANumber = NAN;
+    std::vector<float> samples;
+    for (int pair = 0; pair < 360 * 20; ++pair)
+        for (const float sample :
+             pair / 360 % 2 ? std::array{1.f, 0.f, 0.f, 1.f, 0.f, 1.f, 0.f, 0.f}
+                            : std::array{1.f, 0.f, 0.f, 1.f, infinity, notANumber, -infinity, 0.f})
+            samples.push_back(sample);
+    writePicture("a.exr", {720, 20, 4, OIIO::TypeDesc::FLOAT}, samples);
+    runWell("zeq thumbnail --size 360 -o . a.exr && zeq sheet a.exr -o b.png");
+    const auto thumbnail = readPicture("a.png").second;
+    EXPECT_THAT(std::vector(thumbnail.end() - 4, thumbnail.end()),
+                Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f}));
+    // Half of it is the light square in the corner of the view.
+    const auto sheet = readPicture("b.png");
+    const auto corner = sheet.second.begin() + (45 * sheet.first.width + 45) * 3;
+    EXPECT_THAT(std::vector(corner, corner + 3),
+                Pointwise(FloatNear(0.003f), {0.975f, 0.475f, 0.475f}));
 
     EXPECT_EQ(run("zeq thumbnail --size 30 -o small $samples/coffee.rgb*8.zeq missing.zeq"), 1);
     EXPECT_EQ(errors, "zeq: missing.zeq: Failed to open file\n");
@@ -140,7 +141,8 @@ TEST_F(Commands, refuseInOneLine)
         // clang-format off
         {"",                                           2, "a command is required; see zeq --help"},
         {"frobnicate",                                 2, "unknown command frobnicate; see zeq --help"},
-        {"thumbnail flat.zeq -o .",                    1, "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
+        {"thumbnail flat.zeq -o .",                    1,
+            "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
         {"thumbnail a.zeq -o a.zeq/b",                 1, "a.zeq/b/: Not a directory"},
         {"thumbnail a.zeq -o ''",                      2, "--output: a folder is required"},
         {"check empty",                                1, "empty: no media files found"},
@@ -154,6 +156,7 @@ TEST_F(Commands, refuseInOneLine)
         {"convert a.zeq b.xyz",                        2, "b.xyz: files of this kind are not written; see --help"},
         {"convert a.zeq .",                            2, "--to is needed for an OUTPUT that is a folder"},
         {"convert a.zeq b.png --jobs 0",               2, "--jobs: 0 is no number from 1 to 1024"},
+        {"check a.zeq --memory 4T",                    2, "--memory: 4T is no amount like 512M or 4G"},
         {"convert a.zeq b.png --frames 1",             2, "--frames: a.zeq has no place for the frame's number"},
         {"convert s.####.zeq b.####.png",              1, "s.####.zeq: no frames found"},
         {"convert a.zeq nowhere/b.png",                2, "there is no folder nowhere"},

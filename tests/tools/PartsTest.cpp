@@ -1,10 +1,11 @@
-#include "imaging/PartialPicture.h"
 #include "imaging/PictureLimits.h"
+#include "imaging/Picture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
-#include "tools/Command.h"
-#include "tools/FramePattern.h"
-#include "tools/FrameRange.h"
-#include "tools/MemoryBudget.h"
+#include "tools/CommandLine.h"
+#include "tools/Commands.h"
+#include "tools/InputFiles.h"
+#include "tools/Jobs.h"
+#include "tools/Report.h"
 
 #include <gmock/gmock.h>
 #include <unistd.h>
@@ -30,17 +31,44 @@ using namespace Zeq;
 
 TEST(FrameRange, listsEachFrameOnceAndInOrder)
 {
-    const std::pair<const char*, std::vector<int>> cases[] = {
-        {"9,1-3,2", {1, 2, 3, 9}},
-        {"1-10x4", {1, 5, 9}},
-        {"2147483646-2147483647", {2147483646, 2147483647}},
-    };
-    for (const auto& [text, frames] : cases)
-        EXPECT_EQ(parseFrames(text), frames) << text;
+    EXPECT_THAT(parseFrames("9,1-3,2"), ElementsAre(1, 2, 3, 9));
+    EXPECT_THAT(parseFrames("1-10x4"), ElementsAre(1, 5, 9));
+    EXPECT_THAT(parseFrames("2147483646-2147483647"), ElementsAre(2147483646, 2147483647));
     for (const auto* text : {"", "a", "1-", "-5", "1-3x0", "5-1", "1,,2", "1 2", "99999999999"})
         EXPECT_THROW(parseFrames(text), UsageError) << text;
     EXPECT_THAT(parseFrames("2-1999999x2,1"), SizeIs(1'000'000));
     EXPECT_THROW(parseFrames("2-2000000x2,1"), UsageError);
+}
+
+TEST(CommandLine, takesDecimalNumbersAndAmountsOfMemoryOnly)
+{
+    static std::uint64_t memory;
+    static int size;
+    const CommandEntry entry{
+        "numbers", "", [] {
+            return Command{"",
+                           {{.names = "-m", .value = "SIZE", .target = &memory},
+                            {.names = "-s", .value = "N", .target = &size, .largest = 99}},
+                           [] { return 0; }};
+        }};
+    const auto parse = [&](std::string option, std::string value) {
+        std::string program = "zeq", command = "numbers";
+        char* words[] = {program.data(), command.data(), option.data(), value.data()};
+        memory = 0;
+        size = 1;
+        parseCommandLine({entry}, 4, words);
+        return std::pair(memory, size);
+    };
+    EXPECT_THAT(parse("-m", "512M"), Pair(536870912u, 1));
+    EXPECT_THAT(parse("-m", "4G"), Pair(4294967296u, 1));
+    EXPECT_THAT(parse("-m", "010M"), Pair(10485760u, 1));
+    EXPECT_THAT(parse("-s", "99"), Pair(0u, 99));
+    EXPECT_THAT(parse("-s", "010"), Pair(0u, 10));
+    for (const auto* text :
+         {"", "4", "0G", "-1G", "4T", "4g", "4GB", "4 G", "0x4G", "99999999999G"})
+        EXPECT_THROW(parse("-m", text), UsageError) << text;
+    for (const auto* text : {"", "0", "-1", "+1", "1x", "0x1", "1 ", "100", "99999999999"})
+        EXPECT_THROW(parse("-s", text), UsageError) << text;
 }
 
 // As OpenCV reduces the whole picture.
@@ -55,9 +83,9 @@ TEST(PartialPicture, isReducedWithoutBeingBuilt)
     for (const auto& [size, place, longerSide] : cases) {
         cv::Mat stored(place.size(), CV_32FC4);
         cv::randu(stored, 0.1, 1);
-        const PartialPicture picture{stored, place.tl(), size};
+        const Imaging::Picture picture{stored, place.tl(), size};
         cv::Mat expected;
-        const auto view = reduced(picture, longerSide);
+        const auto view = reduced(picture, longerSide).pixels;
         EXPECT_EQ(std::max(view.cols, view.rows), longerSide);
         const auto multiplied = [](cv::Mat image) {
             image.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
@@ -74,11 +102,12 @@ TEST(PartialPicture, isReducedWithoutBeingBuilt)
 TEST(PictureLimits, letAFrameOf8KPassAndWhatAFileCanHave)
 {
     constexpr std::uint64_t frameOf8K = 8192 * 4320;
-    EXPECT_TRUE(mayBeFilledUp(frameOf8K, 1) && mayBeHeld(frameOf8K, 12 * frameOf8K, 1));
-    EXPECT_TRUE(mayBeFilledUp(16 * frameOf8K, frameOf8K));
-    EXPECT_FALSE(mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
-    EXPECT_TRUE(mayBeHeld(2 * frameOf8K, 1032 * 12345, 12345));
-    EXPECT_FALSE(mayBeHeld(2 * frameOf8K, 1032 * 12345, 12344));
+    EXPECT_TRUE(Imaging::mayBeFilledUp(frameOf8K, 1) &&
+                Imaging::mayBeHeld(frameOf8K, 12 * frameOf8K, 1));
+    EXPECT_TRUE(Imaging::mayBeFilledUp(16 * frameOf8K, frameOf8K));
+    EXPECT_FALSE(Imaging::mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
+    EXPECT_TRUE(Imaging::mayBeHeld(2 * frameOf8K, 1032 * 12345, 12345));
+    EXPECT_FALSE(Imaging::mayBeHeld(2 * frameOf8K, 1032 * 12345, 12344));
 }
 
 TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
@@ -142,8 +171,4 @@ TEST(MemoryBudget, isNotExceededButByAFrameAlone)
     };
     const std::jthread first(take, 2), second(take, 3), third(take, 9);
     EXPECT_THROW(const auto excess = budget.reserve(std::uint64_t{1} << 60), std::runtime_error);
-    EXPECT_EQ(parseByteCount("512M"), 536870912u);
-    EXPECT_EQ(parseByteCount("4G"), 4294967296u);
-    for (const auto* text : {"", "4", "0G", "-1G", "4T", "4GB", "99999999999G"})
-        EXPECT_THROW(parseByteCount(text), UsageError) << text;
 }

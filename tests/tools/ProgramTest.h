@@ -13,8 +13,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 #include <set>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -42,9 +42,20 @@ protected:
     std::string path(const std::string& file) const { return m_folder.file(file); }
     static std::string bytes(const std::string& path)
     {
-        std::ostringstream content;
-        content << std::ifstream(path, std::ios::binary).rdbuf();
-        return content.str();
+        std::ifstream file(path, std::ios::binary);
+        return {std::istreambuf_iterator<char>(file), {}};
+    }
+    // The sample in a format, under each of these names.
+    void copySample(const std::string& format, const std::vector<std::string>& names) const
+    {
+        for (const auto& name : names)
+            std::filesystem::copy_file(SAMPLES "/coffee." + format + ".zeq", path(name));
+    }
+    // From s.1.zeq on.
+    void copySequence(const std::string& format, int count) const
+    {
+        for (int frame = 1; frame <= count; ++frame)
+            copySample(format, {"s." + std::to_string(frame) + ".zeq"});
     }
     // Of a media file with the short header.
     std::string frameData(const std::string& file) const { return bytes(path(file)).substr(28); }

@@ -1,4 +1,4 @@
-#include "imaging/PartialPicture.h"
+#include "imaging/Picture.h"
 
 #include "imaging/PictureLimits.h"
 
@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+namespace Imaging {
+
 namespace {
 
 using LongRect = cv::Rect_<std::int64_t>;
@@ -24,21 +26,6 @@ std::uint64_t pixelCount(cv::Size size)
 std::string textOf(cv::Size size)
 {
     return std::to_string(size.width) + " x " + std::to_string(size.height);
-}
-
-// Where in the picture the stored pixels lie that it shows.
-LongRect shownPart(const PartialPicture& picture)
-{
-    const LongRect stored(picture.position.x, picture.position.y, picture.stored.cols,
-                          picture.stored.rows);
-    return stored & LongRect(0, 0, picture.size.width, picture.size.height);
-}
-
-cv::Mat shownPixels(const PartialPicture& picture, const LongRect& shown)
-{
-    return picture.stored(cv::Rect(static_cast<int>(shown.x - picture.position.x),
-                                   static_cast<int>(shown.y - picture.position.y),
-                                   static_cast<int>(shown.width), static_cast<int>(shown.height)));
 }
 
 // A pixel falls to one pixel of the view, or in two parts to one and the next.
@@ -73,8 +60,11 @@ struct Sum
     cv::v_float32x4 colours = cv::v_setzero_f32();
     float alpha = 0;
 
+    // A colour that does not show may be infinite or no number.
     void add(const cv::v_float32x4& pixel, float pixelAlpha, float part)
     {
+        if (pixelAlpha == 0)
+            return;
         colours = cv::v_muladd(pixel, cv::v_setall_f32(pixelAlpha * part), colours);
         alpha += pixelAlpha * part;
     }
@@ -122,6 +112,17 @@ cv::Vec4f withoutAlpha(const cv::Vec4d& sum)
 
 }
 
+ShownPart shownPart(const Picture& picture)
+{
+    const LongRect stored(picture.position.x, picture.position.y, picture.pixels.cols,
+                          picture.pixels.rows);
+    const auto place = stored & LongRect(0, 0, picture.size.width, picture.size.height);
+    if (place.empty())
+        return {};
+    const LongRect inStored(place.x - stored.x, place.y - stored.y, place.width, place.height);
+    return {picture.pixels(cv::Rect(inStored)), cv::Rect(place)};
+}
+
 void checkMayBeFilledUp(cv::Size size, cv::Size stored)
 {
     if (!mayBeFilledUp(pixelCount(size), pixelCount(stored)))
@@ -130,42 +131,44 @@ void checkMayBeFilledUp(cv::Size size, cv::Size stored)
                                  " are stored; of one so large, at least a pixel in 16 has to be");
 }
 
-cv::Mat whole(const PartialPicture& picture)
+cv::Mat whole(const Picture& picture)
 {
-    if (picture.stored.size() == picture.size && picture.position == cv::Point2l())
-        return picture.stored;
-    checkMayBeFilledUp(picture.size, picture.stored.size());
-    cv::Mat filledUp = cv::Mat::zeros(picture.size, picture.stored.type());
-    if (const auto shown = shownPart(picture); !shown.empty())
-        shownPixels(picture, shown).copyTo(filledUp(cv::Rect(shown)));
+    if (picture.pixels.size() == picture.size && picture.position == cv::Point2l())
+        return picture.pixels;
+    checkMayBeFilledUp(picture.size, picture.pixels.size());
+    cv::Mat filledUp = cv::Mat::zeros(picture.size, picture.pixels.type());
+    if (const auto shown = shownPart(picture); !shown.place.empty())
+        shown.pixels.copyTo(filledUp(shown.place));
     return filledUp;
 }
 
-cv::Mat reduced(const PartialPicture& picture, int longerSide)
+Picture reduced(const Picture& picture, int longerSide)
 {
     const int side = std::max(picture.size.width, picture.size.height);
     if (side <= longerSide)
-        return whole(picture);
+        return {whole(picture), {}, picture.size, picture.depth, picture.hasAlpha};
     const double scale = double(longerSide) / side;
     const cv::Size size(std::max(1, cvRound(picture.size.width * scale)),
                         std::max(1, cvRound(picture.size.height * scale)));
-    cv::Mat view = cv::Mat::zeros(size, picture.stored.type());
+    Picture view{
+        cv::Mat::zeros(size, picture.pixels.type()), {}, size, picture.depth, picture.hasAlpha};
     const auto shown = shownPart(picture);
-    if (shown.empty())
+    if (shown.place.empty())
         return view;
-    const auto pixels = shownPixels(picture, shown);
-    const auto columns = shares(shown.x, shown.width, picture.size.width, size.width);
-    const auto rows = shares(shown.y, shown.height, picture.size.height, size.height);
-    cv::parallel_for_(cv::Range(0, view.rows), [&](const cv::Range& places) {
+    const auto columns = shares(shown.place.x, shown.place.width, picture.size.width, size.width);
+    const auto rows = shares(shown.place.y, shown.place.height, picture.size.height, size.height);
+    cv::parallel_for_(cv::Range(0, size.height), [&](const cv::Range& places) {
         for (int place = places.start; place < places.end; ++place) {
-            std::vector<cv::Vec4d> sums(static_cast<std::size_t>(view.cols));
+            std::vector<cv::Vec4d> sums(static_cast<std::size_t>(size.width));
             auto row = std::ranges::lower_bound(rows, place - 1, {}, &Share::place);
             for (; row != rows.end() && row->place <= place; ++row)
                 if (const auto part = row->place == place ? row->part : row->partOfNext; part > 0)
-                    addRow(pixels.ptr<cv::Vec4f>(static_cast<int>(row - rows.begin())), columns,
-                           part, sums);
-            std::ranges::transform(sums, view.ptr<cv::Vec4f>(place), withoutAlpha);
+                    addRow(shown.pixels.ptr<cv::Vec4f>(static_cast<int>(row - rows.begin())),
+                           columns, part, sums);
+            std::ranges::transform(sums, view.pixels.ptr<cv::Vec4f>(place), withoutAlpha);
         }
     });
     return view;
+}
+
 }

@@ -1,4 +1,6 @@
+#include "MediaConversion/Version.h"
 #include "tools/Commands.h"
+#include "tools/Report.h"
 
 #include <iostream>
 #include <memory>
@@ -8,6 +10,61 @@ namespace Zeq {
 
 namespace {
 
+// Text as it stands, of which the formatter takes hyphens, backslashes and leading dots for its
+// own.
+std::string escaped(const std::string& text)
+{
+    std::string result;
+    for (const char letter : text) {
+        const bool startsLine = result.empty() || result.back() == '\n';
+        if (startsLine && (letter == '.' || letter == '\''))
+            result += "\\&";
+        result += letter == '-' ? "\\-" : letter == '\\' ? "\\e" : std::string(1, letter);
+    }
+    return result;
+}
+
+std::string headOf(const Argument& argument)
+{
+    const auto comma = argument.names.find(',');
+    auto text = "\\fB" + escaped(argument.names.substr(0, comma)) + "\\fR";
+    if (comma != std::string::npos)
+        text += ", \\fB" + escaped(argument.names.substr(comma + 1)) + "\\fR";
+    return argument.value.empty() ? text : text + " \\fI" + escaped(argument.value) + "\\fR";
+}
+
+void printManualOf(const CommandEntry& entry)
+{
+    const auto command = entry.create();
+    std::cout << ".SS zeq " << entry.name;
+    for (const auto& argument : command.arguments)
+        if (argument.isPositional())
+            std::cout << ' ' << argument.value;
+    std::cout << "\n" << escaped(entry.help) << ".\n";
+    for (const auto& argument : command.arguments)
+        if (!argument.isPositional())
+            std::cout << ".TP\n" << headOf(argument) << "\n" << escaped(argument.help) << "\n";
+    std::cout << ".PP\n.nf\n" << escaped(command.description) << "\n.fi\n";
+}
+
+int printManual()
+{
+    std::cout << ".TH ZEQ 1 \"\" \"zeq " << MediaConversion::Version::text() << "\"\n"
+              << ".SH NAME\nzeq \\- " << escaped(programSummary()) << "\n"
+              << ".SH SYNOPSIS\n.B zeq\n.I COMMAND\n[\\fIOPTION\\fR...] [\\fIFILE\\fR...]\n"
+              << ".SH COMMANDS\n";
+    for (const auto& entry : commands())
+        if (!entry.isHidden)
+            printManualOf(entry);
+    std::cout << ".SH OPTIONS\n"
+              << ".TP\n\\fB\\-h\\fR, \\fB\\-\\-help\\fR\nprint the help of zeq or of a command\n"
+              << ".TP\n\\fB\\-\\-version\\fR\nprint the version\n"
+              << ".SH NAMES\n"
+              << escaped(namesText()) << "\n.SH EXIT STATUS\n"
+              << escaped(exitStatusText()) << "\n";
+    return ExitStatus::success;
+}
+
 // "-o,--output" as "-o --output", or as "-o|--output" where a shell's pattern is wanted.
 std::string separated(std::string names, char separator)
 {
@@ -16,7 +73,7 @@ std::string separated(std::string names, char separator)
     return names;
 }
 
-void printCommand(const CommandEntry& entry)
+void printCompletionOf(const CommandEntry& entry)
 {
     const auto command = entry.create();
     std::string options = "-h --help";
@@ -36,7 +93,7 @@ void printCommand(const CommandEntry& entry)
     std::cout << "            esac\n            options=\"" << options << "\"\n            ;;\n";
 }
 
-void printBash()
+void printCompletion()
 {
     std::string names = "--help --version";
     for (const auto& entry : commands())
@@ -56,7 +113,7 @@ _zeq()
 )";
     for (const auto& entry : commands())
         if (!entry.isHidden)
-            printCommand(entry);
+            printCompletionOf(entry);
     std::cout << R"(    esac
     if [ -n "$words" ]; then
         COMPREPLY=($(compgen -W "$words" -- "$current"))
@@ -73,6 +130,13 @@ complete -F _zeq zeq
 
 }
 
+Command man()
+{
+    return {.description = "Prints the source of the manual page.",
+            .arguments = {},
+            .run = printManual};
+}
+
 Command completion()
 {
     const auto shell = std::make_shared<std::string>();
@@ -84,7 +148,7 @@ Command completion()
                            .choices = {"bash"},
                            .isRequired = true}},
             .run = [shell] {
-                printBash();
+                printCompletion();
                 return ExitStatus::success;
             }};
 }

@@ -1,4 +1,4 @@
-#include "tools/EndingSignals.h"
+#include "tools/TerminationSignals.h"
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
 
@@ -15,10 +15,10 @@ namespace Zeq {
 
 namespace {
 
-// What terminals, shells and schedulers end a program by, the latter also as a warning before they
-// kill it. Not those of a crash, after which nothing can be relied upon. Left out are also those
-// that the program was told to ignore, as nohup tells it.
-sigset_t endingSignals()
+// The signals by which terminals, shells and schedulers end a program or warn it before they kill
+// it. Those of a crash are left out, as nothing can be relied upon after one, and so are those that
+// the program was told to ignore, as nohup tells it.
+sigset_t terminationSignals()
 {
     sigset_t signals;
     ::sigemptyset(&signals);
@@ -31,13 +31,13 @@ sigset_t endingSignals()
     return signals;
 }
 
-[[noreturn]] void endBy(int signal)
+[[noreturn]] void terminateBy(int signal)
 {
     // What fails from here on fails because of the signal: the other threads are not to report it.
     [[maybe_unused]] const int isLocked = ::ftrylockfile(stderr);
     MediaConversion::AtomicFile::removeUnfinished();
-    // As if it had not been caught: who waits for the program sees the signal, and some dump a
-    // core.
+    // Who waits for the program is to see the signal as if it had not been caught, and some signals
+    // dump a core.
     ::signal(signal, SIG_DFL);
     ::kill(::getpid(), signal);
     sigset_t signals;
@@ -54,13 +54,13 @@ void removeUnfinishedFilesOnSignals()
     // Writing beyond a limit or to a reader that has gone is to be an error like any other.
     ::signal(SIGXFSZ, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);
-    const auto signals = endingSignals();
+    const auto signals = terminationSignals();
     ::pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     try {
         std::thread([signals] {
             int signal = 0;
             if (::sigwait(&signals, &signal) == 0)
-                endBy(signal);
+                terminateBy(signal);
         }).detach();
     } catch (const std::system_error&) {
         // Without threads, a signal ends the program as it always does.

@@ -1,0 +1,169 @@
+#include "tools/Conversion.h"
+
+#include "MediaConversion/Errors.h"
+#include "tools/Files.h"
+#include "tools/InputFiles.h"
+#include "tools/OpenFile.h"
+#include "tools/PictureModule.h"
+#include "tools/PictureTypes.h"
+#include "tools/Report.h"
+
+#include <opencv2/core.hpp>
+
+#include <algorithm>
+#include <cstdint>
+#include <filesystem>
+#include <functional>
+#include <limits>
+#include <map>
+#include <memory>
+#include <utility>
+
+namespace Zeq {
+
+namespace {
+
+namespace fs = std::filesystem;
+
+// Two names of one file are one.
+fs::path identity(const std::string& name)
+{
+    std::error_code error;
+    const auto absolute = fs::absolute(name, error);
+    const auto identity = error ? fs::path() : fs::weakly_canonical(absolute, error);
+    return error ? fs::path(name) : identity;
+}
+
+// How an input's name becomes that of its output.
+std::function<std::string(const InputFile&)> naming(const std::string& output,
+                                                    const std::string& extension)
+{
+    if (isFolderName(output))
+        return [=](const InputFile& input) {
+            const auto name = fs::path(input.name).stem().native() + "." + extension;
+            return (fs::path(output) / name).native();
+        };
+    if (const auto pattern = FramePattern::parse(output))
+        return [=](const InputFile& input) {
+            if (!input.frame)
+                throw UsageError(input.name + " has no frame number for " + output);
+            return pattern->fileName(*input.frame);
+        };
+    return [=](const InputFile&) { return output; };
+}
+
+}
+
+std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
+                                        const std::string& output, const std::string& extension)
+{
+    const auto outputOf = naming(output, extension);
+    std::map<fs::path, std::string> inputNames;
+    for (const auto& input : inputs)
+        inputNames.emplace(identity(input.name), input.name);
+
+    std::vector<Conversion> conversions;
+    std::map<fs::path, std::string> taken;  // the outputs and the inputs that they are made of
+    for (const auto& input : inputs) {
+        if (!input.problem.empty()) {
+            conversions.push_back({input.name, {}, input.problem});
+            continue;
+        }
+        const auto& conversion = conversions.emplace_back(Conversion{input.name, outputOf(input)});
+        const auto target = identity(conversion.output);
+        const auto [entry, isFirst] = taken.emplace(target, input.name);
+        if (!isFirst)
+            throw UsageError(entry->second + " and " + input.name + " would both become " +
+                             conversion.output);
+        if (const auto other = inputNames.find(target);
+            other != inputNames.end() && target != identity(input.name))
+            throw UsageError(input.name + " would overwrite the input " + other->second);
+    }
+    return conversions;
+}
+
+bool isFolderName(const std::string& name)
+{
+    std::error_code ignored;
+    return name.ends_with('/') || fs::is_directory(name, ignored);
+}
+
+using MediaConversion::fail;
+
+namespace {
+
+void checkSide(const char* side, int length, std::uint32_t group, const MediaFormat& format)
+{
+    constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
+    if (length > limit)
+        fail("is ", length, " pixels ", side, "; a media file holds at most ", limit);
+    if (length % static_cast<int>(group) != 0)
+        fail("is ", length, " pixels ", side, "; ", format.name, " needs a multiple of ", group);
+}
+
+void writeMediaFile(IOpenFile& file, const std::string& output, const MediaFormat& format,
+                    MemoryBudget& budget)
+{
+    const auto& facts = file.facts();
+    const auto options = file.mediaFileOptions();
+    // A media file keeps the frame that it has, of which hosts show the picture.
+    if (!options.width) {
+        const auto& packing = format.frameFormat.pixelPacking;
+        checkSide("wide", facts.size.width, packing.columnsPerGroup, format);
+        checkSide("high", facts.size.height, packing.rowsPerGroup, format);
+    }
+    const auto filledUp = options.width ? 0 : fillingUpByteCount(facts);
+    const auto reservation =
+        budget.reserve(facts.byteCount + filledUp + std::max(facts.byteCount, filledUp) / 4);
+    const auto frame = converted(file.readFrame(), format.frameFormat);
+    writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
+}
+
+void writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
+                       std::optional<SampleDepth> wantedDepth, MemoryBudget& budget)
+{
+    const auto& facts = file.facts();
+    const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
+    const auto depth = wantedDepth ? checkedDepth(type, *wantedDepth, hasAlpha)
+                                   : losslessDepth(type, facts.depth, hasAlpha);
+    checkNotEmpty(facts);
+    const auto reservation =
+        budget.reserve(facts.byteCount + std::max(facts.byteCount, fillingUpByteCount(facts)));
+    auto picture = file.readPicture();
+    picture.depth = depth;
+    picture.hasAlpha = hasAlpha;
+    writeOutput(output, [&](const std::string& name) {
+        pictureModule().write(name, picture, std::filesystem::path(output).filename());
+    });
+}
+
+}
+
+void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
+{
+    const auto file = openFile(conversion.input);
+    if (hasMediaFileExtension(conversion.output)) {
+        const auto& facts = file->facts();
+        const auto& format =
+            wanted.format ? *wanted.format : defaultMediaFormat(facts.depth, facts.hasAlpha);
+        writeMediaFile(*file, conversion.output, format, budget);
+    } else {
+        const auto* const type = findPictureType(extensionOf(conversion.output));
+        writeOtherPicture(*file, conversion.output, *type, wanted.depth, budget);
+    }
+}
+
+void checkOutputName(const std::string& fileName, const WantedResult& wanted)
+{
+    const auto extension = extensionOf(fileName);
+    const bool isMediaFile = extension == "zeq";
+    if (!isMediaFile && !findPictureType(extension))
+        throw UsageError(fileName + ": files of this kind are not written; see --help");
+    if (isMediaFile && wanted.depth)
+        throw UsageError(
+            "--depth is for other pictures; a media file's depth is that of its --format");
+    if (!isMediaFile && wanted.format)
+        throw UsageError("--format is for media files, which end in .zeq");
+}
+
+}

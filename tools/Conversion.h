@@ -1,0 +1,44 @@
+#pragma once
+
+#include "tools/InputFiles.h"
+#include "tools/Jobs.h"
+#include "tools/MediaFormats.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace Zeq {
+
+// One file to be made of another.
+struct Conversion
+{
+    std::string input;
+    std::string output;
+    std::string problem = {};  // of the input, which then becomes no output
+};
+
+// Finds each input's output: a file's name, the name of a sequence, which takes the input's number,
+// or a folder, in which a file takes the input's name with another extension. Throws a UsageError
+// when an output would be written twice or is an input that is still to be read.
+std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
+                                        const std::string& output, const std::string& extension);
+
+// Whether a folder of this name exists, or the name ends as that of a folder does.
+bool isFolderName(const std::string& name);
+
+// What the user asks for. The rest follows from the file that is converted.
+struct WantedResult
+{
+    const MediaFormat* format = nullptr;  // of a media file
+    std::optional<SampleDepth> depth;     // of any other picture
+};
+
+// Makes one file of another: a media file where the output's extension is zeq, else a picture of
+// that kind. The output is written whole or not at all. Throws a std::exception.
+void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget);
+
+// Throws a UsageError when no file of this name can be written.
+void checkOutputName(const std::string& fileName, const WantedResult& wanted);
+
+}
