@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "benchmarks/Peers.h"
-#include "tests/support/PlainPackings.h"
+#include "tests/support/ReferencePackings.h"
 
 extern "C" {
 #include <libavcodec/avcodec.h>
@@ -176,13 +176,13 @@ PeerWork scaleYuyv422(const cv::Mat& source, int threads)
 
 PeerWork scaleYuv422p10(const cv::Mat& source, int threads)
 {
-    using Packing = MediaConversion::Plain::Zeq422;
+    using Packing = MediaConversion::Reference::Zeq422;
     return scaling(planesOf<Packing, std::uint16_t>(source, AV_PIX_FMT_YUV422P10LE), threads);
 }
 
 PeerWork scaleYuv420p(const cv::Mat& source, int threads)
 {
-    using Packing = MediaConversion::Plain::Zeq420;
+    using Packing = MediaConversion::Reference::Zeq420;
     return scaling(planesOf<Packing, std::uint8_t>(source, AV_PIX_FMT_YUV420P), threads);
 }
 

@@ -8,7 +8,7 @@
 namespace Benchmarks {
 
 // One way to read all of an input and to write all of an output. The fastest of a machine's is what
-// its memory allows: the limit. Plain stores read a line before they overwrite it, non-temporal
+// its memory allows: the limit. Reference stores read a line before they overwrite it, non-temporal
 // ones go past the caches, and which is better depends on the size of the frame.
 struct Stores
 {

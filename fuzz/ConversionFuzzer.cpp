@@ -18,7 +18,7 @@
 using namespace MediaConversion;
 
 // Every chain of conversions, on every level, from pixels or groups of any bytes. Each step has to
-// give what the plain arithmetic gives.
+// give what the reference arithmetic gives.
 void fuzz(FuzzedDataProvider& input)
 {
     const auto index = input.ConsumeIntegral<std::uint8_t>() % conversionRegistry().size();
@@ -64,6 +64,6 @@ void fuzz(FuzzedDataProvider& input)
         return;
     auto expected = frameOver(source, image);
     for (const auto& each : steps)
-        expected = frameOver(each.format, plain(*expected, each.format));
+        expected = frameOver(each.format, reference(*expected, each.format));
     require(bool(sameBytes(expected->image(), result->image())));
 }

@@ -6,7 +6,7 @@
 #include "fuzz/Fuzzing.h"
 #include "host/headless/HostedReader.h"
 #include "tests/support/MediaFileBytes.h"
-#include "tests/support/PlainDecoding.h"
+#include "tests/support/ReferenceDecoding.h"
 
 #include <sys/mman.h>
 
@@ -78,7 +78,7 @@ void fuzz(FuzzedDataProvider& input)
                     fail("input format must be ", format);
                 if (imageFrame.image().empty())
                     fail("no image data in frame");
-                picture = plainBgraF32(imageFrame);
+                picture = referenceBgraF32(imageFrame);
             });
             host->open();
         } else {

@@ -1,3 +1,4 @@
+#include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
@@ -25,7 +26,7 @@ void checkFile(const InputFile& input, MemoryBudget& budget)
     throwProblem(input);
     const auto file = openMediaFile(input.name);
     const auto reservation = budget.reserve(file->facts().byteCount);
-    converted(file->readFrame(), Velmora::Formats::BGRA_F32());
+    MediaConversion::convert(file->readFrame(), Velmora::Formats::BGRA_F32());
 }
 
 std::vector<InputFile> filesToCheck(const Options& options)

@@ -1,5 +1,6 @@
 #include "tools/Conversion.h"
 
+#include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Errors.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
@@ -115,7 +116,7 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const MediaForma
     const auto filledUp = options.width ? 0 : fillingUpByteCount(facts);
     const auto reservation =
         budget.reserve(facts.byteCount + filledUp + std::max(facts.byteCount, filledUp) / 4);
-    const auto frame = converted(file.readFrame(), format.frameFormat);
+    const auto frame = MediaConversion::convert(file.readFrame(), format.frameFormat);
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 

@@ -46,7 +46,7 @@ Json factsOf(const std::string& fileName)
     facts["height"] = header.height;
     facts["frameWidth"] = frame.frameWidth;
     facts["frameHeight"] = frame.frameHeight;
-    facts["magic"] = beginningOf(fileName, 4);
+    facts["magic"] = toString(header.magic);
     facts["headerRevision"] = header.headerRevision;
     facts["headerByte0"] = header.headerByte0;
     facts["headerByte1"] = header.headerByte1;

@@ -12,13 +12,6 @@ using Velmora::FrameFormat;
 
 namespace {
 
-// The name of a packing says it all, that of a channel order lacks the depth.
-std::string nameOf(const FrameFormat& format)
-{
-    const bool isPacked = Velmora::PackedFormatCvTypes().contains(format);
-    return isPacked ? format.pixelFormat : format.pixelFormat + "-" + toString(format.channelType);
-}
-
 bool isSameName(std::string_view first, std::string_view second)
 {
     return std::ranges::equal(first, second, [](unsigned char left, unsigned char right) {
@@ -40,7 +33,7 @@ const std::vector<MediaFormat>& mediaFormats()
     static const auto& formats = []() -> const std::vector<MediaFormat>& {
         auto& list = *new std::vector<MediaFormat>;
         for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-            list.push_back({nameOf(format), code, format});
+            list.push_back({shortName(format), code, format});
         return list;
     }();
     return formats;
@@ -56,29 +49,20 @@ const MediaFormat* findMediaFormat(std::uint32_t code)
     return findIf([&](const MediaFormat& format) { return format.code == code; });
 }
 
-bool hasAlpha(const FrameFormat& format)
-{
-    using enum Velmora::Colourspace;
-    return format.colourspace == RGBA || format.colourspace == YCbCrA_ITU_T871 ||
-           format.colourspace == YCoCgA;
-}
-
 SampleDepth depthOf(const FrameFormat& format)
 {
-    switch (format.channelType) {
-        case Velmora::ChannelType::U8:
+    switch (bitsOf(format.channelType)) {
+        case 8:
             return SampleDepth::U8;
-        case Velmora::ChannelType::U10:
+        case 10:
             return SampleDepth::U10;
-        case Velmora::ChannelType::U12:
+        case 12:
             return SampleDepth::U12;
-        case Velmora::ChannelType::U15plus1:
-        case Velmora::ChannelType::U16:
+        case 16:
             return SampleDepth::U16;
-        case Velmora::ChannelType::F32:
+        default:
             return SampleDepth::F32;
     }
-    return SampleDepth::F32;
 }
 
 const MediaFormat& defaultMediaFormat(SampleDepth depth, bool hasAlpha)

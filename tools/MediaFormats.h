@@ -27,7 +27,6 @@ const std::vector<MediaFormat>& mediaFormats();
 const MediaFormat* findMediaFormat(std::string_view name);
 const MediaFormat* findMediaFormat(std::uint32_t code);
 
-bool hasAlpha(const Velmora::FrameFormat& format);
 SampleDepth depthOf(const Velmora::FrameFormat& format);
 
 // The format that a picture gets when none is asked for. It is the one of the fewest bits that

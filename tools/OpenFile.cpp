@@ -6,7 +6,6 @@
 #include "MediaConversion/MediaFile/FileStreams.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FrameFlow.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "tools/Files.h"
 #include "tools/MediaFormats.h"
@@ -27,7 +26,7 @@ namespace {
 class OpenMediaFile final : public IOpenFile
 {
 public:
-    explicit OpenMediaFile(const std::string& fileName) : m_magic(magicOf(fileName))
+    explicit OpenMediaFile(const std::string& fileName)
     {
         m_reader.open(MediaConversion::wideFileName(fileName));
         m_header = m_reader.mediaHeader();
@@ -44,7 +43,7 @@ public:
         m_facts = {.size = {m_header.width, m_header.height},
                    .stored = stored,
                    .depth = depthOf(frameFormat),
-                   .hasAlpha = hasAlpha(frameFormat),
+                   .hasAlpha = hasAlpha(frameFormat.colourspace),
                    .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
     }
 
@@ -54,8 +53,7 @@ public:
 
     Picture readPicture() override
     {
-        const auto frame = converted(readFrame(), BGRA_F32());
-        return {dynamic_cast<const Velmora::IImageFrame&>(*frame).image(),
+        return {MediaConversion::convert(readFrame(), BGRA_F32())->image(),
                 {},
                 m_facts.size,
                 m_facts.depth,
@@ -64,7 +62,7 @@ public:
 
     MediaConversion::MediaFileOptions mediaFileOptions() const override
     {
-        return {.magic = m_magic,
+        return {.magic = m_header.magic,
                 .headerByte0 = m_header.headerByte0,
                 .headerByte1 = m_header.headerByte1,
                 .headerRevision = m_header.headerRevision,
@@ -84,15 +82,8 @@ private:
         return isGone ? 0 : size * largestGrowth;
     }
 
-    static MediaConversion::MediaFileMagic magicOf(const std::string& fileName)
-    {
-        return beginningOf(fileName, 4) == "zeqZ" ? MediaConversion::MediaFileMagic::ZeqZ
-                                                  : MediaConversion::MediaFileMagic::Zeq;
-    }
-
     MediaConversion::FileStreamFactory m_streams;
     MediaConversion::VelmoraMediaFileReader m_reader{m_streams};
-    MediaConversion::MediaFileMagic m_magic;
     MediaConversion::MediaHeader m_header{};
     MediaConversion::FrameHeader m_frameHeader{};
     PictureFacts m_facts;
@@ -130,18 +121,6 @@ std::unique_ptr<IOpenFile> openFile(const std::string& fileName)
     if (hasMediaFileExtension(fileName) || beginningOf(fileName, 3) == "zeq")
         return openMediaFile(fileName);
     return std::make_unique<OpenPicture>(fileName);
-}
-
-std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> frame,
-                                           const Velmora::FrameFormat& format)
-{
-    MediaConversion::FrameSinkDestination result;
-    MediaConversion::Encoder encoder(frame->format(), format);
-    encoder.connectFrameSink(&result);
-    encoder.start();
-    encoder.onNewFrame(std::move(frame));
-    encoder.stop();
-    return result.takeFrame();
 }
 
 std::uint64_t floatByteCount(cv::Size size)

@@ -40,10 +40,6 @@ std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName);
 // Opens a media file, or a picture of any kind that OpenImageIO reads. Throws as above.
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName);
 
-// Sends a frame through an Encoder.
-std::unique_ptr<Velmora::IFrame> converted(std::unique_ptr<Velmora::IFrame> frame,
-                                           const Velmora::FrameFormat& format);
-
 // The bytes of so many pixels in float BGRA.
 std::uint64_t floatByteCount(cv::Size size);
 

@@ -1,9 +1,9 @@
 #include "tests/Converters/ConvertedFrames.h"
 
-#include "tests/support/PlainDecoding.h"
-#include "tests/support/PlainEncoding.h"
-#include "tests/support/PlainPackings.h"
-#include "tests/support/PlainPixels.h"
+#include "tests/support/ReferenceDecoding.h"
+#include "tests/support/ReferenceEncoding.h"
+#include "tests/support/ReferencePackings.h"
+#include "tests/support/ReferencePixels.h"
 
 #include <algorithm>
 #include <cstring>
@@ -25,8 +25,8 @@ int typeOf(const FrameFormat& format)
 cv::Mat reordered(const cv::Mat& pixels, const std::string& from, const FrameFormat& destination)
 {
     cv::Mat result(pixels.size(), typeOf(destination));
-    result.setTo(cv::Scalar::all(Plain::fullScale(destination.channelType)));
-    const auto channels = Plain::channelsOf(destination.pixelFormat, from);
+    result.setTo(cv::Scalar::all(Reference::fullScale(destination.channelType)));
+    const auto channels = Reference::channelsOf(destination.pixelFormat, from);
     const auto size = pixels.elemSize1();
     for (int row = 0; row < pixels.rows; ++row)
         for (int column = 0; column < pixels.cols; ++column)
@@ -57,7 +57,7 @@ cv::Mat groupsOf(const FrameFormat& format, int rows, int columns, const Samples
 {
     cv::Mat groups(rows, columns, typeOf(format));
     std::memset(groups.data, 0, groups.total() * groups.elemSize());
-    Plain::withPacking(format.pixelFormat, [&]<class Packing>(Packing) {
+    Reference::withPacking(format.pixelFormat, [&]<class Packing>(Packing) {
         for (int row = 0; row < rows; ++row)
             for (int column = 0; column < columns; ++column) {
                 typename Packing::Samples samples{};
@@ -90,19 +90,19 @@ testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actua
     return testing::AssertionSuccess();
 }
 
-cv::Mat plain(const Velmora::ImageFrame& frame, const FrameFormat& destination)
+cv::Mat reference(const Velmora::ImageFrame& frame, const FrameFormat& destination)
 {
     const auto& [colourspace, channelType, packing, pixelFormat] = frame.format();
     if (const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&frame))
-        return plainDecode(*packed, destination);
+        return referenceDecode(*packed, destination);
     if (isPacked(destination))
-        return plainEncode(dynamic_cast<const Velmora::FullFrame&>(frame), destination);
+        return referenceEncode(dynamic_cast<const Velmora::FullFrame&>(frame), destination);
     if (pixelFormat != destination.pixelFormat)
         return reordered(frame.image(), pixelFormat, destination);
     cv::Mat pixels;
     frame.image().convertTo(
         pixels, CV_MAT_DEPTH(typeOf(destination)),
-        Plain::fullScale(destination.channelType) / Plain::fullScale(channelType));
+        Reference::fullScale(destination.channelType) / Reference::fullScale(channelType));
     return pixels;
 }
 

@@ -24,7 +24,7 @@ bool isPacked(const Velmora::FrameFormat& format);
 cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns,
                      std::uint64_t seed = 1);
 
-// Groups that hold the samples for each row and column, in the order of the plain arithmetic:
+// Groups that hold the samples for each row and column, in the order of the reference arithmetic:
 // three for each pixel, or Cb, Cr, luma and perhaps alpha.
 using SamplesAt = std::function<std::vector<unsigned>(unsigned row, unsigned column)>;
 cv::Mat groupsOf(const Velmora::FrameFormat& format, int rows, int columns,
@@ -37,9 +37,9 @@ std::vector<double> groupOf(const Velmora::FrameFormat& format,
 // Whether two matrices hold the same bytes; if not, says where they first differ.
 testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual);
 
-// What any conversion gives: by the plain arithmetic to and from packings, else with the channels
-// moved by their letters, or their type changed by OpenCV.
-cv::Mat plain(const Velmora::ImageFrame& frame, const Velmora::FrameFormat& destination);
+// What any conversion gives: by the reference arithmetic to and from packings, else with the
+// channels moved by their letters, or their type changed by OpenCV.
+cv::Mat reference(const Velmora::ImageFrame& frame, const Velmora::FrameFormat& destination);
 
 // The pairs of formats that the processor converts, source first.
 using FormatPairs = std::vector<std::pair<Velmora::FrameFormat, Velmora::FrameFormat>>;
@@ -73,11 +73,11 @@ cv::Mat converted(const Velmora::FrameFormat& source, const cv::Mat& matrix,
     return frame.image();
 }
 
-// Expects the plain arithmetic's bytes in the given destinations, or else in all that there are for
-// the source.
+// Expects the reference arithmetic's bytes in the given destinations, or else in all that there are
+// for the source.
 template <class Processor>
-void expectAsPlain(const Velmora::FrameFormat& source, const cv::Mat& matrix,
-                   std::vector<Velmora::FrameFormat> destinations = {})
+void expectAsReference(const Velmora::FrameFormat& source, const cv::Mat& matrix,
+                       std::vector<Velmora::FrameFormat> destinations = {})
 {
     if (destinations.empty())
         for (const auto& [from, to] : pairsOf<Processor>())
@@ -85,7 +85,7 @@ void expectAsPlain(const Velmora::FrameFormat& source, const cv::Mat& matrix,
                 destinations.push_back(to);
     for (const auto& destination : destinations) {
         const auto result = converted<Processor>(source, matrix, destination);
-        EXPECT_TRUE(sameBytes(plain(*frameOver(source, matrix), destination), result))
+        EXPECT_TRUE(sameBytes(reference(*frameOver(source, matrix), destination), result))
             << toString(source) << " to " << toString(destination) << ", " << matrix.size();
         EXPECT_NE(result.data, matrix.data);
     }
@@ -104,7 +104,7 @@ struct ConversionCase
     cv::Mat matrixOf(const Velmora::FrameFormat& format, const std::vector<double>& values) const;
 };
 
-// Expects the cases of both the processor and the plain arithmetic.
+// Expects the cases of both the processor and the reference arithmetic.
 template <class Processor>
 void expectCases(const std::vector<ConversionCase>& cases)
 {
@@ -113,8 +113,8 @@ void expectCases(const std::vector<ConversionCase>& cases)
         const auto expected = row.matrixOf(row.destination, row.expected);
         EXPECT_TRUE(sameBytes(expected, converted<Processor>(row.source, given, row.destination)))
             << row.name;
-        EXPECT_TRUE(sameBytes(expected, plain(*frameOver(row.source, given), row.destination)))
-            << row.name << " by the plain arithmetic";
+        EXPECT_TRUE(sameBytes(expected, reference(*frameOver(row.source, given), row.destination)))
+            << row.name << " by the reference arithmetic";
     }
 }
 

@@ -67,7 +67,7 @@ TEST(BitDepth, convertsEveryStoredInteger)
                 pixels.ptr<std::uint8_t>()[index] = static_cast<std::uint8_t>(index);
             else if (pixels.depth() == CV_16U)
                 pixels.ptr<std::uint16_t>()[index] = static_cast<std::uint16_t>(index);
-        expectAsPlain<ImageBitDepth>(source, pixels, {destination});
+        expectAsReference<ImageBitDepth>(source, pixels, {destination});
     }
 }
 
@@ -96,8 +96,8 @@ TEST(BitDepth, convertsFloatsOfAllKinds)
             else
                 value = unusual[bits % unusual.size()] * (bits >> 31 ? 1.0f : -1.0f);
         }
-    expectAsPlain<ImageBitDepth>(BGRA_F32(), pixels);
-    expectAsPlain<ImageBitDepth>(BGR_F32(), pixels.reshape(3, 4 * pixels.rows / 3));
+    expectAsReference<ImageBitDepth>(BGRA_F32(), pixels);
+    expectAsReference<ImageBitDepth>(BGR_F32(), pixels.reshape(3, 4 * pixels.rows / 3));
 }
 
 }

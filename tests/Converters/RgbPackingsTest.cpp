@@ -57,7 +57,7 @@ TEST(RgbPackings, unpackEverySampleInEveryPosition)
                 samples.push_back((value * (2 * k + 1) + 211 * k) & maximum);
             return samples;
         });
-        expectAsPlain<ImageToFullFrame>(packing, groups);
+        expectAsReference<ImageToFullFrame>(packing, groups);
     }
 }
 
@@ -99,7 +99,7 @@ TEST(RgbPackings, packEveryValueOfEveryChannel)
             else if (value < 6 * 4096)
                 pixels.ptr<float>()[index] = std::nextafter(tie, tie + float(value % 3 - 1));
         }
-        expectAsPlain<ImageToPackedFrame>(source, pixels, {destination});
+        expectAsReference<ImageToPackedFrame>(source, pixels, {destination});
     }
 }
 

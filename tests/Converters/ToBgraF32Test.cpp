@@ -6,7 +6,7 @@
 #include "tests/Converters/ConvertedFrames.h"
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/support/GuardedMemoryResource.h"
-#include "tests/support/PlainDecoding.h"
+#include "tests/support/ReferenceDecoding.h"
 
 #include <cstdint>
 #include <memory>
@@ -18,24 +18,24 @@ namespace {
 
 using Velmora::Formats::BGRA_F32;
 
-void expectPlainPixels(std::unique_ptr<Velmora::IFrame> frame)
+void expectReferencePixels(std::unique_ptr<Velmora::IFrame> frame)
 {
     const auto format = frame->format();
-    const auto expected = plainBgraF32(dynamic_cast<const Velmora::ImageFrame&>(*frame));
+    const auto expected = referenceBgraF32(dynamic_cast<const Velmora::ImageFrame&>(*frame));
     const auto result = convert(std::move(frame), BGRA_F32());
     EXPECT_TRUE(result->format() == BGRA_F32()) << toString(result->format());
     const auto& image = dynamic_cast<const Velmora::FullFrame&>(*result).image();
     EXPECT_TRUE(sameBytes(expected, image)) << toString(format);
 }
 
-TEST(ToBgraF32, givesThePlainPixelsOnAnyNumberOfThreads)
+TEST(ToBgraF32, givesTheReferencesPixelsOnAnyNumberOfThreads)
 {
     // Blocks that come back to the pool are dirty: what a converter does not write would show.
     const InstalledPool pool;
     for (const auto& [code, format] : mediaFormatCodes())
         for (const int threads : {0, 1, 2, 4, 64}) {
             cv::setNumThreads(threads);
-            expectPlainPixels(
+            expectReferencePixels(
                 frameOver(format, randomMatrix(format, 36, 60, std::uint64_t(threads) + 1)));
         }
     cv::setNumThreads(-1);
@@ -55,7 +55,7 @@ TEST(ToBgraF32, readsAndConvertsFilesInsideTheirBlocks)
                 file.bytes = MediaFileBytes::picture(code, width, height, data).bytes();
                 VelmoraMediaFileReader reader(streams);
                 reader.open(L"name");
-                expectPlainPixels(reader.readFrame());
+                expectReferencePixels(reader.readFrame());
             }
     });
 }

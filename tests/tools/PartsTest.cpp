@@ -1,5 +1,5 @@
-#include "imaging/PictureLimits.h"
 #include "imaging/Picture.h"
+#include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/CommandLine.h"
 #include "tools/Commands.h"

@@ -6,7 +6,7 @@
 #include <string>
 
 // Where the groups of the packings hold their samples.
-namespace MediaConversion::Plain {
+namespace MediaConversion::Reference {
 
 // A number in the bytes of a group. Upwards, bit 0 is the lowest bit of the first byte, and the
 // next byte goes on above its top bit; downwards, it is the highest bit of the first byte, and the
@@ -129,7 +129,7 @@ void withPacking(const std::string& name, const Body& body)
     else if (name == "ZEQ-420")
         body(Zeq420{});
     else
-        throw std::invalid_argument("no plain arithmetic for " + name);
+        throw std::invalid_argument("no reference arithmetic for " + name);
 }
 
 }

@@ -11,9 +11,9 @@
 #include <string_view>
 #include <type_traits>
 
-// What the plain arithmetic says of full frames: where colours lie in a pixel, full scales, the
+// What the reference arithmetic says of full frames: where colours lie in a pixel, full scales, the
 // rounding rule, and how pixels meet the groups that stand for them.
-namespace MediaConversion::Plain {
+namespace MediaConversion::Reference {
 
 inline double fullScale(Velmora::ChannelType channelType)
 {

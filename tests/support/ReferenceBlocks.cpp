@@ -1,10 +1,10 @@
-#include "tests/support/PlainBlocks.h"
+#include "tests/support/ReferenceBlocks.h"
 
 #include <algorithm>
 #include <cstdlib>
 #include <utility>
 
-namespace MediaConversion::Plain {
+namespace MediaConversion::Reference {
 namespace {
 
 std::uint64_t littleEndian(const std::uint8_t* bytes, int count)

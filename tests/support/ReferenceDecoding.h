@@ -11,10 +11,11 @@ namespace MediaConversion {
 
 // Decodes a frame of any packing to a full format with red, green and blue channels, alpha or not.
 // The channels are found by the letters of the two pixel formats.
-cv::Mat plainDecode(const Velmora::PackedFrame& source, const Velmora::FrameFormat& destination);
+cv::Mat referenceDecode(const Velmora::PackedFrame& source,
+                        const Velmora::FrameFormat& destination);
 
 // What the whole chain of conversions from a media file's frame to BGRA at F32 gives. Full frames
 // have 8-bit channels.
-cv::Mat plainBgraF32(const Velmora::ImageFrame& source);
+cv::Mat referenceBgraF32(const Velmora::ImageFrame& source);
 
 }

@@ -1,9 +1,9 @@
-#include "tests/support/PlainDecoding.h"
+#include "tests/support/ReferenceDecoding.h"
 
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "tests/support/PlainBlocks.h"
-#include "tests/support/PlainPackings.h"
-#include "tests/support/PlainPixels.h"
+#include "tests/support/ReferenceBlocks.h"
+#include "tests/support/ReferencePackings.h"
+#include "tests/support/ReferencePixels.h"
 
 #include <array>
 #include <cstddef>
@@ -12,7 +12,7 @@
 
 namespace MediaConversion {
 
-using namespace Plain;
+using namespace Reference;
 
 namespace {
 
@@ -85,7 +85,7 @@ cv::Mat bgraU8(const cv::Mat& pixels, const std::string& pixelFormat)
 
 }
 
-cv::Mat plainDecode(const Velmora::PackedFrame& source, const Velmora::FrameFormat& destination)
+cv::Mat referenceDecode(const Velmora::PackedFrame& source, const Velmora::FrameFormat& destination)
 {
     const std::string& packing = source.format().pixelFormat;
     cv::Mat pixels(source.height(), source.width(),
@@ -103,13 +103,13 @@ cv::Mat plainDecode(const Velmora::PackedFrame& source, const Velmora::FrameForm
     return pixels;
 }
 
-cv::Mat plainBgraF32(const Velmora::ImageFrame& source)
+cv::Mat referenceBgraF32(const Velmora::ImageFrame& source)
 {
     using namespace Velmora::Formats;
     const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&source);
     if (packed && source.format() != YCoCg_DXT5())
-        return plainDecode(*packed, BGRA_F32());
-    cv::Mat pixels = packed ? plainDecode(*packed, BGRA_U8())
+        return referenceDecode(*packed, BGRA_F32());
+    cv::Mat pixels = packed ? referenceDecode(*packed, BGRA_U8())
                             : bgraU8(source.image(), source.format().pixelFormat);
     pixels.convertTo(pixels, CV_32F, 1.0 / 255);
     return pixels;

@@ -4,7 +4,7 @@
 #include <cstdint>
 
 // The published DXT1 (BC1) and DXT5 (BC3) blocks of 4 x 4 texels, on whole numbers.
-namespace MediaConversion::Plain {
+namespace MediaConversion::Reference {
 
 // Red, green, blue and alpha, or what stands in their places: Co, Cg, the scale code and Y.
 using Colour = std::array<int, 4>;

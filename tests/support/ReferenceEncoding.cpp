@@ -1,8 +1,8 @@
-#include "tests/support/PlainEncoding.h"
+#include "tests/support/ReferenceEncoding.h"
 
-#include "tests/support/PlainBlocks.h"
-#include "tests/support/PlainPackings.h"
-#include "tests/support/PlainPixels.h"
+#include "tests/support/ReferenceBlocks.h"
+#include "tests/support/ReferencePackings.h"
+#include "tests/support/ReferencePixels.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -11,7 +11,7 @@
 
 namespace MediaConversion {
 
-using namespace Plain;
+using namespace Reference;
 
 namespace {
 
@@ -84,7 +84,7 @@ void encodeBlocks(const cv::Mat& pixels, const Channels& channels, const cv::Mat
 
 }
 
-cv::Mat plainEncode(const Velmora::FullFrame& source, const Velmora::FrameFormat& destination)
+cv::Mat referenceEncode(const Velmora::FullFrame& source, const Velmora::FrameFormat& destination)
 {
     const std::string& packing = destination.pixelFormat;
     cv::Mat groups(source.height() / int(destination.pixelPacking.rowsPerGroup),
