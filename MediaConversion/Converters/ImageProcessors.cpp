@@ -113,7 +113,7 @@ struct Convert
 
 // OpenCV names its codes for a blue-first source; only whether red and blue change places matters.
 // Other orders do not compile.
-consteval int conversionCode(ChannelOrder source, ChannelOrder destination)
+constexpr int conversionCode(ChannelOrder source, ChannelOrder destination)
 {
     const auto hasBlueFirst = [](const ChannelOrder& order) {
         if (order == channelOrder("BGR") || order == channelOrder("BGRA"))

@@ -89,7 +89,7 @@ struct ChannelOrder
 };
 
 // The order that letters give: "BGRA". Any other text does not compile.
-consteval ChannelOrder channelOrder(std::string_view letters)
+constexpr ChannelOrder channelOrder(std::string_view letters)
 {
     ChannelOrder order;
     for (int place = 0; const char letter : letters)

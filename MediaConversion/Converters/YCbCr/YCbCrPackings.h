@@ -43,10 +43,10 @@ struct YCbCrPacking
 };
 
 // clang-format off
-//                                                                luma          Cb Cr further bits
-struct Yuyv422       : YCbCrPacking<Velmora::Formats::YUYV_422, {{0, 2},       1, 3   }> {};
-struct Zeq422        : YCbCrPacking<Velmora::Formats::ZEQ_422,  {{1, 3},       0, 2, 4}> {};
-struct Zeq420        : YCbCrPacking<Velmora::Formats::ZEQ_420,  {{2, 3, 4, 5}, 0, 1   }> {};
+//                                                                         luma          Cb Cr further bits
+struct Yuyv422       : YCbCrPacking<Velmora::Formats::YUYV_422, ByteLayout{{0, 2},       1, 3   }> {};
+struct Zeq422        : YCbCrPacking<Velmora::Formats::ZEQ_422,  ByteLayout{{1, 3},       0, 2, 4}> {};
+struct Zeq420        : YCbCrPacking<Velmora::Formats::ZEQ_420,  ByteLayout{{2, 3, 4, 5}, 0, 1   }> {};
 struct Zeq4224Hybrid : YCbCrPacking<Velmora::Formats::ZEQ_4224_HYBRID, inWords> {};
 // clang-format on
 
