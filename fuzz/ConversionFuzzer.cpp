@@ -56,7 +56,8 @@ void fuzz(FuzzedDataProvider& input)
             refusal = joined("Frame format ", what, " pixel packing of ", unit,
                              " pixels is incompatible with supplied image ", what, "s of ", count);
     std::unique_ptr<Velmora::IImageFrame> result;
-    const auto failure = failureOf([&] { result = convert(std::move(frame), destination); });
+    const auto failure =
+        failureOf([&, &to = destination] { result = convert(std::move(frame), to); });
     // Two chains are there without the conversion that they name.
     const bool isGap = failure.starts_with("RGB conversion is not supported from ");
     requireText(isGap ? failure : refusal, failure);
