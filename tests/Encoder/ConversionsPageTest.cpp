@@ -95,8 +95,9 @@ std::string chainRows()
         const auto& [destination, source] = pair;
         std::string text;
         for (const auto& [format, factory] : steps) {
-            const auto filter = factory(format);
-            text += (text.empty() ? "" : ", ") + className(typeid(*filter));
+            const auto made = factory(format);
+            const IFrameFilter& filter = *made;
+            text += (text.empty() ? "" : ", ") + className(typeid(filter));
             if (format != destination)
                 text += " to " + functionOf(format);
         }
