@@ -1,7 +1,7 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "fuzz/Fuzzing.h"
-"tests/support/RoundTrips.h"
+#include "tests/support/RoundTrips.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -9,7 +9,7 @@
 #include <memory>
 #include <utility>
 
-    using Velmora::Formats::BGRA_F32;
+using Velmora::Formats::BGRA_F32;
 
 // Colours that fill whole groups, to every format that files have and back. Blocks that are of one
 // colour lose no more than their end points do.
@@ -28,10 +28,9 @@ void fuzz(FuzzedDataProvider& input)
 
     constexpr double errorOfBlocks = 0.05;
     for (const auto& [format, chromaGroup, chromaFromLeft, error] : largestErrors()) {
-        auto packed = MediaConversion::convert(
-            std::make_unique<Velmora::FullFrame>(BGRA_F32(), picture), format);
+        auto packed = MediaConversion::convert(Velmora::frameOver(BGRA_F32(), picture), format);
         const auto back = MediaConversion::convert(std::move(packed), BGRA_F32());
-        const auto& image = dynamic_cast<const Velmora::IImageFrame&>(*back).image();
-        require(cv::norm(image, picture, cv::NORM_INF) <= (error > 0 ? error : errorOfBlocks));
+        require(cv::norm(back->image(), picture, cv::NORM_INF) <=
+                (error > 0 ? error : errorOfBlocks));
     }
 }
