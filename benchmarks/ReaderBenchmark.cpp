@@ -3,7 +3,7 @@
 // memory and the copying of the rows; the first frame against touching the pages that it is the
 // first to use. Names are as those of the conversions' benchmarks.
 
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "benchmarks/Machine.h"
 #include "benchmarks/Work.h"

@@ -1,4 +1,4 @@
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "fuzz/Fuzzing.h"
 #include "tests/MediaFile/FakeFile.h"

@@ -3,7 +3,7 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreams.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "reader/FrameForHost.h"

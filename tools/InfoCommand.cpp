@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreams.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "tools/Commands.h"
 #include "tools/Files.h"

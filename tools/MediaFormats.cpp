@@ -1,6 +1,6 @@
 #include "tools/MediaFormats.h"
 
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <algorithm>

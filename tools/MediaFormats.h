@@ -1,6 +1,6 @@
 #pragma once
 
-#include "MediaConversion/MediaPipeline/FrameFormat.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
 #include "imaging/Picture.h"
 
 #include <cstdint>

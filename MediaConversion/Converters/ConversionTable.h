@@ -1,7 +1,7 @@
 #pragma once
 
 #include "MediaConversion/Errors.h"
-#include "MediaConversion/MediaPipeline/FrameFormat.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
 
 #include <array>
 #include <cstddef>

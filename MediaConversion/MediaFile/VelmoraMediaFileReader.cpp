@@ -2,7 +2,7 @@
 
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/MemoryPool.h"
 

@@ -4,7 +4,6 @@
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/Headers.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
 
 #include <algorithm>
 #include <cstddef>

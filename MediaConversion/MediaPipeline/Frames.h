@@ -1,7 +1,6 @@
 #pragma once
 
 #include "MediaConversion/MediaPipeline/Formats.h"
-#include "MediaConversion/MediaPipeline/FrameFormat.h"
 #include "MediaConversion/MediaPipeline/MemoryPool.h"
 
 #include <opencv2/core/mat.hpp>

@@ -1,6 +1,5 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaFile/Headers.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 #include "tests/Converters/ConvertedFrames.h"

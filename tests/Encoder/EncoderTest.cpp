@@ -1,7 +1,7 @@
 #include "MediaConversion/Encoder/Encoder.h"
 
 #include "MediaConversion/Encoder/ConversionRegistry.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
 #include "MediaConversion/MediaPipeline/Frames.h"

@@ -2,7 +2,7 @@
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "tests/MediaFile/ReaderFixture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 

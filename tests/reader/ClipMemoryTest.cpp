@@ -1,5 +1,4 @@
 #include "MediaConversion/MediaFile/Headers.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "tests/reader/MemoryTest.h"
 
 #include <sys/resource.h>

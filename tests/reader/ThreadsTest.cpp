@@ -1,5 +1,4 @@
 #include "MediaConversion/MediaFile/Headers.h"
-#include "MediaConversion/MediaFile/MediaFormatCodes.h"
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/reader/ReaderTest.h"
 
