@@ -17,6 +17,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -97,7 +98,7 @@ protected:
         EXPECT_EXIT(exitAfterCheck(), testing::ExitedWithCode(0), testing::Eq(""));
     }
 
-    const HeadlessHost m_host{PLUG_IN};
+    std::optional<HeadlessHost> m_host{PLUG_IN};
 
 private:
     // Others than the process's owner may enter it.

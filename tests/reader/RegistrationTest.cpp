@@ -30,7 +30,7 @@ TEST_F(Registration, aHostFindsTheReaderByTheFile)
     const FileBeginning beginning(file);
     EXPECT_EQ(DD::Image::Reader::Description::find(beginning.descriptor(), beginning.block(), 4),
               &description());
-    EXPECT_EQ(m_host.read(file).pixels.size(), 2u * 3u * 4u);
+    EXPECT_EQ(m_host->read(file).pixels.size(), 2u * 3u * 4u);
 }
 
 TEST_F(Registration, thePanelShowsBothVersionsInOneReadOnlyKnob)

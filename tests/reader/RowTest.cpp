@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <limits>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace DD::Image;
@@ -60,7 +61,8 @@ protected:
 
 }
 
-// They are counted from the bottom, the stored ones from the top. The picture hangs from its top
+// Any columns, on several threads at once. Rows are counted from the bottom, the stored ones from
+// the top. The picture hangs from its top
 // row, as high as the media header says, which may differ from the stored frame.
 TEST_F(Rows, areZeroOutsideTheStoredFrame)
 {
@@ -80,10 +82,19 @@ TEST_F(Rows, areZeroOutsideTheStoredFrame)
         file.width = width;
         file.height = static_cast<std::uint16_t>(height);
         auto reader = opened(write(file));
-        for (int y = 0; y < height; ++y)
-            expectRow(reader, y, storedRows[y]);
-        for (const int y : {least, -1 - height, height, most})
-            expectRow(reader, y, none);
+        const auto pullRows = [&, &storedRows = storedRows] {
+            for (int y = 0; y < height; ++y)
+                expectRow(reader, y, storedRows[y]);
+            for (const int y : {least, -1 - height, height, most})
+                expectRow(reader, y, none);
+        };
+        {
+            std::vector<std::jthread> threads;
+            for (int thread = 0; thread < 8; ++thread)
+                threads.emplace_back(pullRows);
+        }
+        EXPECT_FLOAT_EQ(reader.picture().pixel(1, 1)[2],
+                        static_cast<float>(tellingByte(2, 1, 1)) / 255);
         EXPECT_THAT(reader.takeMessages(), IsEmpty());
     }
 }

@@ -119,32 +119,6 @@ TEST_F(Threads, mayConstructTheFirstReadersAtOnce)
     });
 }
 
-// Any columns, also beyond the picture, of rows that are there or not.
-TEST_F(Threads, mayPullPartsOfRowsOfOneReaderAtOnce)
-{
-    auto reader = opened(SAMPLES "/coffee.rgba-u8.zeq");
-    const auto picture = reader.picture();
-    std::atomic<int> failures = 0;
-    onThreads([&](unsigned number) {
-        std::minstd_rand random(number + 1);
-        for (int repetition = 0; repetition < 20000; ++repetition) {
-            const int y = static_cast<int>(random() % 210) - 5;
-            const int x = static_cast<int>(random() % 320) - 10;
-            const int r = x + static_cast<int>(random() % 70);
-            DD::Image::Row row(x, r);
-            reader.reader().engine(y, x, r, DD::Image::Mask_RGBA, row);
-            for (int column = x; column < r; ++column)
-                for (std::size_t channel = 0; channel < channels.size(); ++channel) {
-                    const bool isInside = 0 <= y && y < 200 && 0 <= column && column < 300;
-                    const float expected = isInside ? picture.pixel(column, 199 - y)[channel] : 0.f;
-                    failures += row[channels[channel]][column] != expected;
-                }
-        }
-    });
-    EXPECT_EQ(failures, 0);
-    EXPECT_THAT(reader.takeMessages(), IsEmpty());
-}
-
 TEST_F(Threads, areNotNeeded)
 {
     constexpr int size = 1200;  // for pages to be fetched by several threads
