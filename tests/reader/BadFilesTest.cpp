@@ -111,11 +111,6 @@ long peakKilobytes()
     return usage.ru_maxrss;
 }
 
-auto openDescriptors()
-{
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
-
 // Thousands of media files that are wrong, or look like it, bring exactly their texts and cost
 // little.
 class BadFiles : public MemoryTest
@@ -145,7 +140,7 @@ protected:
         EXPECT_LE(std::clock() - start, CLOCKS_PER_SEC / 20);  // of the processor's time
 #endif
         EXPECT_LE(peakKilobytes() - peak, 16 << 10);
-        EXPECT_EQ(openDescriptors(), m_descriptors);
+        EXPECT_EQ(entryCount("/proc/self/fd"), m_descriptors);
         EXPECT_FALSE(HasFailure())
             << bytes.size() << " bytes: " << PrintToString(bytes.substr(0, 48));
     }
@@ -188,7 +183,7 @@ private:
     }
 
     int m_files = 0;
-    const std::ptrdiff_t m_descriptors = openDescriptors();
+    const std::ptrdiff_t m_descriptors = entryCount("/proc/self/fd");
     const long m_blocks = settledBlocks();
 };
 

@@ -13,7 +13,6 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <mutex>
 #include <random>
@@ -103,11 +102,6 @@ protected:
     }
 };
 
-std::ptrdiff_t entries(const char* folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder), {});
-}
-
 long heapKilobytes()
 {
     const auto heap = ::mallinfo2();
@@ -172,7 +166,7 @@ TEST_F(HostLife, isTheSameForAsLongAsItLasts)
         turn.arrive_and_wait();
         ::malloc_trim(0);
         const auto memory = minutes ? residentKilobytes() : heapKilobytes();
-        const auto descriptors = entries("/proc/self/fd");
+        const auto descriptors = entryCount("/proc/self/fd");
         if (period <= 1 + periods / 10) {
             firstMemory = memory;
             firstDescriptors = descriptors;
@@ -181,7 +175,7 @@ TEST_F(HostLife, isTheSameForAsLongAsItLasts)
         EXPECT_EQ(descriptors, firstDescriptors) << period;
         if (minutes) {
             std::printf("| %d | %d | %ld | %td | %td |\n", period, filesShown.load(), memory,
-                        descriptors, entries("/proc/self/task"));
+                        descriptors, entryCount("/proc/self/task"));
             std::fflush(stdout);
         }
         turn.arrive_and_wait();

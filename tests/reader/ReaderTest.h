@@ -14,9 +14,11 @@
 #include <unistd.h>
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -27,6 +29,9 @@ class ReaderTest : public testing::Test
 {
 protected:
     using Messages = std::vector<std::string>;
+
+    // No valid text in any encoding, and none that a message may take for a format.
+    static inline const std::string pictureName = "100%s%n caf\xE9 \xE6\x97\xA5.zeq";
 
     static constexpr std::uint32_t rgbaU8 = 0x204;
     static constexpr std::array channels{DD::Image::Chan_Red, DD::Image::Chan_Green,
@@ -40,10 +45,7 @@ protected:
         return path(name);
     }
 
-    std::string write(const MediaFileBytes& file) const
-    {
-        return write("picture.zeq", file.bytes());
-    }
+    std::string write(const MediaFileBytes& file) const { return write(pictureName, file.bytes()); }
 
     // A picture whose bytes are all alike.
     static MediaFileBytes uniformPicture(std::uint32_t code, std::uint16_t width,
@@ -71,6 +73,12 @@ protected:
         auto reader = construct(fileName);
         reader.open();
         return reader;
+    }
+
+    // The entries of a folder, as of those of the process's open files and of its threads.
+    static std::ptrdiff_t entryCount(const char* folder)
+    {
+        return std::distance(std::filesystem::directory_iterator(folder), {});
     }
 
     // Of a child that does the operation with what this process has, but without its other threads.

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <string>
 #include <thread>
 #include <vector>
@@ -19,20 +20,17 @@ protected:
     static constexpr int none = -1, unwritten = -2;  // instead of a stored row
     static constexpr int storedWidth = 4, storedHeight = 3;
 
-    // Each byte tells its channel, row and column, so that no two are alike and none is 0.
-    static int tellingByte(int channel, int row, int column)
+    // Full RGBA pixels, of whose bytes no two are alike and none is 0.
+    static MediaFileBytes numberedPicture()
     {
-        return 1 + 0x40 * channel + 8 * row + column;
+        std::string data(storedHeight * storedWidth * 4, '\0');
+        std::iota(data.begin(), data.end(), '\1');
+        return MediaFileBytes::picture(rgbaU8, storedWidth, storedHeight, data);
     }
 
-    static MediaFileBytes tellingPicture()
+    static float numberedSample(int channel, int row, int column)
     {
-        std::string data;
-        for (int row = 0; row < storedHeight; ++row)
-            for (int column = 0; column < storedWidth; ++column)
-                for (int channel = 0; channel < 4; ++channel)
-                    data += static_cast<char>(tellingByte(channel, row, column));
-        return MediaFileBytes::picture(rgbaU8, storedWidth, storedHeight, data);
+        return static_cast<float>(1 + (row * storedWidth + column) * 4 + channel) / 255;
     }
 
     // Asks for any columns x to r - 1 within a row that is wider on both sides. The stored row has
@@ -49,9 +47,10 @@ protected:
                     for (int column = row.x(); column < row.r(); ++column) {
                         const bool isStored = storedRow >= 0 && 0 <= column && column < storedWidth;
                         const bool isWritten = storedRow != unwritten && x <= column && column < r;
-                        const auto byte = isStored ? tellingByte(channel, storedRow, column) : 0;
+                        const float sample =
+                            isStored ? numberedSample(channel, storedRow, column) : 0;
                         ASSERT_FLOAT_EQ(row[channels[channel]][column],
-                                        isWritten ? static_cast<float>(byte) / 255 : untouched)
+                                        isWritten ? sample : untouched)
                             << "y " << y << ", columns " << x << " to " << r << ": channel "
                             << channel << ", column " << column;
                     }
@@ -62,8 +61,8 @@ protected:
 }
 
 // Any columns, on several threads at once. Rows are counted from the bottom, the stored ones from
-// the top. The picture hangs from its top
-// row, as high as the media header says, which may differ from the stored frame.
+// the top. The picture hangs from its top row, as high as the media header says, which may differ
+// from the stored frame.
 TEST_F(Rows, areZeroOutsideTheStoredFrame)
 {
     constexpr int least = std::numeric_limits<int>::min();
@@ -78,7 +77,7 @@ TEST_F(Rows, areZeroOutsideTheStoredFrame)
     };
     for (const auto& [width, storedRows] : cases) {
         const int height = static_cast<int>(storedRows.size());
-        auto file = tellingPicture();
+        auto file = numberedPicture();
         file.width = width;
         file.height = static_cast<std::uint16_t>(height);
         auto reader = opened(write(file));
@@ -93,15 +92,14 @@ TEST_F(Rows, areZeroOutsideTheStoredFrame)
             for (int thread = 0; thread < 8; ++thread)
                 threads.emplace_back(pullRows);
         }
-        EXPECT_FLOAT_EQ(reader.picture().pixel(1, 1)[2],
-                        static_cast<float>(tellingByte(2, 1, 1)) / 255);
+        EXPECT_FLOAT_EQ(reader.picture().pixel(1, 1)[2], numberedSample(2, 1, 1));
         EXPECT_THAT(reader.takeMessages(), IsEmpty());
     }
 }
 
 TEST_F(Rows, areLeftAloneBeforeTheFirstOpen)
 {
-    auto reader = construct(write(tellingPicture()));
+    auto reader = construct(write(numberedPicture()));
     expectRow(reader, 0, unwritten);
     EXPECT_THAT(reader.takeMessages(), Each("No input frame!"));
 }
