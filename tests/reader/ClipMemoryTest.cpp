@@ -1,13 +1,11 @@
 #include "tests/reader/MemoryTest.h"
 
 #include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <filesystem>
 #include <initializer_list>
-#include <iostream>
 #include <random>
 #include <set>
 #include <utility>
@@ -33,17 +31,14 @@ protected:
         const auto atFirst =
             static_cast<double>(std::filesystem::file_size(file)) + between + frame;
         auto reader = construct(file);
-        bool isRight = true;
         Allocations::mostLargeBytes = 0;
         for (const auto expected : {atFirst, atFirst + frame, atFirst + frame}) {
             reader.open();
             const auto taken = static_cast<double>(Allocations::mostLargeBytes);
-            if (std::abs(taken - expected) > 0.1 * pixels) {
-                std::cerr << code << ": " << taken << " bytes instead of " << expected << '\n';
-                isRight = false;
-            }
+            EXPECT_NEAR(taken, expected, 0.1 * pixels) << std::hex << code;
         }
-        return isRight && reader.takeMessages().empty();
+        EXPECT_THAT(reader.takeMessages(), testing::IsEmpty());
+        return !HasFailure();
     }
 };
 
