@@ -20,21 +20,21 @@ TEST(Description, isFoundForAsLongAsItLives)
     const auto byBlock = [](const char* block) {
         return Description::find(-1, reinterpret_cast<const unsigned char*>(block), 3);
     };
-    std::optional<Description> first, second, third;
-    first.emplace("abc\0ab\0", "first", nullptr, beginsWith<'a'>, nullptr);
-    second.emplace("b\0", "second", nullptr, beginsWith<'b'>, nullptr);
-    third.emplace("c\0", "third", nullptr, beginsWith<'a'>, nullptr);
-    EXPECT_EQ(Description::find("ab"), &*first);
-    EXPECT_EQ(Description::find("a"), nullptr);
-    EXPECT_EQ(Description::find(""), nullptr);
-    EXPECT_EQ(byBlock("bxx"), &*second);
-    EXPECT_EQ(byBlock("axx"), &*third);
-    second.reset();
-    EXPECT_THAT(Description::all(), ElementsAre(&*third, &*first));
-    third.reset();
-    EXPECT_EQ(byBlock("axx"), &*first);
-    first.reset();
-    EXPECT_THAT(Description::all(), IsEmpty());
+    const Description first("abc\0ab\0", "first", nullptr, beginsWith<'a'>, nullptr);
+    {
+        std::optional<Description> second;
+        second.emplace("b\0", "second", nullptr, beginsWith<'b'>, nullptr);
+        const Description third("c\0", "third", nullptr, beginsWith<'a'>, nullptr);
+        EXPECT_EQ(Description::find("ab"), &first);
+        EXPECT_EQ(Description::find("a"), nullptr);
+        EXPECT_EQ(Description::find(""), nullptr);
+        EXPECT_EQ(byBlock("bxx"), &*second);
+        EXPECT_EQ(byBlock("axx"), &third);
+        second.reset();
+        EXPECT_THAT(Description::all(), ElementsAre(&third, &first));
+    }
+    EXPECT_THAT(Description::all(), ElementsAre(&first));
+    EXPECT_EQ(byBlock("axx"), &first);
 }
 
 TEST(Op, formatsWhatItReportsAsPrintfDoes)

@@ -1,7 +1,8 @@
-#include "tests/reader/Allocations.h"
+#include "tests/reader/MemoryTest.h"
 
 #include <malloc.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <new>
 
@@ -20,10 +21,9 @@ void* operator new(std::size_t size)
         throw std::bad_alloc();
     ++Allocations::living;
     Allocations::large += size >= Allocations::leastLargeSize;
-    const auto bytes = Allocations::largeBytes += largeSize(memory);
-    auto most = Allocations::mostLargeBytes.load();
-    while (bytes > most && !Allocations::mostLargeBytes.compare_exchange_weak(most, bytes))
-        continue;
+    Allocations::largeBytes += largeSize(memory);
+    Allocations::mostLargeBytes =
+        std::max<std::size_t>(Allocations::mostLargeBytes, Allocations::largeBytes);
     return memory;
 }
 

@@ -1,18 +1,34 @@
 #pragma once
 
-#include "tests/reader/Allocations.h"
 #include "tests/reader/ReaderTest.h"
 
 #include <opencv2/core/utility.hpp>
 
-#include <cstdint>
+#include <atomic>
+#include <cstddef>
+
+// What this program's operator new has done, and what it shall do.
+namespace Allocations {
+
+inline std::atomic<long> living = 0;  // blocks that are not deleted yet
+
+// Blocks so far that are as large as those of frames. Nothing else that showing a frame needs is.
+constexpr std::size_t leastLargeSize = 1 << 14;
+inline std::atomic<int> large = 0;
+
+// The bytes of those that are not deleted yet, and the most that this thread has seen.
+inline std::atomic<std::size_t> largeBytes = 0;
+inline thread_local std::size_t mostLargeBytes = 0;
+
+// Set to n, lets the n-th allocation of this thread fail, and is 0 from then on.
+inline thread_local int untilFailure = 0;
+
+}
 
 // Watches what the plug-in keeps. On one thread: a worker that comes late brings blocks of its own.
 class MemoryTest : public ReaderTest
 {
 protected:
-    static constexpr std::uint32_t rgbDpxFilled = 0x1200;
-
     MemoryTest() { cv::setNumThreads(1); }
     ~MemoryTest() override { cv::setNumThreads(-1); }
 
@@ -21,10 +37,10 @@ protected:
     // takes two blocks at once and no third, whatever the pool has left.
     long settledBlocks() const
     {
-        const auto file =
-            write("tiny.zeq", MediaFileBytes::picture(rgbDpxFilled, 1, 1, "four").bytes());
+        constexpr std::uint32_t rgbDpxFilled = 0x1200;
+        const auto file = write("tiny.zeq", uniformPicture(rgbDpxFilled, 1, 1, 'x').bytes());
         for (int picture = 0; picture < 4; ++picture)
-            construct(file).open();
+            opened(file);
         return Allocations::living;
     }
 };

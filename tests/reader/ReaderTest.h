@@ -1,7 +1,9 @@
 #pragma once
 
+#include "MediaConversion/MediaFile/Headers.h"
 #include "host/headless/HeadlessHost.h"
 #include "host/headless/HostedReader.h"
+#include "tests/MediaFile/TemporaryFolder.h"
 #include "tests/support/MediaFileBytes.h"
 
 #include <gmock/gmock.h>
@@ -10,10 +12,13 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
-#include <stdexcept>
+#include <iterator>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,20 +29,14 @@ class ReaderTest : public testing::Test
 protected:
     using Messages = std::vector<std::string>;
 
+    // No valid text in any encoding, and none that a message may take for a format.
+    static inline const std::string pictureName = "100%s%n caf\xE9 \xE6\x97\xA5.zeq";
+
     static constexpr std::uint32_t rgbaU8 = 0x204;
-    static constexpr std::uint32_t bgrU8 = 0x202;
+    static constexpr std::array channels{DD::Image::Chan_Red, DD::Image::Chan_Green,
+                                         DD::Image::Chan_Blue, DD::Image::Chan_Alpha};
 
-    ReaderTest()
-    {
-        auto name = (std::filesystem::temp_directory_path() / "ReaderTestXXXXXX").string();
-        if (!::mkdtemp(name.data()))
-            throw std::runtime_error("Cannot make a folder for the test's files");
-        m_folder = name;
-    }
-
-    ~ReaderTest() override { std::filesystem::remove_all(m_folder); }
-
-    std::string path(const std::string& name) const { return (m_folder / name).string(); }
+    std::string path(const std::string& name) const { return m_folder.file(name); }
 
     std::string write(const std::string& name, std::string_view bytes) const
     {
@@ -45,32 +44,40 @@ protected:
         return path(name);
     }
 
-    std::string write(const MediaFileBytes& file) const
+    std::string write(const MediaFileBytes& file) const { return write(pictureName, file.bytes()); }
+
+    // A picture whose bytes are all alike.
+    static MediaFileBytes uniformPicture(std::uint32_t code, std::uint16_t width,
+                                         std::uint16_t height, int byte)
     {
-        return write("picture.zeq", file.bytes());
+        const auto& format = MediaConversion::mediaFormatCodes().at(code);
+        const auto size = MediaConversion::frameDataSize(format, width, height);
+        return MediaFileBytes::picture(code, width, height,
+                                       std::string(size, static_cast<char>(byte)));
     }
 
-    // Full RGBA pixels, each byte telling its channel, row and column, so that no two are alike and
-    // none is 0. At most 8 columns and 7 rows.
-    static MediaFileBytes tellingPicture(int width, int height)
+    static const DD::Image::Reader::Description& description()
     {
-        std::string data;
-        for (int row = 0; row < height; ++row)
-            for (int column = 0; column < width; ++column)
-                for (int channel = 0; channel < 4; ++channel)
-                    data += static_cast<char>(tellingByte(channel, row, column));
-        return MediaFileBytes::picture(rgbaU8, static_cast<std::uint16_t>(width),
-                                       static_cast<std::uint16_t>(height), data);
+        return *DD::Image::Reader::Description::find("zeq");
     }
 
-    static int tellingByte(int channel, int row, int column)
+    // By the reader's name and not by the file's first bytes, which may be wrong or missing.
+    static HostedReader construct(const std::string& fileName)
     {
-        return 1 + 0x40 * channel + 8 * row + column;
+        return HostedReader(description(), fileName);
     }
 
-    static float tellingSample(int channel, int row, int column)
+    static HostedReader opened(const std::string& fileName)
     {
-        return static_cast<float>(tellingByte(channel, row, column)) / 255;
+        auto reader = construct(fileName);
+        reader.open();
+        return reader;
+    }
+
+    // The entries of a folder, as of those of the process's open files and of its threads.
+    static std::ptrdiff_t entryCount(const char* folder)
+    {
+        return std::distance(std::filesystem::directory_iterator(folder), {});
     }
 
     // Of a child that does the operation with what this process has, but without its other threads.
@@ -85,22 +92,23 @@ protected:
         return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
-    // By the reader's name and not by the file's first bytes, which may be wrong or missing.
-    static HostedReader construct(const std::string& fileName)
+    // Expects that the check holds, and says nothing, in a process that has made no reader yet.
+    template <class Check>
+    void expectAtFirst(const Check& check) const
     {
-        return HostedReader(description(), fileName);
+        const auto exitAfterCheck = [&] {
+            const bool holds = check();
+            std::filesystem::remove_all(path(""));
+            std::exit(holds ? 0 : 1);
+        };
+        GTEST_FLAG_SET(death_test_style, "threadsafe");
+        EXPECT_EXIT(exitAfterCheck(), testing::ExitedWithCode(0), testing::Eq(""));
     }
 
-    static const DD::Image::Reader::Description& description()
-    {
-        const auto* const description = DD::Image::Reader::Description::find("zeq");
-        if (!description)
-            throw std::runtime_error("The plug-in has not registered its reader");
-        return *description;
-    }
-
-    const HeadlessHost m_host{PLUG_IN};
+    std::optional<HeadlessHost> m_host{PLUG_IN};
 
 private:
-    std::filesystem::path m_folder;
+    // Others than the process's owner may enter it.
+    MediaConversion::MediaFileTests::TemporaryFolder m_folder{
+        std::filesystem::temp_directory_path()};
 };

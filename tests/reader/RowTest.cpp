@@ -1,9 +1,11 @@
 #include "tests/reader/ReaderTest.h"
 
-#include <cstddef>
+#include <algorithm>
 #include <cstdint>
 #include <limits>
+#include <numeric>
 #include <string>
+#include <thread>
 #include <vector>
 
 using namespace DD::Image;
@@ -11,123 +13,93 @@ using namespace testing;
 
 namespace {
 
-constexpr float untouched = -7.f;
-constexpr Channel rgba[] = {Chan_Red, Chan_Green, Chan_Blue, Chan_Alpha};
-
 class Rows : public ReaderTest
 {
 protected:
-    // Asks for the columns x to r - 1 within a row that is wider on both sides.
-    static Row pull(HostedReader& reader, int y, int x, int r, ChannelMask channels = Mask_RGBA)
+    static constexpr float untouched = -7.f;
+    static constexpr int none = -1, unwritten = -2;  // instead of a stored row
+    static constexpr int storedWidth = 4, storedHeight = 3;
+
+    // Full RGBA pixels, of whose bytes no two are alike and none is 0.
+    static MediaFileBytes numberedPicture()
     {
-        Row row(x - margin, r + margin);
-        for (const auto channel : rgba)
-            for (int column = row.x(); column < row.r(); ++column)
-                row.writable(channel)[column] = untouched;
-        reader.reader().engine(y, x, r, channels, row);
-        return row;
+        std::string data(storedHeight * storedWidth * 4, '\0');
+        std::iota(data.begin(), data.end(), '\1');
+        return MediaFileBytes::picture(rgbaU8, storedWidth, storedHeight, data);
     }
 
-    // Compares with the given row of a telling picture, which has zeros all around.
-    static void expectRow(const Row& row, int storedRow, int storedWidth)
+    static float numberedSample(int channel, int row, int column)
     {
-        for (int channel = 0; channel < 4; ++channel)
-            for (int column = row.x(); column < row.r(); ++column) {
-                SCOPED_TRACE("channel " + std::to_string(channel) + ", column " +
-                             std::to_string(column));
-                const float sample = row[rgba[channel]][column];
-                if (column < row.x() + margin || column >= row.r() - margin)
-                    EXPECT_EQ(sample, untouched);
-                else if (storedRow == none || column < 0 || column >= storedWidth)
-                    EXPECT_EQ(sample, 0.f);
-                else
-                    EXPECT_FLOAT_EQ(sample, tellingSample(channel, storedRow, column));
+        return static_cast<float>(1 + (row * storedWidth + column) * 4 + channel) / 255;
+    }
+
+    // Asks for any columns x to r - 1 within a row that is wider on both sides. The stored row has
+    // zeros all around, and all channels are written whichever are asked for.
+    static void expectRow(HostedReader& reader, int y, int storedRow)
+    {
+        for (int x = -5; x < 10; ++x)
+            for (int r = x; r < 10; ++r) {
+                Row row(x - 3, r + 3);
+                for (const auto channel : channels)
+                    std::fill_n(row.writable(channel) + row.x(), row.r() - row.x(), untouched);
+                reader.reader().engine(y, x, r, r % 2 == 0 ? Mask_RGBA : Mask_None, row);
+                for (int channel = 0; channel < 4; ++channel)
+                    for (int column = row.x(); column < row.r(); ++column) {
+                        const bool isStored = storedRow >= 0 && 0 <= column && column < storedWidth;
+                        const bool isWritten = storedRow != unwritten && x <= column && column < r;
+                        const float sample =
+                            isStored ? numberedSample(channel, storedRow, column) : 0;
+                        ASSERT_FLOAT_EQ(row[channels[channel]][column],
+                                        isWritten ? sample : untouched)
+                            << "y " << y << ", columns " << x << " to " << r << ": channel "
+                            << channel << ", column " << column;
+                    }
             }
     }
-
-    static constexpr int margin = 3;
-    static constexpr int none = -1;
 };
 
 }
 
-TEST_F(Rows, areCountedFromTheBottomAndColumnsFromTheLeft)
-{
-    auto reader = construct(write(tellingPicture(7, 5)));
-    reader.open();
-    for (int y = 0; y < 5; ++y) {
-        SCOPED_TRACE(y);
-        expectRow(pull(reader, y, 0, 7), 4 - y, 7);
-        expectRow(pull(reader, y, 2, 5), 4 - y, 7);
-        expectRow(pull(reader, y, 6, 7), 4 - y, 7);
-    }
-    EXPECT_THAT(reader.takeMessages(), IsEmpty());
-}
-
-TEST_F(Rows, haveAllChannelsWhicheverAreAskedFor)
-{
-    auto reader = construct(write(tellingPicture(3, 2)));
-    reader.open();
-    expectRow(pull(reader, 1, 0, 3, Mask_None), 0, 3);
-}
-
-// Nothing is written where no column is asked for.
+// Any columns, on several threads at once. Rows are counted from the bottom, the stored ones from
+// the top. The picture hangs from its top row, as high as the media header says, which may differ
+// from the stored frame.
 TEST_F(Rows, areZeroOutsideTheStoredFrame)
 {
     constexpr int least = std::numeric_limits<int>::min();
     constexpr int most = std::numeric_limits<int>::max();
-    auto reader = construct(write(tellingPicture(4, 3)));
-    reader.open();
     const struct
     {
-        int y, x, r;
-        int storedRow;
-    } cases[] = {
-        {0, -2, 6, 2},      {0, -2, 2, 2},        {0, 2, 6, 2},        {0, -5, -1, 2},
-        {0, 4, 9, 2},       {0, 1000, 1004, 2},   {-1, 0, 4, none},    {3, 0, 4, none},
-        {1000, 0, 4, none}, {least, -1, 5, none}, {most, -1, 5, none}, {0, -1, -1, 2},
-        {0, 3, 3, 2},       {0, 9, 9, 2},
-    };
-    for (const auto& [y, x, r, storedRow] : cases) {
-        SCOPED_TRACE("y " + std::to_string(y) + ", x " + std::to_string(x));
-        expectRow(pull(reader, y, x, r), storedRow, 4);
-    }
-    EXPECT_THAT(reader.takeMessages(), IsEmpty());
-}
-
-// The picture hangs from its top row, as high as the media header says.
-TEST_F(Rows, followTheMediaHeaderWhereTheFrameHasAnotherSize)
-{
-    const struct
-    {
-        std::uint16_t width, height;
+        std::uint16_t width;
         std::vector<int> storedRows;  // by y
     } cases[] = {
-        {6, 5, {none, none, 2, 1, 0}},
-        {2, 2, {1, 0}},
-        {6, 2, {1, 0}},
-        {2, 5, {none, none, 2, 1, 0}},
+        {4, {2, 1, 0}}, {6, {none, none, 2, 1, 0}}, {2, {1, 0}},
+        {6, {1, 0}},    {2, {none, none, 2, 1, 0}},
     };
-    for (const auto& [width, height, storedRows] : cases) {
-        auto file = tellingPicture(4, 3);
+    for (const auto& [width, storedRows] : cases) {
+        const int height = static_cast<int>(storedRows.size());
+        auto file = numberedPicture();
         file.width = width;
-        file.height = height;
-        auto reader = construct(write(file));
-        reader.open();
-        for (int y = 0; y < height; ++y) {
-            SCOPED_TRACE("height " + std::to_string(height) + ", y " + std::to_string(y));
-            expectRow(pull(reader, y, 0, width), storedRows[static_cast<std::size_t>(y)], 4);
+        file.height = static_cast<std::uint16_t>(height);
+        auto reader = opened(write(file));
+        const auto pullRows = [&, &storedRows = storedRows] {
+            for (int y = 0; y < height; ++y)
+                expectRow(reader, y, storedRows[y]);
+            for (const int y : {least, -1 - height, height, most})
+                expectRow(reader, y, none);
+        };
+        {
+            std::vector<std::jthread> threads;
+            for (int thread = 0; thread < 8; ++thread)
+                threads.emplace_back(pullRows);
         }
+        EXPECT_FLOAT_EQ(reader.picture().pixel(1, 1)[2], numberedSample(2, 1, 1));
         EXPECT_THAT(reader.takeMessages(), IsEmpty());
     }
 }
 
 TEST_F(Rows, areLeftAloneBeforeTheFirstOpen)
 {
-    auto reader = construct(write(tellingPicture(4, 3)));
-    const auto row = pull(reader, 0, 0, 4);
-    for (const auto channel : rgba)
-        for (int column = row.x(); column < row.r(); ++column)
-            EXPECT_EQ(row[channel][column], untouched);
-    EXPECT_THAT(reader.takeMessages(), ElementsAre("No input frame!"));
+    auto reader = construct(write(numberedPicture()));
+    expectRow(reader, 0, unwritten);
+    EXPECT_THAT(reader.takeMessages(), Each("No input frame!"));
 }

@@ -1,4 +1,3 @@
-#include "MediaConversion/MediaFile/Headers.h"
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/reader/ReaderTest.h"
 
@@ -9,7 +8,6 @@
 #include <atomic>
 #include <cmath>
 #include <cstdint>
-#include <cstdlib>
 #include <filesystem>
 #include <latch>
 #include <random>
@@ -41,40 +39,25 @@ protected:
             });
     }
 
-    static MediaFileBytes uniformPicture(std::uint16_t size, int sample)
-    {
-        const std::string data(std::size_t{size} * size * 4, static_cast<char>(sample));
-        return MediaFileBytes::picture(rgbaU8, size, size, data);
-    }
-
     // Constructs a reader, opens it and pulls its rows on the calling thread. Gives whether they
     // show exactly the uniform picture.
-    static bool isShown(const std::string& file, int size, int sample)
+    static bool isShown(const std::string& file, int size, int byte)
     {
-        auto reader = construct(file);
-        reader.open();
+        auto reader = opened(file);
         DD::Image::Row row(0, size);
         bool isRight = reader.reader().width() == size;
         for (int y = 0; y < size; ++y) {
             reader.reader().engine(y, 0, size, DD::Image::Mask_RGBA, row);
             for (const auto channel : channels)
                 for (int x = 0; x < size; ++x)
-                    isRight &= std::abs(row[channel][x] - sample / 255.0) < 1e-6;
+                    isRight &= std::abs(row[channel][x] - byte / 255.0) < 1e-6;
         }
         return isRight && reader.takeMessages().empty();
     }
 
-    // Whether the first readers of a process, made at once, all show their pictures.
-    bool areFirstReadersRight()
-    {
-        std::atomic<int> shown = 0;
-        onThreads([&](int number) { shown += isShown(path(std::to_string(number)), 64, number); });
-        return shown == threadCount;
-    }
-
     // The calling process can start no more threads afterwards. To the superuser, the limit would
     // not apply.
-    bool isShownWithoutThreads()
+    static bool startsNoMoreThreads()
     {
         const rlimit none{0, 0};
         constexpr uid_t nobody = 65534;
@@ -84,28 +67,9 @@ protected:
             std::jthread([] {});
             return false;
         } catch (const std::system_error&) {
-            return isShown(path("large"), largeSize, 0x33);
+            return true;
         }
     }
-
-    // Ends the process, with success if the check holds in all of so many children.
-    template <class Check>
-    [[noreturn]] void exitAfter(int children, const Check& check)
-    {
-        for (int number = 0; number < threadCount; ++number)
-            write(std::to_string(number), uniformPicture(64, number).bytes());
-        write("large", uniformPicture(largeSize, 0x33).bytes());
-        std::filesystem::permissions(path(""), std::filesystem::perms::all);
-        int status = 0;
-        for (; children > 0 && status == 0; --children)
-            status = exitStatusOf([&] { return check() ? 0 : 1; });
-        std::filesystem::remove_all(path(""));
-        std::exit(status == 0 ? 0 : 1);
-    }
-
-    static constexpr int largeSize = 1200;  // for pages to be fetched by several threads
-    static constexpr std::array channels{DD::Image::Chan_Red, DD::Image::Chan_Green,
-                                         DD::Image::Chan_Blue, DD::Image::Chan_Alpha};
 };
 
 }
@@ -115,13 +79,10 @@ TEST_F(Threads, mayOpenReadersOfAllFormatsAgainAndAgain)
     std::vector<std::pair<std::string, std::vector<float>>> shown;
     for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
         for (const auto size : std::to_array<std::uint16_t>({4, 60, 132})) {
-            const auto data = MediaConversion::MediaFileTests::noise(
-                MediaConversion::frameDataSize(format, size, size));
-            const auto file = write(std::to_string(shown.size()),
-                                    MediaFileBytes::picture(code, size, size, data).bytes());
-            auto reader = construct(file);
-            reader.open();
-            shown.emplace_back(file, reader.picture().pixels);
+            auto picture = uniformPicture(code, size, size, 0);
+            picture.data = MediaConversion::MediaFileTests::noise(picture.data.size());
+            const auto file = write(std::to_string(shown.size()), picture.bytes());
+            shown.emplace_back(file, opened(file).picture().pixels);
         }
     std::atomic<int> failures = 0;
     onThreads([&](unsigned number) {
@@ -142,39 +103,29 @@ TEST_F(Threads, mayOpenReadersOfAllFormatsAgainAndAgain)
 // In processes that have made no reader yet, so that the first ones meet at the memory pool.
 TEST_F(Threads, mayConstructTheFirstReadersAtOnce)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(exitAfter(500, [&] { return areFirstReadersRight(); }), ExitedWithCode(0), Eq(""));
-}
-
-// Any columns, also beyond the picture, of rows that are there or not.
-TEST_F(Threads, mayPullPartsOfRowsOfOneReaderAtOnce)
-{
-    auto reader = construct(SAMPLES "/coffee.rgba-u8.zeq");
-    reader.open();
-    const auto picture = reader.picture();
-    std::atomic<int> failures = 0;
-    onThreads([&](unsigned number) {
-        std::minstd_rand random(number + 1);
-        for (int repetition = 0; repetition < 20000; ++repetition) {
-            const int y = static_cast<int>(random() % 210) - 5;
-            const int x = static_cast<int>(random() % 320) - 10;
-            const int r = x + static_cast<int>(random() % 70);
-            DD::Image::Row row(x, r);
-            reader.reader().engine(y, x, r, DD::Image::Mask_RGBA, row);
-            for (int column = x; column < r; ++column)
-                for (std::size_t channel = 0; channel < channels.size(); ++channel) {
-                    const bool isInside = 0 <= y && y < 200 && 0 <= column && column < 300;
-                    const float expected = isInside ? picture.pixel(column, 199 - y)[channel] : 0.f;
-                    failures += row[channels[channel]][column] != expected;
-                }
-        }
+    for (int number = 0; number < threadCount; ++number)
+        write(std::to_string(number), uniformPicture(rgbaU8, 64, 64, number).bytes());
+    expectAtFirst([&] {
+        int shown = threadCount;
+        for (int process = 0; process < 500 && shown == threadCount; ++process)
+            shown = exitStatusOf([&] {
+                std::atomic<int> shownHere = 0;
+                onThreads([&](int number) {
+                    shownHere += isShown(path(std::to_string(number)), 64, number);
+                });
+                return shownHere.load();
+            });
+        return shown == threadCount;
     });
-    EXPECT_EQ(failures, 0);
-    EXPECT_THAT(reader.takeMessages(), IsEmpty());
 }
 
 TEST_F(Threads, areNotNeeded)
 {
-    GTEST_FLAG_SET(death_test_style, "threadsafe");
-    EXPECT_EXIT(exitAfter(1, [&] { return isShownWithoutThreads(); }), ExitedWithCode(0), Eq(""));
+    constexpr int size = 1200;  // for pages to be fetched by several threads
+    const auto file = write(uniformPicture(rgbaU8, size, size, 0x33));
+    std::filesystem::permissions(path(""), std::filesystem::perms::all);
+    expectAtFirst([&] {
+        return exitStatusOf(
+                   [&] { return startsNoMoreThreads() && isShown(file, size, 0x33) ? 0 : 1; }) == 0;
+    });
 }
