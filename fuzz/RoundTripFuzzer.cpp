@@ -1,7 +1,7 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "fuzz/Fuzzing.h"
-"tests/support/RoundTrips.h"
+#include "tests/support/RoundTrips.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -9,7 +9,7 @@
 #include <memory>
 #include <utility>
 
-    using Velmora::Formats::BGRA_F32;
+using Velmora::Formats::BGRA_F32;
 
 // Colours that fill whole groups, to every format that files have and back. Blocks that are of one
 // colour lose no more than their end points do.

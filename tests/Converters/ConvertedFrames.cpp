@@ -1,14 +1,10 @@
 #include "tests/Converters/ConvertedFrames.h"
 
-#include "tests/support/ReferenceDecoding.h"
-#include "tests/support/ReferenceEncoding.h"
 #include "tests/support/ReferencePackings.h"
-#include "tests/support/ReferencePixels.h"
 
 #include <algorithm>
 #include <cstring>
 #include <random>
-#include <string>
 
 namespace MediaConversion {
 namespace {
@@ -19,22 +15,6 @@ int typeOf(const FrameFormat& format)
 {
     return openCvType(
         format, isPacked(format) ? Velmora::PackedFormatCvTypes() : Velmora::FullFormatCvTypes());
-}
-
-// Channels come through bit by bit; alpha that was not there is opaque.
-cv::Mat reordered(const cv::Mat& pixels, const std::string& from, const FrameFormat& destination)
-{
-    cv::Mat result(pixels.size(), typeOf(destination));
-    result.setTo(cv::Scalar::all(Reference::fullScale(destination.channelType)));
-    const auto channels = Reference::channelsOf(destination.pixelFormat, from);
-    const auto size = pixels.elemSize1();
-    for (int row = 0; row < pixels.rows; ++row)
-        for (int column = 0; column < pixels.cols; ++column)
-            for (int k = 0; k < result.channels(); ++k)
-                if (channels[k] >= 0)
-                    std::memcpy(result.ptr(row, column) + k * size,
-                                pixels.ptr(row, column) + channels[k] * size, size);
-    return result;
 }
 
 }
@@ -88,22 +68,6 @@ testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actua
                        << "row " << row << ", column " << column << ": expected "
                        << expected({column, row, 1, 1}) << ", got " << actual({column, row, 1, 1});
     return testing::AssertionSuccess();
-}
-
-cv::Mat reference(const Velmora::ImageFrame& frame, const FrameFormat& destination)
-{
-    const auto& [colourspace, channelType, packing, pixelFormat] = frame.format();
-    if (const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&frame))
-        return referenceDecode(*packed, destination);
-    if (isPacked(destination))
-        return referenceEncode(dynamic_cast<const Velmora::FullFrame&>(frame), destination);
-    if (pixelFormat != destination.pixelFormat)
-        return reordered(frame.image(), pixelFormat, destination);
-    cv::Mat pixels;
-    frame.image().convertTo(
-        pixels, CV_MAT_DEPTH(typeOf(destination)),
-        Reference::fullScale(destination.channelType) / Reference::fullScale(channelType));
-    return pixels;
 }
 
 cv::Mat ConversionCase::matrixOf(const FrameFormat& format, const std::vector<double>& values) const

@@ -3,6 +3,7 @@
 #include "MediaConversion/Converters/ImageProcessors.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
+#include "tests/support/Reference.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
@@ -36,10 +37,6 @@ std::vector<double> groupOf(const Velmora::FrameFormat& format,
 
 // Whether two matrices hold the same bytes; if not, says where they first differ.
 testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual);
-
-// What any conversion gives: by the reference arithmetic to and from packings, else with the
-// channels moved by their letters, or their type changed by OpenCV.
-cv::Mat reference(const Velmora::ImageFrame& frame, const Velmora::FrameFormat& destination);
 
 // The pairs of formats that the processor converts, source first.
 using FormatPairs = std::vector<std::pair<Velmora::FrameFormat, Velmora::FrameFormat>>;

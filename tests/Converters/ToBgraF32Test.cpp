@@ -6,7 +6,7 @@
 #include "tests/Converters/ConvertedFrames.h"
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/support/GuardedMemoryResource.h"
-#include "tests/support/ReferenceDecoding.h"
+#include "tests/support/Reference.h"
 
 #include <cstdint>
 #include <memory>
