@@ -8,9 +8,10 @@
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <memory>
+#include <limits>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -18,6 +19,9 @@
 // What the tests of all converters say: make a frame, convert it, compare it with the plain
 // arithmetic.
 namespace MediaConversion {
+
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 
 bool isPacked(const Velmora::FrameFormat& format);
 
@@ -74,18 +78,15 @@ cv::Mat converted(const Velmora::FrameFormat& source, const cv::Mat& matrix,
 // for the source.
 template <class Processor>
 void expectAsReference(const Velmora::FrameFormat& source, const cv::Mat& matrix,
-                       std::vector<Velmora::FrameFormat> destinations = {})
+                       const std::vector<Velmora::FrameFormat>& destinations = {})
 {
-    if (destinations.empty())
-        for (const auto& [from, to] : pairsOf<Processor>())
-            if (from == source)
-                destinations.push_back(to);
-    for (const auto& destination : destinations) {
-        const auto result = converted<Processor>(source, matrix, destination);
-        EXPECT_TRUE(sameBytes(reference(*frameOver(source, matrix), destination), result))
-            << toString(source) << " to " << toString(destination) << ", " << matrix.size();
-        EXPECT_NE(result.data, matrix.data);
-    }
+    for (const auto& [from, to] : pairsOf<Processor>())
+        if (from == source && (destinations.empty() || std::ranges::count(destinations, to))) {
+            const auto result = converted<Processor>(source, matrix, to);
+            EXPECT_TRUE(sameBytes(reference(*frameOver(source, matrix), to), result))
+                << toString(source) << " to " << toString(to) << ", " << matrix.size();
+            EXPECT_NE(result.data, matrix.data);
+        }
 }
 
 // What becomes of one group or pixel: bytes of groups, channels of pixels row by row. If only one
