@@ -24,19 +24,17 @@ bool isPacked(const FrameFormat& format)
     return Velmora::PackedFormatCvTypes().contains(format);
 }
 
-cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns, std::uint64_t seed)
+cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns)
 {
     cv::Mat matrix(rows, columns, typeOf(format));
-    std::mt19937_64 random(seed);
-    for (std::size_t byte = 0; byte < matrix.total() * matrix.elemSize(); ++byte)
-        matrix.data[byte] = static_cast<std::uint8_t>(random() >> 32);
+    std::generate(matrix.data, matrix.data + matrix.total() * matrix.elemSize(),
+                  [random = std::mt19937_64()]() mutable { return uchar(random() >> 32); });
     return matrix;
 }
 
 cv::Mat groupsOf(const FrameFormat& format, int rows, int columns, const SamplesAt& samplesAt)
 {
-    cv::Mat groups(rows, columns, typeOf(format));
-    std::memset(groups.data, 0, groups.total() * groups.elemSize());
+    cv::Mat groups = cv::Mat::zeros(rows, columns, typeOf(format));
     Reference::withPacking(format.pixelFormat, [&]<class Packing>(Packing) {
         for (int row = 0; row < rows; ++row)
             for (int column = 0; column < columns; ++column) {
@@ -57,9 +55,7 @@ std::vector<double> groupOf(const FrameFormat& format, const std::vector<unsigne
 testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual)
 {
     if (expected.size() != actual.size() || expected.type() != actual.type())
-        return testing::AssertionFailure()
-               << "expected " << expected.size() << " of type " << expected.type() << ", got "
-               << actual.size() << " of type " << actual.type();
+        return testing::AssertionFailure() << actual.size() << " of type " << actual.type();
     for (int row = 0; row < expected.rows; ++row)
         for (int column = 0; column < expected.cols; ++column)
             if (std::memcmp(expected.ptr(row, column), actual.ptr(row, column),

@@ -26,8 +26,7 @@ constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
 bool isPacked(const Velmora::FrameFormat& format);
 
 // Groups for a packed format, or pixels for a full one, made of random bytes.
-cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns,
-                     std::uint64_t seed = 1);
+cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns);
 
 // Groups that hold the samples for each row and column, in the order of the reference arithmetic:
 // three for each pixel, or Cb, Cr, luma and perhaps alpha.

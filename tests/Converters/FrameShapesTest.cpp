@@ -31,7 +31,8 @@ TYPED_TEST(FrameShapes, areAllConvertedAsTheReferenceDoesInsideTheirBlocks)
                 const cv::Rect inside(1 + size.width % 3, 1,
                                       size.width * int(packing.columnsPerGroup),
                                       size.height * int(packing.rowsPerGroup));
-                // The pixels lie in the midst of others, which nobody may change, and by themselves.
+                // The pixels lie in the midst of others, which nobody may change, and by
+                // themselves.
                 const auto whole = randomMatrix(source, inside.height + 2, inside.width + 5);
                 const cv::Mat before = whole.clone();
                 cv::setNumThreads(2);

@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <tuple>
-#include <utility>
 #include <vector>
 
 namespace MediaConversion {
@@ -140,22 +139,6 @@ TEST(YCoCgDXT5, isEncodedByItsSteps)
         {"insetDxt1", RGBA_U8(), whiteAboveBlack,  RGB_DXT1(),   {0x9E, 0xF7, 0x61, 0x08, 0x00, 0x00, 0x55, 0x55}},
     });
     // clang-format on
-}
-
-TEST(YCoCgDXT5, hasItsDiagonalTurnedForMoreThanEightPixels)
-{
-    // Co and Cg apart from each other, low and high, high and low; then both high, both low.
-    const cv::Vec3b colours[]{{96, 160, 160}, {160, 96, 96}, {160, 160, 96}, {96, 96, 160}};
-    for (const int apart : {1, 8, 9, 15}) {
-        cv::Mat pixels(4, 4, CV_8UC3);
-        for (int pixel = 0; pixel < 16; ++pixel)
-            pixels.at<cv::Vec3b>(pixel) = colours[pixel % 2 + (pixel < apart ? 0 : 2)];
-        const auto block = converted<ImageRGBtoYCoCgDXT5>(RGB_U8(), pixels, YCoCg_DXT5());
-        // The ends of Cg are 39 and 24 when cut to 6 bits.
-        const int first = block.data[8] >> 5 | (block.data[9] & 7) << 3;
-        const int second = block.data[10] >> 5 | (block.data[11] & 7) << 3;
-        EXPECT_EQ(std::pair(first, second), apart > 8 ? std::pair(24, 39) : std::pair(39, 24));
-    }
 }
 
 // Noise, ramps, one colour, two colours, ends of the scale, almost grey, a little of everything,
