@@ -8,8 +8,7 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
-#include "tests/support/ReferenceDecoding.h"
-#include "tests/support/ReferenceEncoding.h"
+#include "tests/support/Reference.h"
 
 #include <opencv2/imgproc.hpp>
 
@@ -128,12 +127,8 @@ cv::Mat converted(const FrameFormat& from, const cv::Mat& image, const FrameForm
 
 cv::Mat referenceConverted(const Velmora::ImageFrame& frame, const FrameFormat& destination)
 {
-    if (destination == BGRA_F32())
-        return MediaConversion::referenceBgraF32(frame);
-    if (const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&frame))
-        return MediaConversion::referenceDecode(*packed, destination);
-    return MediaConversion::referenceEncode(dynamic_cast<const Velmora::FullFrame&>(frame),
-                                            destination);
+    return destination == BGRA_F32() ? MediaConversion::referenceBgraF32(frame)
+                                     : MediaConversion::reference(frame, destination);
 }
 
 cv::Mat pictureOf(const FrameFormat& format, const cv::Mat& image)

@@ -6,7 +6,7 @@
 #include "fuzz/Fuzzing.h"
 #include "host/headless/HostedReader.h"
 #include "tests/support/MediaFileBytes.h"
-#include "tests/support/ReferenceDecoding.h"
+#include "tests/support/Reference.h"
 
 #include <sys/mman.h>
 

@@ -1,14 +1,10 @@
 #include "tests/Converters/ConvertedFrames.h"
 
-#include "tests/support/ReferenceDecoding.h"
-#include "tests/support/ReferenceEncoding.h"
 #include "tests/support/ReferencePackings.h"
-#include "tests/support/ReferencePixels.h"
 
 #include <algorithm>
 #include <cstring>
 #include <random>
-#include <string>
 
 namespace MediaConversion {
 namespace {
@@ -21,22 +17,6 @@ int typeOf(const FrameFormat& format)
         format, isPacked(format) ? Velmora::PackedFormatCvTypes() : Velmora::FullFormatCvTypes());
 }
 
-// Channels come through bit by bit; alpha that was not there is opaque.
-cv::Mat reordered(const cv::Mat& pixels, const std::string& from, const FrameFormat& destination)
-{
-    cv::Mat result(pixels.size(), typeOf(destination));
-    result.setTo(cv::Scalar::all(Reference::fullScale(destination.channelType)));
-    const auto channels = Reference::channelsOf(destination.pixelFormat, from);
-    const auto size = pixels.elemSize1();
-    for (int row = 0; row < pixels.rows; ++row)
-        for (int column = 0; column < pixels.cols; ++column)
-            for (int k = 0; k < result.channels(); ++k)
-                if (channels[k] >= 0)
-                    std::memcpy(result.ptr(row, column) + k * size,
-                                pixels.ptr(row, column) + channels[k] * size, size);
-    return result;
-}
-
 }
 
 bool isPacked(const FrameFormat& format)
@@ -44,19 +24,17 @@ bool isPacked(const FrameFormat& format)
     return Velmora::PackedFormatCvTypes().contains(format);
 }
 
-cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns, std::uint64_t seed)
+cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns)
 {
     cv::Mat matrix(rows, columns, typeOf(format));
-    std::mt19937_64 random(seed);
-    for (std::size_t byte = 0; byte < matrix.total() * matrix.elemSize(); ++byte)
-        matrix.data[byte] = static_cast<std::uint8_t>(random() >> 32);
+    std::generate(matrix.data, matrix.data + matrix.total() * matrix.elemSize(),
+                  [random = std::mt19937_64()]() mutable { return uchar(random() >> 32); });
     return matrix;
 }
 
 cv::Mat groupsOf(const FrameFormat& format, int rows, int columns, const SamplesAt& samplesAt)
 {
-    cv::Mat groups(rows, columns, typeOf(format));
-    std::memset(groups.data, 0, groups.total() * groups.elemSize());
+    cv::Mat groups = cv::Mat::zeros(rows, columns, typeOf(format));
     Reference::withPacking(format.pixelFormat, [&]<class Packing>(Packing) {
         for (int row = 0; row < rows; ++row)
             for (int column = 0; column < columns; ++column) {
@@ -77,9 +55,7 @@ std::vector<double> groupOf(const FrameFormat& format, const std::vector<unsigne
 testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual)
 {
     if (expected.size() != actual.size() || expected.type() != actual.type())
-        return testing::AssertionFailure()
-               << "expected " << expected.size() << " of type " << expected.type() << ", got "
-               << actual.size() << " of type " << actual.type();
+        return testing::AssertionFailure() << actual.size() << " of type " << actual.type();
     for (int row = 0; row < expected.rows; ++row)
         for (int column = 0; column < expected.cols; ++column)
             if (std::memcmp(expected.ptr(row, column), actual.ptr(row, column),
@@ -88,22 +64,6 @@ testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actua
                        << "row " << row << ", column " << column << ": expected "
                        << expected({column, row, 1, 1}) << ", got " << actual({column, row, 1, 1});
     return testing::AssertionSuccess();
-}
-
-cv::Mat reference(const Velmora::ImageFrame& frame, const FrameFormat& destination)
-{
-    const auto& [colourspace, channelType, packing, pixelFormat] = frame.format();
-    if (const auto* packed = dynamic_cast<const Velmora::PackedFrame*>(&frame))
-        return referenceDecode(*packed, destination);
-    if (isPacked(destination))
-        return referenceEncode(dynamic_cast<const Velmora::FullFrame&>(frame), destination);
-    if (pixelFormat != destination.pixelFormat)
-        return reordered(frame.image(), pixelFormat, destination);
-    cv::Mat pixels;
-    frame.image().convertTo(
-        pixels, CV_MAT_DEPTH(typeOf(destination)),
-        Reference::fullScale(destination.channelType) / Reference::fullScale(channelType));
-    return pixels;
 }
 
 cv::Mat ConversionCase::matrixOf(const FrameFormat& format, const std::vector<double>& values) const

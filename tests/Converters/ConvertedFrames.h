@@ -3,13 +3,15 @@
 #include "MediaConversion/Converters/ImageProcessors.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
+#include "tests/support/Reference.h"
 
 #include <gtest/gtest.h>
 #include <opencv2/core.hpp>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
-#include <memory>
+#include <limits>
 #include <type_traits>
 #include <utility>
 #include <vector>
@@ -18,11 +20,13 @@
 // arithmetic.
 namespace MediaConversion {
 
+constexpr double infinity = std::numeric_limits<double>::infinity();
+constexpr double notANumber = std::numeric_limits<double>::quiet_NaN();
+
 bool isPacked(const Velmora::FrameFormat& format);
 
 // Groups for a packed format, or pixels for a full one, made of random bytes.
-cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns,
-                     std::uint64_t seed = 1);
+cv::Mat randomMatrix(const Velmora::FrameFormat& format, int rows, int columns);
 
 // Groups that hold the samples for each row and column, in the order of the reference arithmetic:
 // three for each pixel, or Cb, Cr, luma and perhaps alpha.
@@ -36,10 +40,6 @@ std::vector<double> groupOf(const Velmora::FrameFormat& format,
 
 // Whether two matrices hold the same bytes; if not, says where they first differ.
 testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual);
-
-// What any conversion gives: by the reference arithmetic to and from packings, else with the
-// channels moved by their letters, or their type changed by OpenCV.
-cv::Mat reference(const Velmora::ImageFrame& frame, const Velmora::FrameFormat& destination);
 
 // The pairs of formats that the processor converts, source first.
 using FormatPairs = std::vector<std::pair<Velmora::FrameFormat, Velmora::FrameFormat>>;
@@ -77,18 +77,15 @@ cv::Mat converted(const Velmora::FrameFormat& source, const cv::Mat& matrix,
 // for the source.
 template <class Processor>
 void expectAsReference(const Velmora::FrameFormat& source, const cv::Mat& matrix,
-                       std::vector<Velmora::FrameFormat> destinations = {})
+                       const std::vector<Velmora::FrameFormat>& destinations = {})
 {
-    if (destinations.empty())
-        for (const auto& [from, to] : pairsOf<Processor>())
-            if (from == source)
-                destinations.push_back(to);
-    for (const auto& destination : destinations) {
-        const auto result = converted<Processor>(source, matrix, destination);
-        EXPECT_TRUE(sameBytes(reference(*frameOver(source, matrix), destination), result))
-            << toString(source) << " to " << toString(destination) << ", " << matrix.size();
-        EXPECT_NE(result.data, matrix.data);
-    }
+    for (const auto& [from, to] : pairsOf<Processor>())
+        if (from == source && (destinations.empty() || std::ranges::count(destinations, to))) {
+            const auto result = converted<Processor>(source, matrix, to);
+            EXPECT_TRUE(sameBytes(reference(*frameOver(source, matrix), to), result))
+                << toString(source) << " to " << toString(to) << ", " << matrix.size();
+            EXPECT_NE(result.data, matrix.data);
+        }
 }
 
 // What becomes of one group or pixel: bytes of groups, channels of pixels row by row. If only one

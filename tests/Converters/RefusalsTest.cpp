@@ -1,9 +1,8 @@
 #include "tests/Converters/ConvertedFrames.h"
-#include "tests/support/ExpectError.h"
+#include "tests/MediaPipeline/Fakes.h"
 
 #include <cstdint>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
@@ -16,19 +15,7 @@ using namespace Velmora::Formats;
 using Velmora::ChannelType;
 using Velmora::FrameFormat;
 
-// An image frame that is neither full nor packed.
-class ForeignImageFrame final : public Velmora::IImageFrame
-{
-public:
-    const FrameFormat& format() const override { return m_format; }
-    const cv::Mat& image() const override { return m_image; }
-
-private:
-    FrameFormat m_format = RGB_U8();
-    cv::Mat m_image;
-};
-
-const auto foreign = std::make_shared<ForeignImageFrame>();
+const auto foreign = std::make_shared<OtherImage>(cv::Mat(), RGB_U8());
 
 auto frame(const FrameFormat& format, int columns = 3, int rows = 3)
 {
@@ -46,8 +33,7 @@ template <class Processor>
 void expectRefused(const std::vector<Refusal>& refusals)
 {
     for (const auto& row : refusals)
-        expectError<std::runtime_error>(row.text,
-                                        [&] { Processor(row.destination).onNewImage(row.frame); });
+        expectFailure(row.text, [&] { Processor(row.destination).onNewImage(row.frame); });
 }
 
 const std::string fullOnly = "Can only convert FullFrame images";
@@ -61,9 +47,6 @@ TEST(Refusals, ofUnpackingAndPacking)
     const std::string unpacking = "Unpacking is not supported from ";
     expectRefused<ImageToFullFrame>({
         {foreign,                   BGRA_U8(),    "Can only convert packed images"},
-        {frame(RGB_U8()),           YCoCg_DXT5(), "Can only convert packed images"},
-        {frame(RGB_SMPTE_2110()),   RGBA_U8(),    unpacking + "RGB_U12_RGB-SMPTE-2110 to RGBA_U8_RGBA"},
-        {frame(BGR_DPX_PACKED()),   BGR_U16(),    unpacking + "RGB_U12_BGR-DPX-PACKED to RGB_U16_BGR"},
         {frame(YUYV_422(), 0, 0),   BGRA_U8(),    unpacking + "YCbCr_ITU_T871_U8_YUYV-422 to RGBA_U8_BGRA"},
     });
     const std::string packing = "Packing is not supported from ";
@@ -71,7 +54,6 @@ TEST(Refusals, ofUnpackingAndPacking)
         {foreign,                   RGB_DPX_FILLED(), fullOnly},
         {nullptr,                   RGB_DPX_FILLED(), fullOnly},
         {frame(RGB_DPX_FILLED()),   RGB_DPX_FILLED(), packing + "RGB_U10_RGB-DPX-FILLED to RGB_U10_RGB-DPX-FILLED"},
-        {frame(RGB_U8()),           RGB_DPX_PACKED(), packing + "RGB_U8_RGB to RGB_U12_RGB-DPX-PACKED"},
         {frame(RGB_U10(), 0, 0),    BGR_DPX_FILLED(), packing + "RGB_U10_RGB to RGB_U10_BGR-DPX-FILLED"},
         {frame(RGB_U8(), 1, 2),     RGB_SMPTE_2110(), "Frame format column pixel packing of 2 pixels is incompatible with supplied image columns of 1"},
     });
@@ -83,20 +65,15 @@ TEST(Refusals, ofDecoding)
     expectRefused<ImageYCbCr42xToRGB>({
         {foreign,                        RGBA_U8(),  packedOnly},
         {frame(BGR_U8(), 0, 0),          RGB_U8(),   packedOnly},
-        {frame(ZEQ_422()),               RGBA_U8(),  pair + "YCbCr_ITU_T871_U10_ZEQ-422 to RGBA_U8_RGBA"},
         {frame(ZEQ_4224_HYBRID(), 0, 0), BGRA_U16(), pair + "YCbCrA_ITU_T871_U12_ZEQ-4224-HYBRID to RGBA_U16_BGRA"},
         {frame(YUYV_422(), 0, 3),        RGB_U8(),   noData},
         {frame(ZEQ_422(), 3, 0),         RGB_U16(),  noData},
-        {frame(ZEQ_4224_HYBRID(), 0, 0), BGRA_F32(), noData},
-        {frame(ZEQ_420(), 0, 0),         BGRA_F32(), noData},
     });
     expectRefused<ImageYCoCgDXT5toRGB>({
         {foreign,                   RGBA_U8(),    packedOnly},
         {frame(CoCgAY_U8(), 0, 0),  RGB_U8(),     packedOnly},
-        {frame(YCoCg_DXT5()),       CoCgAY_U8(),  pair + "YCoCg_U8_YCoCg-DXT5 to YCoCgA_U8_CoCgAY"},
         {frame(RGB_DXT1(), 0, 0),   BGR_U16(),    pair + "RGB_U8_RGB-DXT1 to RGB_U16_BGR"},
         {frame(YCoCg_DXT5(), 0, 3), BGRA_U8(),    noData},
-        {frame(RGB_DXT1(), 3, 0),   RGB_U8(),     noData},
     });
 }
 
@@ -106,10 +83,8 @@ TEST(Refusals, ofEncoding)
     const std::string odd = "is incompatible with supplied image ";
     expectRefused<ImageRGBtoYCbCr42x>({
         {foreign,                 ZEQ_422(),         fullOnly},
-        {frame(BGR_F32()),        ZEQ_4224_HYBRID(), yCbCr + "RGB_F32_BGR to YCbCrA_ITU_T871_U12_ZEQ-4224-HYBRID"},
         {frame(ARGB_U8(), 0, 0),  ZEQ_420(),         yCbCr + "RGBA_U8_ARGB to YCbCr_ITU_T871_U8_ZEQ-420"},
         {frame(RGB_U8(), 0, 3),   YUYV_422(),        noData},
-        {frame(BGRA_F32(), 3, 0), ZEQ_4224_HYBRID(), noData},
         {frame(RGB_U8(), 3, 3),   ZEQ_420(),         "Frame format column pixel packing of 2 pixels " + odd + "columns of 3"},
         {frame(RGB_U8(), 4, 3),   ZEQ_420(),         "Frame format row pixel packing of 2 pixels " + odd + "rows of 3"},
     });
@@ -117,17 +92,14 @@ TEST(Refusals, ofEncoding)
     expectRefused<ImageRGBtoYCoCgDXT5>({
         {foreign,                RGB_DXT1(),   fullOnly},
         {frame(RGB_U8(), 0, 0),  RGB_DXT1(),   dxt + "RGB_U8_RGB to RGB_U8_RGB-DXT1"},
-        {frame(ARGB_U8()),       YCoCg_DXT5(), dxt + "RGBA_U8_ARGB to YCoCg_U8_YCoCg-DXT5"},
         {frame(RGBA_U8(), 0, 3), RGB_DXT1(),   noData},
-        {frame(BGR_U8(), 3, 0),  YCoCg_DXT5(), noData},
-        {frame(RGBA_U8(), 6, 6), RGB_DXT1(),   "Frame format column pixel packing of 4 pixels " + odd + "columns of 6"},
         {frame(BGRA_U8(), 8, 7), YCoCg_DXT5(), "Frame format row pixel packing of 4 pixels " + odd + "rows of 7"},
     });
     // Each conversion of the table by itself, before the frame's size is looked at.
     for (const auto& [pair, encode] : ImageRGBtoYCoCgDXT5::conversions()) {
         const bool isDxt1 = pair.second == RGB_DXT1();
         const Velmora::FullFrame odd3(pair.first, randomMatrix(pair.first, 3, 3));
-        expectError<std::runtime_error>(
+        expectFailure(
             isDxt1 ? "DXT1 conversion destination format only supports RGB_U8_RGB-DXT1, no support for  YCoCg_U8_YCoCg-DXT5"
                    : "DXT5 conversion destination format only supports YCoCg_U8_YCoCg-DXT5, no support for  RGB_U8_RGB-DXT1",
             [&, &convert = encode] { convert(odd3, isDxt1 ? YCoCg_DXT5() : RGB_DXT1()); });
@@ -140,7 +112,6 @@ TEST(Refusals, ofChangesBetweenFullFrames)
     expectRefused<ImageColourspace>({
         {foreign,             ARGB_U8(),  fullOnly},
         {frame(RGB_DXT1()),   BGR_U8(),   fullOnly},
-        {frame(RGB_U8()),     RGB_U8(),   pair + "RGB_U8_RGB to RGB_U8_RGB"},
         {frame(BGRA_F32()),   BGR_F32(),  pair + "RGBA_F32_BGRA to RGB_F32_BGR"},
     });
     const auto withType = [](FrameFormat format, ChannelType channelType, std::uint32_t bytes) {
@@ -155,7 +126,6 @@ TEST(Refusals, ofChangesBetweenFullFrames)
         {frame(BGRA_U8()),      BGR_U16(),   "Source colourspace RGBA does not match destination colourspace RGB"},
         {frame(BGR_U10()),      RGB_U16(),   "Source channel format BGR does not match destination channel format RGB"},
         {frame(RGB_U10()),      RGB_U16(),   types + "U10 to U16"},
-        {frame(RGB_U15plus1()), RGB_F32(),   types + "U15plus1 to F32"},
         {frame(RGB_U8()),       withType(RGB_U8(), static_cast<ChannelType>(6), 3), types + "U8 to (Unknown ChannelType 6)"},
         // The types convert, but there is no such frame.
         {frame(ARGB_U8()),      withType(ARGB_U8(), ChannelType::U12, 8), "OpenCV type not defined for frame format RGBA_U12_ARGB"},

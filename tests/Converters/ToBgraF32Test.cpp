@@ -1,62 +1,44 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaFile/Headers.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
-#include "MediaConversion/MediaPipeline/FrameFlow.h"
 #include "tests/Converters/ConvertedFrames.h"
-#include "tests/MediaFile/FakeFile.h"
 #include "tests/support/GuardedMemoryResource.h"
-#include "tests/support/ReferenceDecoding.h"
+#include "tests/support/MediaFileBytes.h"
 
+#include <unistd.h>
+
+#include <array>
 #include <cstdint>
-#include <memory>
+#include <filesystem>
+#include <string>
 #include <utility>
 
-// The whole way of a media file's frame to float.
 namespace MediaConversion {
 namespace {
 
-using Velmora::Formats::BGRA_F32;
-
-void expectReferencePixels(std::unique_ptr<Velmora::IFrame> frame)
+// The whole way of a media file's frame to float, on several numbers of threads.
+TEST(ToBgraF32, givesTheReferencesPixelsInsideItsBlocks)
 {
-    const auto format = frame->format();
-    const auto expected = referenceBgraF32(dynamic_cast<const Velmora::ImageFrame&>(*frame));
-    const auto result = convert(std::move(frame), BGRA_F32());
-    EXPECT_TRUE(result->format() == BGRA_F32()) << toString(result->format());
-    const auto& image = dynamic_cast<const Velmora::FullFrame&>(*result).image();
-    EXPECT_TRUE(sameBytes(expected, image)) << toString(format);
-}
-
-TEST(ToBgraF32, givesTheReferencesPixelsOnAnyNumberOfThreads)
-{
-    // Blocks that come back to the pool are dirty: what a converter does not write would show.
-    const InstalledPool pool;
-    for (const auto& [code, format] : mediaFormatCodes())
-        for (const int threads : {0, 1, 2, 4, 64}) {
-            cv::setNumThreads(threads);
-            expectReferencePixels(
-                frameOver(format, randomMatrix(format, 36, 60, std::uint64_t(threads) + 1)));
-        }
-    cv::setNumThreads(-1);
-}
-
-TEST(ToBgraF32, readsAndConvertsFilesInsideTheirBlocks)
-{
-    insideGuardedBlocks([] {
+    const auto name = testing::TempDir() + std::to_string(::getpid()) + ".zeq";
+    const std::array threadCounts{0, 1, 2, 4, 64};
+    insideGuardedBlocks([&] {
         for (const auto& [code, format] : mediaFormatCodes())
-            for (unsigned groups = 1; groups <= 70; ++groups) {
-                const auto& packing = format.pixelPacking;
-                const auto width = std::uint16_t(groups * packing.columnsPerGroup);
-                const auto height = std::uint16_t((1 + groups % 3) * packing.rowsPerGroup);
-                MediaFileTests::FakeFile file;
-                MediaFileTests::FakeFileFactory streams(file);
-                const auto data = MediaFileTests::noise(frameDataSize(format, width, height));
-                file.bytes = MediaFileBytes::picture(code, width, height, data).bytes();
-                VelmoraMediaFileReader reader(streams);
-                reader.open(L"name");
-                expectReferencePixels(reader.readFrame());
+            for (int groups = 1; groups <= 70; ++groups) {
+                cv::setNumThreads(threadCounts[groups % threadCounts.size()]);
+                const auto stored = randomMatrix(format, groups % 9 ? 1 + groups % 3 : 36, groups);
+                const auto frame = frameOver(format, stored);
+                const std::string data(stored.datastart, stored.dataend);
+                writeFile(name, MediaFileBytes::picture(code, std::uint16_t(frame->width()),
+                                                        std::uint16_t(frame->height()), data)
+                                    .bytes());
+                const auto result = convert(readMediaFile(name), Velmora::Formats::BGRA_F32());
+                EXPECT_EQ(result->format(), Velmora::Formats::BGRA_F32());
+                EXPECT_TRUE(sameBytes(referenceBgraF32(*frame), result->image()))
+                    << toString(format);
             }
     });
+    cv::setNumThreads(-1);
+    std::filesystem::remove(name);
 }
 
 }

@@ -5,25 +5,14 @@
 
 #include <gtest/gtest.h>
 
-#include <cxxabi.h>
 #include <opencv2/core/check.hpp>
 
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
 #include <map>
-#include <memory>
-#include <set>
 
 namespace MediaConversion {
-
-std::string className(const std::type_info& type)
-{
-    char* const name = abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr);
-    const std::unique_ptr<char, decltype(&std::free)> owner(name, &std::free);
-    const std::string text(name);
-    return text.substr(text.rfind(':') + 1);
-}
 
 namespace {
 
@@ -57,23 +46,14 @@ std::string formatRows()
     return rows;
 }
 
-// Sources with the same destinations share a row.
-using Destinations = std::map<std::string, std::set<std::string>>;
+// The destinations of each source, which begin with a comma.
+using Destinations = std::map<std::string, std::string>;
 
 std::string pairRows(const Destinations& destinationsOf)
 {
-    const auto list = [](const auto& names) {
-        std::string text;
-        for (const auto& name : names)
-            text += (text.empty() ? "" : ", ") + name;
-        return text;
-    };
-    std::map<std::set<std::string>, std::set<std::string>> sourcesOf;
-    for (const auto& [source, destinations] : destinationsOf)
-        sourcesOf[destinations].insert(source);
     std::string rows = "| from | to |\n|---|---|\n";
-    for (const auto& [destinations, sources] : sourcesOf)
-        rows += "| " + list(sources) + " | " + list(destinations) + " |\n";
+    for (const auto& [source, destinations] : destinationsOf)
+        rows += "| " + source + " | " + destinations.substr(2) + " |\n";
     return rows;
 }
 
@@ -82,12 +62,12 @@ std::string processorSection(const NameOf& nameOf)
 {
     Destinations destinationsOf;
     for (const auto& [pair, entry] : Processor::conversions())
-        destinationsOf[nameOf(pair.first)].insert(nameOf(pair.second));
+        destinationsOf[nameOf(pair.first)] += ", " + nameOf(pair.second);
     return joined("\n### ", className(typeid(Processor)), ", ", Processor::conversions().size(),
                   " pairs\n\n", pairRows(destinationsOf));
 }
 
-// Destinations that are reached through the same steps share a row.
+// Destinations that are reached through the same steps share a table.
 std::string chainRows()
 {
     std::map<std::string, Destinations> chains;
@@ -101,7 +81,7 @@ std::string chainRows()
             if (format != destination)
                 text += " to " + functionOf(format);
         }
-        chains[text][functionOf(source)].insert(functionOf(destination));
+        chains[text][functionOf(source)] += ", " + functionOf(destination);
     }
     std::string rows;
     for (const auto& [steps, destinationsOf] : chains)

@@ -85,6 +85,21 @@ private:
 // Neither an image nor a texture.
 using OtherFrame = WatchedFrame<Velmora::IFrame>;
 
+// Neither full nor packed.
+class OtherImage final : public WatchedFrame<Velmora::IImageFrame>
+{
+public:
+    OtherImage(cv::Mat image, Velmora::FrameFormat format, std::weak_ptr<int>* life = nullptr)
+        : WatchedFrame(std::move(format), life), m_image(std::move(image))
+    {
+    }
+
+    const cv::Mat& image() const override { return m_image; }
+
+private:
+    cv::Mat m_image;
+};
+
 class MockSink : public MediaConversion::IFrameSink
 {
 public:

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <numeric>
 
@@ -12,14 +13,34 @@ namespace {
 
 using namespace Formats;
 
+using enum Colourspace;
+using enum ChannelType;
+
+TEST(FrameFormat, isWrittenWithNumbersForWhatHasNoName)
+{
+    EXPECT_EQ(toString(FrameFormat{Colourspace{6}, ChannelType{4294967295}, {1, 2, 3, 4}, ""}),
+              "(Unknown Colourspace 6)_(Unknown ChannelType 4294967295)_");
+}
+
+// Where a field decides, the later ones say the opposite.
+TEST(FrameFormat, ordersByOneFieldAfterTheOther)
+{
+    const FrameFormat ascending[] = {
+        {RGB, U8, {1, 1, 1, 1}, "RGB"},  {RGB, U8, {1, 1, 1, 1}, "RGBA"},
+        {RGB, U8, {1, 1, 1, 1}, "\x80"}, {RGB, U8, {1, 1, 1, 2}, "B"},
+        {RGB, U8, {1, 1, 2, 1}, "A"},    {RGB, U8, {1, 2, 1, 1}, "A"},
+        {RGB, U8, {2, 1, 1, 1}, "A"},    {RGB, U10, {1, 1, 1, 1}, "A"},
+        {RGBA, U8, {1, 1, 1, 1}, "A"},   {Colourspace{0x80000000}, U8, {1, 1, 1, 1}, "A"},
+    };
+    EXPECT_TRUE(std::ranges::is_sorted(ascending, std::less_equal()));
+}
+
 TEST(ImageFrame, sharesThePixelsOfItsMatrix)
 {
-    cv::Mat image(2, 3, CV_8UC4);
+    const cv::Mat image(2, 3, CV_8UC4);
     const FullFrame frame(BGRA_U8(), image);
     EXPECT_EQ(frame.image().data, image.data);
-    image.ptr(1)[5] = 200;
-    image.release();  // the frame's share keeps the pixels
-    EXPECT_EQ(frame.image().ptr(1)[5], 200);
+    EXPECT_EQ(image.u->refcount, 2);
     expectFailure("ImageFrame does not contain any raw data", [&] { frame.rawFrameData(); });
 }
 
@@ -29,12 +50,13 @@ TEST(ImageFrame, flipsIntoAMatrixOfItsOwn)
         cv::Mat whole(8, 7, CV_8UC(9));
         std::iota(whole.data, whole.data + 8 * 7 * 9, uchar{0});
         const cv::Mat image = whole(cv::Rect(1, 1, 5, rows));
-        const cv::Mat before = image.clone();
         const PackedFrame frame(RGB_SMPTE_2110(), image, true);
         ASSERT_EQ(frame.image().size(), image.size());
-        for (int row = 0; row < rows; ++row)
-            for (const auto& other : {image.row(row), frame.image().row(rows - 1 - row)})
-                EXPECT_TRUE(std::equal(before.ptr(row), before.ptr(row) + 45, other.data));
+        for (int row = 0; row < rows; ++row) {
+            const auto* const flipped = frame.image().ptr(rows - 1 - row);
+            EXPECT_EQ(image.ptr(row)[0], uchar(((row + 1) * 7 + 1) * 9));
+            EXPECT_TRUE(std::equal(image.ptr(row), image.ptr(row) + 45, flipped));
+        }
     }
 }
 
@@ -47,16 +69,14 @@ void expectRefusal(const CvTypes& table, const FrameFormat& format, int type, co
 // From two faults on, the message is that of the first: format, matrix type, element size.
 TEST(ImageFrame, refusesMatricesThatDoNotFitItsFormat)
 {
-    const CvTypes& full = FullFormatCvTypes();
-    const CvTypes& packed = PackedFormatCvTypes();
     auto tooLong = RGB_U8();
     tooLong.pixelPacking.bytesPerGroup = 5;
     const CvTypes wrong{{tooLong, CV_8UC3}};
     // clang-format off
-    expectRefusal(packed, BGRA_U8(),  CV_8UC3,  "OpenCV type not defined for frame format RGBA_U8_BGRA");
-    expectRefusal(full,   RGB_U10(),  CV_16SC3, "Frame format RGB_U10_RGB needs OpenCV type 18 and is incompatible with supplied image of type 19");
-    expectRefusal(wrong,  tooLong,    CV_8UC4,  "Frame format RGB_U8_RGB needs OpenCV type 16 and is incompatible with supplied image of type 24");
-    expectRefusal(wrong,  tooLong,    CV_8UC3,  "Frame pixel packing of 5 bytes is incompatible with supplied image element size of 3");
+    expectRefusal(PackedFormatCvTypes(), BGRA_U8(), CV_8UC3,   "OpenCV type not defined for frame format RGBA_U8_BGRA");
+    expectRefusal(FullFormatCvTypes(),   RGB_U10(), CV_16SC3, "Frame format RGB_U10_RGB needs OpenCV type 18 and is incompatible with supplied image of type 19");
+    expectRefusal(wrong,                 tooLong,   CV_8UC4,  "Frame format RGB_U8_RGB needs OpenCV type 16 and is incompatible with supplied image of type 24");
+    expectRefusal(wrong,                 tooLong,   CV_8UC3,  "Frame pixel packing of 5 bytes is incompatible with supplied image element size of 3");
     // clang-format on
 }
 
@@ -132,7 +152,6 @@ TEST_F(FramesOverFileBytes, lieOverTheBytesAndKeepThem)
 TEST_F(FramesOverFileBytes, areRefusedForAnotherSize)
 {
     // clang-format off
-    expectRefusal<FullFrame>(BGRA_U8(), 3, 2, 23, "Expecting input data byte count 24, got 23");
     expectRefusal<FullFrame>(BGRA_U8(), 3, 2, 25, "Expecting input data byte count 24, got 25");
     expectRefusal<FullFrame>(BGRA_U8(), 32768, 32768, 0, "Expecting input data byte count 4294967296, got 0");
     expectRefusal<FullFrame>(ZEQ_420(), 4, 4, 24, "OpenCV type not defined for frame format YCbCr_ITU_T871_U8_ZEQ-420");

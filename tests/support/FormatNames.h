@@ -3,7 +3,10 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 
+#include <cxxabi.h>
+
 #include <algorithm>
+#include <cstdlib>
 #include <string>
 #include <typeinfo>
 #include <vector>
@@ -14,8 +17,7 @@ namespace MediaConversion {
 // All formats in which frames can be built, in the order of the table.
 inline std::vector<Velmora::NamedFormat> allFormats()
 {
-    std::vector<Velmora::NamedFormat> formats(begin(Velmora::Formats::full),
-                                              end(Velmora::Formats::full));
+    std::vector formats(begin(Velmora::Formats::full), end(Velmora::Formats::full));
     formats.insert(formats.end(), begin(Velmora::Formats::packed), end(Velmora::Formats::packed));
     return formats;
 }
@@ -29,6 +31,12 @@ inline std::string functionOf(const Velmora::FrameFormat& format)
 }
 
 // Without what surrounds it: ConvertBitDepth.
-std::string className(const std::type_info& type);
+inline std::string className(const std::type_info& type)
+{
+    char* const name = abi::__cxa_demangle(type.name(), nullptr, nullptr, nullptr);
+    const std::string text(name);
+    std::free(name);
+    return text.substr(text.rfind(':') + 1);
+}
 
 }

@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <new>
 #include <utility>
@@ -26,6 +27,7 @@ public:
     {
         if (::mprotect(m_pages + pageSize, m_insideSize, PROT_READ | PROT_WRITE) != 0)
             throw std::bad_alloc();
+        std::memset(m_data, 0xA5, size);  // what nobody writes shows
     }
 
     ~GuardedMemoryResource() override { ::munmap(m_pages, m_insideSize + 2 * pageSize); }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -29,51 +30,36 @@ struct MediaFileBytes
     static MediaFileBytes picture(std::uint32_t mediaFormatCode, std::uint16_t width,
                                   std::uint16_t height, std::string data)
     {
-        MediaFileBytes file;
-        file.mediaFormatCode = mediaFormatCode;
-        file.width = file.frameWidth = width;
-        file.height = file.frameHeight = height;
-        file.data = std::move(data);
-        return file;
+        return {.mediaFormatCode = mediaFormatCode,
+                .width = width,
+                .height = height,
+                .frameWidth = width,
+                .frameHeight = height,
+                .data = std::move(data)};
     }
 
     // The whole file. Reserved fields hold bytes that would be noticed if they were taken for
     // others.
     std::string bytes() const
     {
+        constexpr std::uint32_t reserved = 0xEEEEEEEEu;
         std::string file = magic;
-        append(file, headerByte0, 1);
-        append(file, headerByte1, 1);
-        append(file, headerRevision, 1);
-        append(file, headerByte3, 1);
-        append(file, mediaFormatCode, 4);
-        append(file, width, 2);
-        append(file, reserved, 2);
-        append(file, height, 2);
-        append(file, reserved, 2);
-        if (headerRevision > 1) {
-            append(file, reserved, 4);
-            file.append(16, '\xEE');
-        }
-        append(file, frameWidth, 2);
-        append(file, frameField1, 2);
-        append(file, frameHeight, 2);
-        append(file, reserved, 2);
+        // Little-endian.
+        const auto append = [&](std::initializer_list<std::pair<std::uint32_t, int>> fields) {
+            for (const auto& [value, byteCount] : fields)
+                for (int byte = 0; byte < byteCount; ++byte)
+                    file += static_cast<char>(value >> 8 * byte & 0xFF);
+        };
+        append({{headerByte0, 1}, {headerByte1, 1}, {headerRevision, 1}, {headerByte3, 1}});
+        append({{mediaFormatCode, 4}, {width, 2}, {reserved, 2}, {height, 2}, {reserved, 2}});
+        if (headerRevision > 1)
+            file += std::string(20, '\xEE');
+        append({{frameWidth, 2}, {frameField1, 2}, {frameHeight, 2}, {reserved, 2}});
         return file + data;
     }
 
     // The first bytes of the file, as if writing had stopped there.
     std::string bytesCutTo(std::size_t size) const { return bytes().substr(0, size); }
-
-private:
-    static constexpr std::uint32_t reserved = 0xEEEEEEEEu;
-
-    // Little-endian.
-    static void append(std::string& file, std::uint32_t value, int byteCount)
-    {
-        for (int byte = 0; byte < byteCount; ++byte)
-            file += static_cast<char>(value >> 8 * byte & 0xFF);
-    }
 };
 
 inline void writeFile(const std::filesystem::path& path, std::string_view bytes)

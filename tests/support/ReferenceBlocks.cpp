@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 #include <utility>
 
 namespace MediaConversion::Reference {
 namespace {
 
-std::uint64_t littleEndian(const std::uint8_t* bytes, int count)
+// Eight bytes, the lowest first.
+std::uint64_t word(const std::uint8_t* bytes)
 {
-    return count ? littleEndian(bytes + 1, count - 1) << 8 | *bytes : 0;
+    std::uint64_t value;
+    std::memcpy(&value, bytes, 8);
+    return value;
 }
 
 int eightBitsOf(std::uint64_t value, int bits)
@@ -38,8 +42,9 @@ Colour endpoint(std::uint64_t colour)
 
 Block decodeColours(const std::uint8_t* bytes, bool always4)
 {
-    const auto colour0 = littleEndian(bytes, 2);
-    const auto colour1 = littleEndian(bytes + 2, 2);
+    const auto block = word(bytes);
+    const auto colour0 = block & 0xFFFF;
+    const auto colour1 = block >> 16 & 0xFFFF;
     auto palette = fourColours(endpoint(colour0), endpoint(colour1));
     if (!always4 && colour0 <= colour1) {
         palette[2] = mixed(1, palette[0], 1, palette[1]);
@@ -47,7 +52,7 @@ Block decodeColours(const std::uint8_t* bytes, bool always4)
     }
     Block texels;
     for (int k = 0; k < 16; ++k)
-        texels[k] = palette[littleEndian(bytes + 4, 4) >> 2 * k & 3];
+        texels[k] = palette[block >> (32 + 2 * k) & 3];
     return texels;
 }
 
@@ -62,12 +67,6 @@ std::array<int, 8> alphas(int a0, int a1)
 
 // The places of Co, Cg, the scale code and Y.
 constexpr int orange = 0, green = 1, scaleCode = 2, luma = 3;
-
-void writeEightBytes(std::uint8_t* bytes, std::uint64_t value)
-{
-    for (int byte = 0; byte < 8; ++byte)
-        bytes[byte] = static_cast<std::uint8_t>(value >> 8 * byte);
-}
 
 struct Box
 {
@@ -115,7 +114,8 @@ void writeColours(const Block& pixels, const Box& box, int channelCount, std::ui
         const std::uint64_t x2 = d[2] > d[3] && d[0] > d[3];
         indices |= (x2 | (x0 | x1) << 1) << 2 * i;
     }
-    writeEightBytes(bytes, indices << 32 | pack565(box.min) << 16 | pack565(box.max));
+    indices = indices << 32 | pack565(box.min) << 16 | pack565(box.max);
+    std::memcpy(bytes, &indices, 8);
 }
 
 void shrink(Box& box, int channel, int shift)
@@ -141,7 +141,8 @@ void writeLuma(const Block& pixels, int min, int max, std::uint8_t* bytes)
         k &= 7;
         indices |= (k < 2 ? k ^ 1 : k) << 3 * i;
     }
-    writeEightBytes(bytes, indices << 16 | std::uint64_t(min << 8 | max));
+    indices = indices << 16 | std::uint64_t(min << 8 | max);
+    std::memcpy(bytes, &indices, 8);
 }
 
 Colour coCgAYOf(const Colour& pixel)
@@ -163,7 +164,7 @@ Block decodeYCoCgDxt5(const std::uint8_t* bytes)
     Block texels = decodeColours(bytes + 8, true);
     const auto levels = alphas(bytes[0], bytes[1]);
     for (int k = 0; k < 16; ++k) {
-        const int y = levels[littleEndian(bytes + 2, 6) >> 3 * k & 7];
+        const int y = levels[word(bytes) >> (16 + 3 * k) & 7];
         const int scale = (texels[k][2] >> 3) + 1;
         const int co = (texels[k][0] - 128) / scale;
         const int cg = (texels[k][1] - 128) / scale;
@@ -187,7 +188,7 @@ void encodeDxt1(const Block& pixels, std::uint8_t* bytes)
 void encodeYCoCgDxt5(const Block& pixels, std::uint8_t* bytes)
 {
     Block codes;
-    std::transform(pixels.begin(), pixels.end(), codes.begin(), coCgAYOf);
+    std::ranges::transform(pixels, codes.begin(), coCgAYOf);
     int m = 0;
     for (const auto& code : codes)
         m = std::max({m, std::abs(code[orange] - 128), std::abs(code[green] - 128)});
