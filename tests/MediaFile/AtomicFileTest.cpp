@@ -16,10 +16,7 @@
 #include <cerrno>
 #include <chrono>
 #include <exception>
-#include <filesystem>
-#include <set>
 #include <span>
-#include <string>
 #include <string_view>
 #include <tuple>
 

@@ -3,9 +3,6 @@
 #include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/support/MediaFileBytes.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>

@@ -1,6 +1,4 @@
 #include "MediaConversion/MediaFile/DirectFileStreams.h"
-#include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/MediaFile/FakeFile.h"
 #include "tests/MediaFile/SystemCalls.h"
 #include "tests/MediaFile/TemporaryFolder.h"
@@ -11,12 +9,6 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstddef>
-#include <filesystem>
-#include <fstream>
-#include <ios>
-#include <memory>
-#include <string>
 #include <string_view>
 
 using namespace MediaConversion;

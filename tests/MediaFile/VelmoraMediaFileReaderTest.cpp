@@ -7,14 +7,8 @@
 
 #include <gmock/gmock.h>
 
-#include <algorithm>
 #include <array>
-#include <cstdint>
-#include <filesystem>
 #include <functional>
-#include <memory>
-#include <stdexcept>
-#include <string>
 #include <utility>
 
 using namespace MediaConversion;
@@ -24,24 +18,6 @@ using namespace Velmora::Formats;
 namespace {
 
 using VelmoraMediaFileReaderTest = ReaderFixture;
-
-// A pool that knows the largest block that it was asked for.
-class AskedPool final : public Velmora::IMemoryPool
-{
-public:
-    Velmora::IMemoryResource* acquire(std::uint64_t size) override
-    {
-        largest = std::max(largest, size);
-        return m_pool.acquire(size);
-    }
-    void release(Velmora::IMemoryResource* resource) override { m_pool.release(resource); }
-    std::uint64_t count() const override { return m_pool.count(); }
-
-    std::uint64_t largest = 0;
-
-private:
-    Velmora::SelfPruningMemoryPool<Velmora::HostMemoryResource> m_pool;
-};
 
 TEST_F(VelmoraMediaFileReaderTest, keepsTheFieldsOfBothHeadersBehindEitherMagic)
 {
@@ -103,13 +79,16 @@ TEST_F(VelmoraMediaFileReaderTest, aFailedOpenForgetsTheFileBeforeAndCarriesTheN
 // where it stands was cut, or is of a system that calls every file empty.
 TEST_F(VelmoraMediaFileReaderTest, takesMemoryForBytesThatAreThere)
 {
-    const auto pool = std::make_shared<AskedPool>();
-    const InstalledPool installedForThis(pool);
+    // A pool makes a block of exactly this size when it has no larger one.
+    const auto expectNothingLarger = [this](std::uint64_t size) {
+        EXPECT_EQ(installed.pool()->acquire(size + 1)->size(), size + 1);
+    };
     const auto claim = MediaFileBytes::picture(0x8, 65534, 32767, "four");
     file.tellsItsEnd = false;
     giveFile(claim);
     expectFrameError(endOfFile);
-    // The size that is no picture's is told before the missing bytes, however many there are.
+    expectNothingLarger(1 << 20);
+    // A size that is no picture's is told before the missing bytes.
     auto oddClaim = claim;
     oddClaim.frameWidth = 65535;
     for (const bool tellsItsEnd : {false, true}) {
@@ -118,24 +97,26 @@ TEST_F(VelmoraMediaFileReaderTest, takesMemoryForBytesThatAreThere)
         expectFrameError<std::runtime_error>(
             "Frame format column pixel packing of 2 pixels is incompatible with supplied image "
             "columns of 65535");
+        expectNothingLarger(1 << 20);
     }
 
     const TemporaryFolder folder;
+    const auto name = folder.file("cut.zeq");
     FileStreamFactory streams;
     VelmoraMediaFileReader cutMeanwhile(streams);
     for (const auto size : {0u, 27u, 28u, 31u}) {
-        writeFile(folder.file("cut.zeq"), claim.bytes());
-        cutMeanwhile.open(wideFileName(folder.file("cut.zeq")));
-        std::filesystem::resize_file(folder.file("cut.zeq"), size);
+        writeFile(name, claim.bytes());
+        cutMeanwhile.open(wideFileName(name));
+        std::filesystem::resize_file(name, size);
         expectError<MediaFileAccessException>(endOfFile, [&] { cutMeanwhile.readFrame(); });
+        expectNothingLarger(1 << 20);
     }
-    EXPECT_EQ(pool->largest, 1u << 20);
 
     const auto large = MediaFileBytes::picture(0x200, 1500, 1000, noise(4500000));
     giveFile(large);
     file.tellsItsEnd = false;
     expectFrame(RGB_U8(), 1000, 1500, large.data);
-    EXPECT_EQ(pool->largest, large.data.size());
+    expectNothingLarger(large.data.size());
 }
 
 TEST_F(VelmoraMediaFileReaderTest, readsByTheMethodThatWasSet)

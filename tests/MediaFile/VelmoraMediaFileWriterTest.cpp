@@ -1,21 +1,15 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
-#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/MediaFormatCodes.h"
+#include "tests/MediaFile/FileSizeLimit.h"
 #include "tests/MediaFile/ReaderFixture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 
 #include <gmock/gmock.h>
-#include <sys/resource.h>
 #include <sys/stat.h>
 
 #include <array>
-#include <csignal>
-#include <cstdint>
-#include <filesystem>
-#include <memory>
-#include <string>
 #include <tuple>
 
 using namespace MediaConversion;
@@ -107,15 +101,10 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
     for (const auto& [fileName, format, rows, columns, text] : cases)
         EXPECT_EQ(write(fileName, format, rows, columns), text);
 
-    rlimit limit;
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    const auto unlimited = limit;
-    std::signal(SIGXFSZ, SIG_IGN);
-    for (limit.rlim_cur = 0; limit.rlim_cur < 28 + 18; ++limit.rlim_cur) {
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+    for (rlim_t size = 0; size < 28 + 18; ++size) {
+        const FileSizeLimit limit(size);
         EXPECT_EQ(write(name, RGB_U8(), 2, 3), "Failed to write file: File too large");
     }
-    ::setrlimit(RLIMIT_FSIZE, &unlimited);
     writer = VelmoraMediaFileWriter([](const std::wstring& fileName) {
         auto created = std::make_unique<AtomicFile>(fileName);
         fs::create_directory(narrowFileName(fileName).value());
