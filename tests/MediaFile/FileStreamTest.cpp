@@ -101,7 +101,7 @@ TEST_P(FileStreamTest, refusesWhatIsNoRegularFileAndDoesNotWaitForAFifo)
 // file. A pipe may take the file's name after the first look at it.
 TEST_P(FileStreamTest, waitsForTheHolderOfALeaseButNeverForAFifo)
 {
-    ::alarm(60);  // ends a test that waits
+    ::alarm(20);  // ends a test that waits
     for (const bool isLeased : {false, true}) {
         systemCalls = {.isLeased = isLeased};
         open("ab");

@@ -88,12 +88,12 @@ TEST_F(VelmoraMediaFileReaderTest, takesMemoryForBytesThatAreThere)
     giveFile(claim);
     expectFrameError(endOfFile);
     expectNothingLarger(1 << 20);
-    // A size that is no picture's is told before the missing bytes.
-    auto oddClaim = claim;
-    oddClaim.frameWidth = 65535;
-    for (const bool tellsItsEnd : {false, true}) {
+    // A size that is no picture's is told before the missing bytes, and where none are missing.
+    auto odd = MediaFileBytes::picture(0x8, 65535, 32767, noise(1 << 18));
+    for (const bool tellsItsEnd : {false, true, true}) {
         file.tellsItsEnd = tellsItsEnd;
-        giveFile(oddClaim);
+        giveFile(odd);
+        odd.frameHeight = tellsItsEnd ? 2 : 32767;
         expectFrameError<std::runtime_error>(
             "Frame format column pixel packing of 2 pixels is incompatible with supplied image "
             "columns of 65535");

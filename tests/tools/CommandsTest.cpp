@@ -3,8 +3,8 @@
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <cmath>
+#include <iterator>
 #include <tuple>
 
 using namespace testing;
@@ -52,12 +52,12 @@ TEST_F(Commands, makeSheetsAndThumbnails)
 
     // A red pixel beside transparent ones is red and half transparent, whatever they would show.
     constexpr float infinity = HUGE_VALF, notANumber = NAN;
+    const float pairs[2][8] = {{1, 0, 0, 1, infinity, notANumber, -infinity, 0},
+                               {1, 0, 0, 1, 0, 1, 0, 0}};
     std::vector<float> samples;
     for (int pair = 0; pair < 360 * 20; ++pair)
-        for (const float sample :
-             pair / 360 % 2 ? std::array{1.f, 0.f, 0.f, 1.f, 0.f, 1.f, 0.f, 0.f}
-                            : std::array{1.f, 0.f, 0.f, 1.f, infinity, notANumber, -infinity, 0.f})
-            samples.push_back(sample);
+        samples.insert(samples.end(), std::begin(pairs[pair / 360 % 2]),
+                       std::end(pairs[pair / 360 % 2]));
     writePicture("a.exr", {720, 20, 4, OIIO::TypeDesc::FLOAT}, samples);
     runWell("zeq thumbnail --size 360 -o . a.exr && zeq sheet a.exr -o b.png");
     const auto thumbnail = readPicture("a.png").second;
@@ -124,16 +124,16 @@ TEST_F(Commands, areDocumentedCompletely)
 TEST_F(Commands, refuseInOneLine)
 {
     using OIIO::TypeDesc;
-    writeFile(folder.file("a.zeq"), MediaFileBytes::picture(0x200, 1, 1, "rgb").bytes());
+    auto file = MediaFileBytes::picture(0x200, 1, 1, "rgb");
+    writeFile(folder.file("a.zeq"), file.bytes());
+    file.width = 3;
+    file.height = 0;
+    writeFile(folder.file("flat.zeq"), file.bytes());
     writePicture("odd.png", {3, 2, 3, TypeDesc::UINT8}, std::vector<float>(18));
     writePicture("wide.tif", {65536, 1, 1, TypeDesc::UINT8}, std::vector<float>(65536));
     writePicture("f.exr", {2, 1, 3, TypeDesc::FLOAT}, std::vector<float>(6));
     writePicture("five.exr", {1, 1, 5, TypeDesc::FLOAT}, std::vector<float>(5));
     runWell("mkdir empty; mkfifo p.png; cp $samples/*.zeq .");
-    auto flat = MediaFileBytes::picture(0x200, 1, 1, "rgb");
-    flat.width = 3;
-    flat.height = 0;
-    writeFile(folder.file("flat.zeq"), flat.bytes());
     const auto filesBefore = folder.files();
     const std::tuple<const char*, int, const char*> cases[] = {
         // clang-format off
