@@ -45,7 +45,8 @@ WRAPPED(ssize_t, pread, (int file, void* bytes, std::size_t size, off_t from),
 int __real_open(const char* name, int flags, mode_t mode);
 int __wrap_open(const char* name, int flags, mode_t mode)
 {
-    systemCalls.beforeOpening();
+    if (systemCalls.beforeOpening)
+        systemCalls.beforeOpening();
     if (systemCalls.isLeased && (flags & O_NONBLOCK) && !(flags & O_PATH)) {
         errno = EWOULDBLOCK;
         return -1;

@@ -10,7 +10,7 @@ struct SystemCalls
     int before = 0;
     int error = 0;
     bool isLeased = false;  // every file, so that opening it has to wait for the lease's holder
-    std::function<void()> beforeOpening = [] {};
+    std::function<void()> beforeOpening = {};
     bool areRecorded = false;  // only then does any of them fail
     std::string names = {};    // in their order
 };
