@@ -28,6 +28,8 @@
 #include <string>
 #include <thread>
 
+using namespace Headless;
+
 namespace {
 
 using namespace Benchmarks;

@@ -16,6 +16,8 @@
 #include <string>
 #include <utility>
 
+using namespace Headless;
+
 using namespace DD::Image;
 using namespace MediaConversion;
 

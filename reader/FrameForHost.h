@@ -4,9 +4,10 @@
 #include "MediaConversion/MediaPipeline/Frames.h"
 
 // What the host may be shown of a file, and how a file is refused that it may not.
+namespace ForHost {
 
 // The bits per sample that the host is told.
-inline int hostDepth(Velmora::ChannelType channelType)
+inline int depth(Velmora::ChannelType channelType)
 {
     switch (channelType) {
         case Velmora::ChannelType::U8:
@@ -21,7 +22,7 @@ inline int hostDepth(Velmora::ChannelType channelType)
 }
 
 // The matrix that rows are served from.
-inline const cv::Mat& hostImage(const Velmora::IFrame* frame)
+inline const cv::Mat& image(const Velmora::IFrame* frame)
 {
     if (!frame)
         MediaConversion::fail("No input frame!");
@@ -29,4 +30,6 @@ inline const cv::Mat& hostImage(const Velmora::IFrame* frame)
     if (!imageFrame)
         MediaConversion::fail("Unsupported input frame type!");
     return imageFrame->image();
+}
+
 }

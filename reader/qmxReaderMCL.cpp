@@ -107,7 +107,7 @@ void qmxReaderMCL::readHeader()
     m_encoder = std::make_unique<Encoder>(format, BGRA_F32());
     m_encoder->connectFrameSink(&m_frameSink);
 
-    set_info(header.width, header.height, hostDepth(format.channelType), 0.0);
+    set_info(header.width, header.height, ForHost::depth(format.channelType), 0.0);
     info_.channels(Mask_RGBA);
 }
 
@@ -127,7 +127,7 @@ void qmxReaderMCL::readFrame()
 // The host counts rows from the bottom, the frame from the top.
 void qmxReaderMCL::writeRow(int y, int x, int r, Row& row)
 {
-    const cv::Mat& image = hostImage(m_frame.get());
+    const cv::Mat& image = ForHost::image(m_frame.get());
     if (x >= r)
         return;
     const std::int64_t sourceRow = std::int64_t{height()} - 1 - y;

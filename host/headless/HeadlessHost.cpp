@@ -7,6 +7,8 @@
 #include <stdexcept>
 #include <utility>
 
+namespace Headless {
+
 namespace {
 
 class KnobCollector final : public DD::Image::Knob_Closure
@@ -86,4 +88,6 @@ std::string HeadlessHost::panelText() const
 void HeadlessHost::Unload::operator()(void* handle) const
 {
     ::dlclose(handle);
+}
+
 }

@@ -10,6 +10,8 @@
 #include <string>
 #include <vector>
 
+namespace Headless {
+
 // A knob as a format object asked for it; texts that it left out are empty.
 struct Knob
 {
@@ -47,3 +49,5 @@ private:
 
     std::unique_ptr<void, Unload> m_plugIn;
 };
+
+}

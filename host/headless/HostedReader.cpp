@@ -16,6 +16,8 @@
 #include <thread>
 #include <utility>
 
+namespace Headless {
+
 namespace {
 
 // The size comes from a file's header, which may claim anything: 2 GiB of samples and no more.
@@ -118,4 +120,6 @@ Imaging::HostPicture HostedReader::picture()
         threads.emplace_back(pullRows);
     threads.clear();
     return picture;
+}
+
 }

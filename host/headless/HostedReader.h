@@ -12,6 +12,8 @@
 #include <utility>
 #include <vector>
 
+namespace Headless {
+
 // A file's first bytes and a descriptor of it, as the host hands them to the readers. A file that
 // cannot be opened or read begins with zeros.
 class FileBeginning
@@ -83,3 +85,5 @@ private:
     std::uint64_t m_fileSize;
     std::unique_ptr<DD::Image::Reader> m_reader;
 };
+
+}

@@ -2,6 +2,8 @@
 
 #include <utility>
 
+namespace Headless {
+
 OutputNames::OutputNames(std::filesystem::path folder, const std::vector<std::string>& inputs)
     : m_folder(std::move(folder))
 {
@@ -33,4 +35,6 @@ bool OutputNames::take(const std::filesystem::path& path)
 {
     return m_taken.insert(std::filesystem::weakly_canonical(std::filesystem::absolute(path)))
         .second;
+}
+
 }

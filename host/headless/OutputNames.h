@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+namespace Headless {
+
 // Gives each picture a file name in the output folder. No two pictures get the same one, and none
 // gets that of a file that is still to be read or of the contact sheet.
 class OutputNames
@@ -23,3 +25,5 @@ private:
     std::filesystem::path m_folder;
     std::set<std::filesystem::path> m_taken;
 };
+
+}

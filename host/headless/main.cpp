@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+using namespace Headless;
+
 namespace {
 
 // What the command line asks for.

@@ -3,9 +3,6 @@
 #include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/support/MediaFileBytes.h"
 
-#include <cstddef>
-#include <cstdint>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -21,12 +18,10 @@ inline std::string noise(std::size_t size)
     return bytes;
 }
 
-// 28 bytes of headers (48 with the extension block) and 18 of pixels.
-inline MediaFileBytes smallPicture(int revision = 0)
+// 28 bytes of headers and 18 of pixels.
+inline MediaFileBytes smallPicture()
 {
-    auto content = MediaFileBytes::picture(0x200, 3, 2, noise(18));
-    content.headerRevision = static_cast<std::uint8_t>(revision);
-    return content;
+    return MediaFileBytes::picture(0x200, 3, 2, noise(18));
 }
 
 // A file in memory, what is wrong with it, and what has been done to it.

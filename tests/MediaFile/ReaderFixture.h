@@ -1,6 +1,5 @@
 #pragma once
 
-#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "tests/MediaFile/FakeFile.h"
@@ -8,7 +7,6 @@
 #include "tests/support/InstalledPool.h"
 
 #include <algorithm>
-#include <string>
 
 namespace MediaConversion::MediaFileTests {
 

@@ -1,12 +1,8 @@
 #include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/MediaFile/ReaderFixture.h"
 
-#include <cstddef>
 #include <exception>
-#include <ios>
 #include <map>
-#include <string>
-#include <vector>
 
 using namespace MediaConversion;
 using namespace MediaFileTests;

@@ -1,23 +1,15 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 
 #include "MediaConversion/MediaFile/AtomicFile.h"
-#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/Headers.h"
+#include "tests/MediaFile/FileSizeLimit.h"
 #include "tests/MediaFile/ReaderFixture.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 
-#include <sys/resource.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
-#include <csignal>
-#include <cstddef>
-#include <cstdint>
-#include <filesystem>
-#include <fstream>
-#include <initializer_list>
-#include <iterator>
-#include <memory>
-#include <string>
+#include <array>
 #include <tuple>
 
 using namespace MediaConversion;
@@ -40,12 +32,6 @@ struct VelmoraMediaFileWriterTest : ReaderFixture
         EXPECT_EQ(exception.fileName(), displayFileName(wideFileName(fileName)));
         return exception.what();
     }
-    // Of the file at the name, which the folder holds beside others.
-    std::string content(std::ptrdiff_t others = 0) const
-    {
-        EXPECT_EQ(std::distance(fs::directory_iterator(folder.file("")), {}), 1 + others);
-        return {std::istreambuf_iterator<char>(std::ifstream(name).rdbuf()), {}};
-    }
 
     TemporaryFolder folder;
     // Not UTF-8, and as long as a name can be.
@@ -56,12 +42,13 @@ struct VelmoraMediaFileWriterTest : ReaderFixture
 
 TEST_F(VelmoraMediaFileWriterTest, everyFormatAndKindOfFileIsReadBack)
 {
+    EXPECT_EQ(mediaFormatCodes().size(), 13u);
     for (const auto& [code, format] : mediaFormatCodes())
-        for (const auto revision : std::initializer_list<std::uint8_t>{0, 1, 2, 255}) {
+        for (const auto revision : std::to_array<std::uint8_t>({0, 1, 2, 255})) {
             const auto magic = revision % 2 ? MediaFileMagic::ZeqZ : MediaFileMagic::Zeq;
             pixels = noise(4 * 8 * format.pixelPacking.bytesPerGroup);
             write(name, format, 4, 8, {magic, 1, 2, revision, 4, 0xA1A2, 0xB1B2, 0xC1C2});
-            file.bytes = content();
+            file.bytes = folder.content(name);
             EXPECT_EQ(file.bytes.substr(0, 4), revision % 2 ? "zeqZ" : "zeq ");
             open();
             EXPECT_EQ(reader.mediaHeader(),
@@ -78,14 +65,16 @@ TEST_F(VelmoraMediaFileWriterTest, replacesFilesAndKeepsTheirPermissionsAndLinks
     const auto umask = ::umask(027);
     write(name, RGB_U8(), 2, 3, {}, 1);
     ::umask(umask);
-    EXPECT_EQ(content(), start + end);
+    EXPECT_EQ(folder.content(name), start + end);
     EXPECT_EQ(fs::status(name).permissions(), fs::perms{0640});
 
     fs::permissions(name, fs::perms{0606});
     fs::create_symlink(name, folder.file("link"));
     write(folder.file("link"), RGB_U8(), 2, 3, {.headerRevision = 2}, 1);
     EXPECT_TRUE(fs::is_symlink(folder.file("link")));
-    EXPECT_EQ(content(1), std::string(start).replace(6, 1, "\2") + std::string(20, '\0') + end);
+    EXPECT_EQ(folder.content(name),
+              std::string(start).replace(6, 1, "\2") + std::string(20, '\0') + end);
+    EXPECT_THAT(folder.files(), testing::SizeIs(2));
     EXPECT_EQ(fs::status(name).permissions(), fs::perms{0606});
 }
 
@@ -100,7 +89,7 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
         {"",                   BGRA_U8(), 32768, 32768, "Media file cannot hold a frame of 4294967296 bytes"},
         {"",                   BGRA_U8(), 16384, 65535, "Failed to create file: Not a file name"},
         {name + '\0',          RGB_U8(),  65535,     1, "Failed to create file: Not a file name"},
-        {folder.file(""),      ZEQ_420(),     1, 32767, "Failed to create file: Is a directory"},
+        {folder.file("d"),     ZEQ_420(),     1, 32767, "Failed to create file: Is a directory"},
         {folder.file("fifo"),  RGB_U8(),      1,     1, "Failed to create file: Not a regular file"},
         {folder.file("link"),  RGB_U8(),      1,     1, "Failed to create file: No such file or directory"},
         // clang-format on
@@ -108,30 +97,21 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
     writeFile(name, "old");
     ::mkfifo(folder.file("fifo").c_str(), 0666);
     fs::create_symlink("nothing", folder.file("link"));
-    const auto openFiles = [] {
-        return std::distance(fs::directory_iterator("/proc/self/fd"), {});
-    };
-    const auto openBefore = openFiles();
+    fs::create_directory(folder.file("d"));
     for (const auto& [fileName, format, rows, columns, text] : cases)
         EXPECT_EQ(write(fileName, format, rows, columns), text);
 
-    rlimit limit;
-    ::getrlimit(RLIMIT_FSIZE, &limit);
-    const auto unlimited = limit;
-    std::signal(SIGXFSZ, SIG_IGN);
-    for (limit.rlim_cur = 0; limit.rlim_cur < 28 + 18; ++limit.rlim_cur) {
-        ::setrlimit(RLIMIT_FSIZE, &limit);
+    for (rlim_t size = 0; size < 28 + 18; ++size) {
+        const FileSizeLimit limit(size);
         EXPECT_EQ(write(name, RGB_U8(), 2, 3), "Failed to write file: File too large");
     }
-    ::setrlimit(RLIMIT_FSIZE, &unlimited);
-    EXPECT_EQ(content(2), "old");
-
-    writer = VelmoraMediaFileWriter([this](const std::wstring& fileName) {
+    writer = VelmoraMediaFileWriter([](const std::wstring& fileName) {
         auto created = std::make_unique<AtomicFile>(fileName);
-        fs::create_directory(folder.file("new"));
+        fs::create_directory(narrowFileName(fileName).value());
         return created;
     });
     EXPECT_EQ(write(folder.file("new"), RGB_U8(), 2, 3), "Failed to write file: Is a directory");
-    EXPECT_EQ(content(3), "old");
-    EXPECT_EQ(openFiles(), openBefore);
+    EXPECT_EQ(folder.content(name), "old");
+    EXPECT_THAT(folder.files(), testing::SizeIs(5));
+    EXPECT_THAT(folder.descriptorFlags(), testing::IsEmpty());
 }

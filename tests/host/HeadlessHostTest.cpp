@@ -10,6 +10,8 @@
 #include <tuple>
 #include <vector>
 
+using namespace Headless;
+
 using namespace testing;
 
 using HeadlessHost = ProgramTest;

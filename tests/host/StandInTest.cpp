@@ -6,6 +6,8 @@
 #include <optional>
 #include <string>
 
+using namespace Headless;
+
 using namespace testing;
 using Description = DD::Image::Reader::Description;
 

@@ -8,6 +8,8 @@
 #include <string>
 #include <utility>
 
+using namespace Headless;
+
 using namespace testing;
 
 namespace {

@@ -13,6 +13,8 @@
 #include <iterator>
 #include <string>
 
+using namespace Headless;
+
 using namespace testing;
 using MediaConversion::joined;
 using MediaConversion::mediaFormatCodes;
@@ -90,7 +92,7 @@ Expectation expectation(const std::string& bytes)
             frameMessage(packing, columns, rows, bytes.size() - frameHeader - 8),
             field(12, 2),
             field(16, 2),
-            hostDepth(channelType),
+            ForHost::depth(channelType),
             columns,
             rows};
 }

@@ -11,6 +11,8 @@
 #include <utility>
 #include <vector>
 
+using namespace Headless;
+
 using MediaConversion::mediaFormatCodes;
 
 namespace {

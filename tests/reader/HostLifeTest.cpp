@@ -20,6 +20,8 @@
 #include <thread>
 #include <vector>
 
+using namespace Headless;
+
 using namespace testing;
 using Description = DD::Image::Reader::Description;
 

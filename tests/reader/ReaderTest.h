@@ -62,12 +62,12 @@ protected:
     }
 
     // By the reader's name and not by the file's first bytes, which may be wrong or missing.
-    static HostedReader construct(const std::string& fileName)
+    static Headless::HostedReader construct(const std::string& fileName)
     {
-        return HostedReader(description(), fileName);
+        return Headless::HostedReader(description(), fileName);
     }
 
-    static HostedReader opened(const std::string& fileName)
+    static Headless::HostedReader opened(const std::string& fileName)
     {
         auto reader = construct(fileName);
         reader.open();
@@ -105,7 +105,7 @@ protected:
         EXPECT_EXIT(exitAfterCheck(), testing::ExitedWithCode(0), testing::Eq(""));
     }
 
-    std::optional<HeadlessHost> m_host{PLUG_IN};
+    std::optional<Headless::HeadlessHost> m_host{PLUG_IN};
 
 private:
     // Others than the process's owner may enter it.

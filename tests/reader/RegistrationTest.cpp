@@ -4,6 +4,8 @@
 #include <optional>
 #include <string>
 
+using namespace Headless;
+
 using namespace testing;
 
 using Registration = ReaderTest;

@@ -8,6 +8,8 @@
 #include <thread>
 #include <vector>
 
+using namespace Headless;
+
 using namespace DD::Image;
 using namespace testing;
 

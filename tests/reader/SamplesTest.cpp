@@ -7,6 +7,8 @@
 #include <cstddef>
 #include <string>
 
+using namespace Headless;
+
 // The picture with the most bits stands for the original, to which each sample is as near as its
 // format lets it be: to half a code where no chroma is shared, and in the mean of all samples.
 TEST(Samples, showTheOriginal)

@@ -2,33 +2,19 @@
 
 #include <nlohmann/json.hpp>
 
-#include <cstdint>
-#include <string>
-#include <vector>
-
 using namespace testing;
 
-namespace {
-
-// A picture whose header claims much more than the stored 4 x 4 pixels, all of them opaque white.
-MediaFileBytes claim(std::uint16_t width, std::uint16_t height)
+struct BadInput : ProgramTest
 {
-    auto file = MediaFileBytes::picture(0x204, width, height, std::string(64, '\xFF'));
-    file.frameWidth = file.frameHeight = 4;
-    return file;
-}
-
-class BadInput : public ProgramTest
-{
-protected:
     void SetUp() override { runWell("cp $samples/coffee.zeq-422.zeq good.zeq"); }
 };
 
-}
-
 TEST_F(BadInput, costsNoMemoryForWhatItClaims)
 {
-    writeFile(path("claim.zeq"), claim(16000, 16000).bytes());
+    // Much more than the stored 4 x 4 pixels, all of them opaque white.
+    auto claim = MediaFileBytes::picture(0x204, 16000, 16000, std::string(64, '\xFF'));
+    claim.frameWidth = claim.frameHeight = 4;
+    writeFile(folder.file("claim.zeq"), claim.bytes());
     runWell(ADDRESS_SPACE_LIMIT
             "zeq check claim.zeq && zeq thumbnail claim.zeq -o . && "
             "zeq sheet claim.zeq -o s.png && zeq convert -f bgra-u8 claim.zeq c.zeq");
@@ -49,7 +35,7 @@ TEST_F(BadInput, costsNoMemoryForWhatItClaims)
     const char header[] =
         "\x89PNG\r\n\x1A\n\0\0\0\rIHDR\0\0\x4E\x20\0\0\x4E\x20\x08\x02\0\0\0\x6C\x12\xD1\x6E\0\0\0d"
         "IDAT";
-    writeFile(path("header.png"), {header, sizeof header - 1});
+    writeFile(folder.file("header.png"), {header, sizeof header - 1});
     EXPECT_EQ(run(ADDRESS_SPACE_LIMIT "zeq convert claim.zeq window.exr header.png --to tif out/"),
               1);
     EXPECT_THAT(
@@ -59,10 +45,10 @@ TEST_F(BadInput, costsNoMemoryForWhatItClaims)
               HasSubstr("zeq: window.exr: is a picture of 40000 x 40000 pixels of which 2 x 2 are"),
               HasSubstr("zeq: header.png: claims 20000 x 20000 pixels, too many for a file of 41 "
                         "bytes\n")));
-    EXPECT_THAT(files("out"), IsEmpty());
+    EXPECT_THAT(folder.files("out"), IsEmpty());
 
     // The claim of a frame that is not there costs nothing either, and is told as what it is.
-    writeFile(path("c.zeq"), MediaFileBytes::picture(0x200, 30000, 30000, "short").bytes());
+    writeFile(folder.file("c.zeq"), MediaFileBytes::picture(0x200, 30000, 30000, "short").bytes());
     EXPECT_EQ(run(ADDRESS_SPACE_LIMIT "zeq check --memory 1M c.zeq"), 1);
     EXPECT_EQ(errors, "zeq: c.zeq: Media file has unexpectedly reached End-Of-File\n");
 }
@@ -73,8 +59,9 @@ TEST_F(BadInput, isNamedAndKeepsNoOtherFromBeingChecked)
         "mkdir -p d/closed d/inner empty; ln -s loop d/loop; ln -s nothing d/link.zeq; "
         "ln -s ../inner d/inner/up; cp good.zeq d/inner; chmod 0 d/closed; zeq check -q d/inner");
     EXPECT_EQ(output, "");
-    writeFile(path("d/short.zeq"), MediaFileBytes::picture(0x200, 2, 2, "11 bytes...").bytes());
-    writeFile(path("d/unknown.zeq"), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
+    writeFile(folder.file("d/short.zeq"),
+              MediaFileBytes::picture(0x200, 2, 2, "11 bytes...").bytes());
+    writeFile(folder.file("d/unknown.zeq"), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
     EXPECT_EQ(run("[ $(id -u) != 0 ] || powerless='setpriv\n"
                   "--bounding-set=-dac_override,-dac_read_search'\n"
                   "$powerless '" PROGRAM "' check -j1 empty d gone/ s.#.zeq good.zeq; "
@@ -106,8 +93,8 @@ TEST_F(BadInput, keepsNoOtherFromBeingUsed)
                                   HasSubstr("zeq: loop.zeq: Failed to open file\n")));
         runWell("ln -sf loop.zeq loop.zeq");
     }
-    EXPECT_THAT(files(), Contains("s.png"));
-    EXPECT_THAT(files("out"), ElementsAre("good.png", "good.tif"));
+    EXPECT_THAT(folder.files(), Contains("s.png"));
+    EXPECT_THAT(folder.files("out"), ElementsAre("good.png", "good.tif"));
 }
 
 TEST_F(BadInput, givesNoOrdersToATerminal)

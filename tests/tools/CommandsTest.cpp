@@ -3,11 +3,9 @@
 
 #include <nlohmann/json.hpp>
 
-#include <array>
 #include <cmath>
-#include <string>
+#include <iterator>
 #include <tuple>
-#include <vector>
 
 using namespace testing;
 
@@ -19,9 +17,9 @@ TEST_F(Commands, showWhatAFileSaysOfItself)
     file.magic = "zeqZ";
     file.headerRevision = 2;
     file.frameWidth = 6;
-    writeFile(path("a.zeq"), file.bytes());
+    writeFile(folder.file("a.zeq"), file.bytes());
     file.mediaFormatCode = 0x201;
-    writeFile(path("b\xff.zeq"), file.bytes());
+    writeFile(folder.file("b\xff.zeq"), file.bytes());
     runWell("zeq info a.zeq");
     EXPECT_EQ(output,
               "file: a.zeq\nformat: ZEQ-4224-HYBRID\nformatCode: 0x1100c\nwidth: 4\nheight: 2\n"
@@ -54,12 +52,12 @@ TEST_F(Commands, makeSheetsAndThumbnails)
 
     // A red pixel beside transparent ones is red and half transparent, whatever they would show.
     constexpr float infinity = HUGE_VALF, notANumber = NAN;
+    const float pairs[2][8] = {{1, 0, 0, 1, infinity, notANumber, -infinity, 0},
+                               {1, 0, 0, 1, 0, 1, 0, 0}};
     std::vector<float> samples;
     for (int pair = 0; pair < 360 * 20; ++pair)
-        for (const float sample :
-             pair / 360 % 2 ? std::array{1.f, 0.f, 0.f, 1.f, 0.f, 1.f, 0.f, 0.f}
-                            : std::array{1.f, 0.f, 0.f, 1.f, infinity, notANumber, -infinity, 0.f})
-            samples.push_back(sample);
+        samples.insert(samples.end(), std::begin(pairs[pair / 360 % 2]),
+                       std::end(pairs[pair / 360 % 2]));
     writePicture("a.exr", {720, 20, 4, OIIO::TypeDesc::FLOAT}, samples);
     runWell("zeq thumbnail --size 360 -o . a.exr && zeq sheet a.exr -o b.png");
     const auto thumbnail = readPicture("a.png").second;
@@ -73,7 +71,7 @@ TEST_F(Commands, makeSheetsAndThumbnails)
 
     EXPECT_EQ(run("zeq thumbnail --size 30 -o small $samples/coffee.rgb*8.zeq missing.zeq"), 1);
     EXPECT_EQ(errors, "zeq: missing.zeq: Failed to open file\n");
-    EXPECT_THAT(files("small"), ElementsAre("coffee.rgb-u8.png", "coffee.rgba-u8.png"));
+    EXPECT_THAT(folder.files("small"), ElementsAre("coffee.rgb-u8.png", "coffee.rgba-u8.png"));
     const auto small = readPicture("small/coffee.rgba-u8.png").first;
     EXPECT_THAT(std::vector({small.width, small.height, small.nchannels}), ElementsAre(30, 20, 4));
 }
@@ -96,9 +94,9 @@ TEST_F(Commands, lookAfterTheInstallation)
 // Every option of every sub-command is in its help, in the manual page and in the completion.
 TEST_F(Commands, areDocumentedCompletely)
 {
-    auto manual = bytes(BUILT_TEXTS "/zeq.1");
+    auto manual = folder.content(BUILT_TEXTS "/zeq.1");
     std::erase(manual, '\\');
-    const auto completion = bytes(BUILT_TEXTS "/zeq.bash");
+    const auto completion = folder.content(BUILT_TEXTS "/zeq.bash");
     runWell("zeq --version; zeq --help");
     const auto overview = output;
     EXPECT_THAT(overview, ContainsRegex("^zeq [0-9.]+ Beta\n"));
@@ -126,23 +124,22 @@ TEST_F(Commands, areDocumentedCompletely)
 TEST_F(Commands, refuseInOneLine)
 {
     using OIIO::TypeDesc;
-    writeFile(path("a.zeq"), MediaFileBytes::picture(0x200, 1, 1, "rgb").bytes());
+    auto file = MediaFileBytes::picture(0x200, 1, 1, "rgb");
+    writeFile(folder.file("a.zeq"), file.bytes());
+    file.width = 3;
+    file.height = 0;
+    writeFile(folder.file("flat.zeq"), file.bytes());
     writePicture("odd.png", {3, 2, 3, TypeDesc::UINT8}, std::vector<float>(18));
     writePicture("wide.tif", {65536, 1, 1, TypeDesc::UINT8}, std::vector<float>(65536));
     writePicture("f.exr", {2, 1, 3, TypeDesc::FLOAT}, std::vector<float>(6));
     writePicture("five.exr", {1, 1, 5, TypeDesc::FLOAT}, std::vector<float>(5));
     runWell("mkdir empty; mkfifo p.png; cp $samples/*.zeq .");
-    auto flat = MediaFileBytes::picture(0x200, 1, 1, "rgb");
-    flat.width = 3;
-    flat.height = 0;
-    writeFile(path("flat.zeq"), flat.bytes());
-    const auto filesBefore = files();
+    const auto filesBefore = folder.files();
     const std::tuple<const char*, int, const char*> cases[] = {
         // clang-format off
         {"",                                           2, "a command is required; see zeq --help"},
         {"frobnicate",                                 2, "unknown command frobnicate; see zeq --help"},
-        {"thumbnail flat.zeq -o .",                    1,
-            "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
+        {"thumbnail flat.zeq -o .",                    1, "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
         {"thumbnail a.zeq -o a.zeq/b",                 1, "a.zeq/b/: Not a directory"},
         {"thumbnail a.zeq -o ''",                      2, "--output: a folder is required"},
         {"check empty",                                1, "empty: no media files found"},
@@ -151,8 +148,7 @@ TEST_F(Commands, refuseInOneLine)
         {"convert a.zeq",                              2, "OUTPUT is required"},
         {"convert a.zeq b.png --format RGB",           2, "--format: unknown FORMAT RGB; see --help"},
         {"convert a.zeq b.png --format rgb-u8",        2, "--format is for media files, which end in .zeq"},
-        {"convert a.zeq b.zeq --depth 8",              2,
-            "--depth is for other pictures; a media file's depth is that of its --format"},
+        {"convert a.zeq b.zeq --depth 8",              2, "--depth is for other pictures; a media file's depth is that of its --format"},
         {"convert a.zeq b.xyz",                        2, "b.xyz: files of this kind are not written; see --help"},
         {"convert a.zeq .",                            2, "--to is needed for an OUTPUT that is a folder"},
         {"convert a.zeq b.png --jobs 0",               2, "--jobs: 0 is no number from 1 to 1024"},
@@ -168,19 +164,15 @@ TEST_F(Commands, refuseInOneLine)
         {"convert s1.zeq ./t1.zeq t#.zeq",             2, "s1.zeq would overwrite the input ./t1.zeq"},
         {"convert odd.png o.zeq -f zeq-422",           1, "odd.png: is 3 pixels wide; ZEQ-422 needs a multiple of 2"},
         {"convert f.exr o.zeq -f zeq-420",             1, "f.exr: is 1 pixels high; ZEQ-420 needs a multiple of 2"},
-        {"convert wide.tif o.zeq",                     1,
-            "wide.tif: is 65536 pixels wide; a media file holds at most 65535"},
-        {"convert five.exr o.zeq",                     1,
-            "five.exr: has 5 channels; grey, grey with alpha, RGB and RGBA can be read"},
-        {"convert coffee.zeq-422.zeq o.jpg",           1,
-            "coffee.zeq-422.zeq: 10-bit samples do not fit into jpg files without loss; choose a --depth"},
-        {"convert coffee.bgra-u8.zeq o.dpx --depth 10", 1,
-            "coffee.bgra-u8.zeq: dpx files with alpha are not written in --depth 10; choose 8, 12, 16"},
+        {"convert wide.tif o.zeq",                     1, "wide.tif: is 65536 pixels wide; a media file holds at most 65535"},
+        {"convert five.exr o.zeq",                     1, "five.exr: has 5 channels; grey, grey with alpha, RGB and RGBA can be read"},
+        {"convert coffee.zeq-422.zeq o.jpg",           1, "coffee.zeq-422.zeq: 10-bit samples do not fit into jpg files without loss; choose a --depth"},
+        {"convert coffee.bgra-u8.zeq o.dpx --depth 10", 1, "coffee.bgra-u8.zeq: dpx files with alpha are not written in --depth 10; choose 8, 12, 16"},
         // clang-format on
     };
     for (const auto& [arguments, status, text] : cases) {
         EXPECT_EQ(run(std::string("zeq ") + arguments), status) << arguments;
         EXPECT_EQ(errors, std::string("zeq: ") + text + "\n") << arguments;
     }
-    EXPECT_EQ(files(), filesBefore);
+    EXPECT_EQ(folder.files(), filesBefore);
 }

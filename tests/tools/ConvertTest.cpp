@@ -2,11 +2,7 @@
 
 #include <cmath>
 #include <csignal>
-#include <filesystem>
-#include <set>
-#include <string>
 #include <tuple>
-#include <vector>
 
 using namespace testing;
 using OIIO::TypeDesc;
@@ -14,9 +10,8 @@ using OIIO::TypeDesc;
 namespace fs = std::filesystem;
 using Name = std::string;
 
-class Convert : public ProgramTest
+struct Convert : ProgramTest
 {
-protected:
     // Ends with `then`, when the conversion in the background has written its first file.
     int runUntilTheFirstOutput(const Name& before, const Name& streams, const Name& then)
     {
@@ -32,14 +27,14 @@ TEST_F(Convert, bringsPicturesBackToTheBit)
                             "rgb-dpx-filled", "bgr-dpx-filled", "rgb-smpte-2110", "bgr-smpte-2110"};
     const Name kinds[] = {"png", "exr", "tif", "dpx"};
     for (int frame = 0; const auto& format : formats)
-        copySample(format, {"s." + std::to_string(++frame) + ".zeq"});
+        runWell("cp $samples/coffee." + format + ".zeq s." + std::to_string(++frame) + ".zeq");
     for (const auto& kind : kinds)
         runWell("zeq convert -q s.#.zeq " + kind + ".#." + kind);
     for (int frame = 0; const auto& format : formats) {
         const auto number = "." + std::to_string(++frame) + ".";
         runWell("zeq convert -q -f " + format + " *" + number + "[!z]* back/");
         for (const auto& kind : kinds)
-            EXPECT_TRUE(bytes(path("s" + number + "zeq"))
+            EXPECT_TRUE(folder.content("s" + number + "zeq")
                             .ends_with(frameData("back/" + kind + number + "zeq")))
                 << format << kind;
     }
@@ -69,7 +64,7 @@ TEST_F(Convert, storesPicturesInTheDepthOfTheirData)
                   std::tuple(type, bits, channels))
             << sample << " to " << file;
     }
-    EXPECT_EQ(bytes(path("a.dpx")).substr(36, 6), Name("a.dpx", 6))
+    EXPECT_EQ(folder.content("a.dpx").substr(36, 6), Name("a.dpx", 6))
         << "The file's name in its header";
     runWell("zeq convert a.dpx a.zeq && zeq info a.zeq");
     EXPECT_THAT(output, HasSubstr("format: RGB-DPX-FILLED\n"));
@@ -144,7 +139,7 @@ TEST_F(Convert, keepsThePicturesWindowAndWhatAMediaFileSaysBesideItsFrame)
     file.headerByte3 = 9;
     file.frameField1 = 0x1234;
     file.frameWidth = 2;
-    writeFile(path("a.zeq"), file.bytes());
+    writeFile(folder.file("a.zeq"), file.bytes());
     runWell("zeq convert a.zeq b.zeq -f bgr-u8; zeq convert a.zeq ./a.zeq");
     for (const Name name : {"a.zeq", "b.zeq"}) {
         runWell("zeq info " + name);
@@ -158,41 +153,41 @@ TEST_F(Convert, keepsThePicturesWindowAndWhatAMediaFileSaysBesideItsFrame)
 
 TEST_F(Convert, goesOnWithTheOtherFramesAndFinishesLater)
 {
-    copySample("rgb-u8", {"s.0001.zeq", "s.0002.zeq", "s.0004.zeq"});
-    fs::resize_file(path("s.0002.zeq"), 1000);
+    runWell("for n in 1 2 4; do cp $samples/coffee.rgb-u8.zeq s.000$n.zeq; done");
+    fs::resize_file(folder.file("s.0002.zeq"), 1000);
     EXPECT_EQ(run("zeq convert s.####.zeq t.##.png"), 1);
     EXPECT_EQ(errors, "zeq: s.0002.zeq: Media file has unexpectedly reached End-Of-File\n");
     EXPECT_THAT(output, EndsWith("2 converted, 0 skipped, 1 failed\n"));
-    fs::remove(path("t.04.png"));
-    writeFile(path("t.01.png"), "kept");
+    fs::remove(folder.file("t.04.png"));
+    writeFile(folder.file("t.01.png"), "kept");
     EXPECT_EQ(run("zeq convert --skip-existing --frames 1-4x3,9 s.%04d.zeq t.##.png"), 1);
     EXPECT_EQ(errors, "zeq: s.0009.zeq: Failed to open file\n");
     EXPECT_EQ(output, "s.0004.zeq -> t.04.png\n1 converted, 1 skipped, 1 failed\n");
-    EXPECT_EQ(bytes(path("t.01.png")), "kept");
+    EXPECT_EQ(folder.content("t.01.png"), "kept");
 }
 
 // What was there stays when the new file cannot be written whole; it is that file which is named.
 TEST_F(Convert, leavesNothingHalfWrittenOnAFullDisk)
 {
-    copySample("rgb-u8", {"a.zeq"});
+    runWell("cp $samples/coffee.rgb-u8.zeq a.zeq");
     for (const Name file : {"o.png", "o.jpg", "o.exr", "o.tif", "o.dpx", "o.zeq"}) {
-        writeFile(path(file), "old");
+        writeFile(folder.file(file), "old");
         EXPECT_EQ(run("ulimit -f 8; zeq convert a.zeq " + file), 1) << file;
         EXPECT_THAT(errors, MatchesRegex("zeq: " + file + ": [^\n]*File too large\n"));
-        EXPECT_EQ(bytes(path(file)), "old");
-        EXPECT_EQ(files(), (std::set<Name>{"a.zeq", file}));
-        fs::remove(path(file));
+        EXPECT_EQ(folder.content(file), "old");
+        EXPECT_EQ(folder.files(), (std::set<Name>{"a.zeq", file}));
+        fs::remove(folder.file(file));
     }
 }
 
 // A file that is opened where a standard stream should be would be written all messages.
 TEST_F(Convert, writesNoMessagesIntoItsOutputsAndGoesOnWithoutReaders)
 {
-    copySequence("rgb-u8", 60);
+    runWell("for n in $(seq 60); do cp $samples/coffee.rgb-u8.zeq s.$n.zeq; done");
     runWell("zeq convert s.1.zeq right.zeq -f ZEQ-422");
     for (const Name closed : {">&-", "2>&-", "<&-"}) {
         runWell("zeq convert -qj2 -f ZEQ-422 s.1.zeq t.zeq " + closed);
-        EXPECT_TRUE(bytes(path("t.zeq")) == bytes(path("right.zeq"))) << closed;
+        EXPECT_TRUE(folder.content("t.zeq") == folder.content("right.zeq")) << closed;
     }
     EXPECT_EQ(runUntilTheFirstOutput("", "<&- >&- 2>&-", "cd /proc/$!/fd; readlink 0 1 2; kill $!"),
               0);
@@ -200,28 +195,28 @@ TEST_F(Convert, writesNoMessagesIntoItsOutputsAndGoesOnWithoutReaders)
     // Where nobody reads all lines the rest is converted, and that is a failure.
     EXPECT_EQ(run("mkfifo p; exec 3<>p 4>p 3<&-; zeq convert --frames 1-5 s.#.zeq t.#.png >&4"), 1);
     EXPECT_EQ(errors, "zeq: The output could not be written\n");
-    EXPECT_TRUE(files().contains("t.5.png"));
+    EXPECT_TRUE(folder.files().contains("t.5.png"));
 }
 
 TEST_F(Convert, leavesNothingHalfWrittenWhenItIsEnded)
 {
-    copySequence("zeq-422", 60);
+    runWell("for n in $(seq 60); do cp $samples/coffee.zeq-422.zeq s.$n.zeq; done");
     // A shell has programs in the background ignore an interruption.
     const auto convertUntil = [this](int signal, const Name& handling) {
-        fs::remove_all(path("out"));
+        fs::remove_all(folder.file("out"));
         return runUntilTheFirstOutput("ulimit -c 0; env " + handling, "",
                                       "kill -" + std::to_string(signal) + " $!; wait $!");
     };
     // What it is told to ignore, as by nohup, does not end it.
     EXPECT_EQ(convertUntil(SIGHUP, "--ignore-signal=HUP"), 0);
-    EXPECT_EQ(files("out").size(), 60u);
+    EXPECT_EQ(folder.files("out").size(), 60u);
     for (const int signal :
          {SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2, SIGALRM, SIGTERM, SIGXCPU}) {
         EXPECT_EQ(convertUntil(signal, "--default-signal"), 128 + signal);
-        EXPECT_LT(files("out").size(), 60u);
-        for (const auto& file : files("out"))
-            EXPECT_TRUE(bytes(path("out/" + file)) == bytes(path("out/s.1.png"))) << file;
+        EXPECT_LT(folder.files("out").size(), 60u);
+        for (const auto& file : folder.files("out"))
+            EXPECT_TRUE(folder.content("out/" + file) == folder.content("out/s.1.png")) << file;
     }
     runWell("zeq convert -q --skip-existing --to png s.#.zeq out");
-    EXPECT_EQ(files("out").size(), 60u);
+    EXPECT_EQ(folder.files("out").size(), 60u);
 }
