@@ -124,7 +124,8 @@ def main():
     sys.exit(unnoticed != 0)
 
 
-try:
-    main()
-except DoesNotCompile as problem:
-    sys.exit(f"Does not compile without a fault: {problem}")
+if __name__ == "__main__":
+    try:
+        main()
+    except DoesNotCompile as problem:
+        sys.exit(f"Does not compile without a fault: {problem}")
