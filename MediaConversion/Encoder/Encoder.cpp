@@ -113,9 +113,13 @@ std::unique_ptr<Velmora::IImageFrame> convert(std::unique_ptr<Velmora::IFrame> f
     encoder.start();
     encoder.onNewFrame(std::move(frame));
     encoder.stop();
-    // Where there is no OpenGL, all chains make image frames.
-    return std::unique_ptr<Velmora::IImageFrame>(
-        &dynamic_cast<Velmora::IImageFrame&>(*converted.takeFrame().release()));
+    // A frame of any kind passes unchanged where the formats are the same.
+    auto result = converted.takeFrame();
+    auto* const image = dynamic_cast<Velmora::IImageFrame*>(result.get());
+    if (!image)
+        fail("frame is not an IImageFrame");
+    static_cast<void>(result.release());
+    return std::unique_ptr<Velmora::IImageFrame>(image);
 }
 
 }

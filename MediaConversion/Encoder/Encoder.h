@@ -56,7 +56,8 @@ private:
 };
 
 // The picture in another format, by an Encoder made for this one frame. Throws a std::runtime_error
-// where the Encoder does, and "no frame data" for a null frame.
+// where the Encoder does, "no frame data" for a null frame and "frame is not an IImageFrame" for a
+// frame of another kind.
 std::unique_ptr<Velmora::IImageFrame> convert(std::unique_ptr<Velmora::IFrame> frame,
                                               const Velmora::FrameFormat& format);
 

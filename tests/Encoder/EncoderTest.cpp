@@ -121,6 +121,15 @@ TEST_F(EncoderFlow, refusesFramesButGoesOn)
     m_encoder.onNewFrame(frameOf(BGRA_U8()));
 }
 
+TEST(Convert, refusesAndFreesWhatIsNoImage)
+{
+    expectFailure("no frame data", [] { convert(nullptr, BGR_U8()); });
+    std::weak_ptr<int> life;
+    expectFailure("frame is not an IImageFrame",
+                  [&] { convert(std::make_unique<OtherFrame>(BGR_U8(), &life), BGR_U8()); });
+    EXPECT_TRUE(life.expired());
+}
+
 // The raw data, the result and for some formats a frame between the two; four would keep a clip
 // from ever having the blocks that it needs.
 TEST(Encoder, takesTwoOrThreeBlocksForEachFrameOfAFile)
