@@ -2,6 +2,7 @@
 // CONVERSION/PICTURE/HEIGHT/THREADS/CONTENDER; report.py runs those that share all but the
 // contender together, in one process and taking turns at random, and makes tables of their ratios.
 
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "benchmarks/Machine.h"
 #include "benchmarks/Peers.h"
 #include "benchmarks/Work.h"
@@ -30,7 +31,7 @@ struct Trial
         : conversion(itsConversion),
           setting(itsSetting),
           image(makePicture(conversion.source, setting)),
-          frame(frameOf(conversion.source, image)),
+          frame(Velmora::frameOver(conversion.source, image)),
           ours(conversion, source())
     {
         cv::setNumThreads(setting.threads);
@@ -48,9 +49,9 @@ struct Trial
     FrameSource source()
     {
         if (conversion.scope != Scope::PeersFromFile)
-            return [this] { return frameOf(conversion.source, image); };
+            return [this] { return Velmora::frameOver(conversion.source, image); };
         writeMediaFile(folder.file("frame.zeq"), *frame);
-        return fromFile(folder.file("frame.zeq"));
+        return [this] { return MediaConversion::readMediaFile(folder.file("frame.zeq")); };
     }
 
     // As many bytes to be copied as the conversion reads and writes.

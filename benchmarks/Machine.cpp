@@ -7,8 +7,6 @@
 
 #include <cstddef>
 #include <cstring>
-#include <fstream>
-#include <string>
 #include <vector>
 
 #include <immintrin.h>
@@ -45,15 +43,6 @@ READ_AND_WRITE(nonTemporal32, "avx2",    __m256i, _mm256_loadu_si256, _mm256_xor
 READ_AND_WRITE(nonTemporal64, "avx512f", __m512i, _mm512_loadu_si512, _mm512_xor_si512, _mm512_stream_si512)
 // clang-format on
 #undef READ_AND_WRITE
-
-std::string processorName()
-{
-    std::ifstream file("/proc/cpuinfo");
-    for (std::string line; std::getline(file, line);)
-        if (line.starts_with("model name"))
-            return line.substr(line.find(": ") + 2);
-    return "unknown processor";
-}
 
 constexpr int stripes = 256;
 constexpr std::size_t alignment = 64;
@@ -114,7 +103,6 @@ int runBenchmarks(int argc, char** argv)
         return 2;
     constexpr const char* levels[] = {"baseline", "SSE4.1", "AVX2", "AVX-512"};
     const auto level = static_cast<std::size_t>(MediaConversion::useLevelOfEnvironment());
-    benchmark::AddCustomContext("processor", processorName());
     benchmark::AddCustomContext("kernel level", levels[level]);
 #ifdef __clang__
     benchmark::AddCustomContext("compiler", __VERSION__);

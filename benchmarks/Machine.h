@@ -30,7 +30,7 @@ void readAndWrite(const Stores& stores, const cv::Mat& input, cv::Mat& output);
 void copyRows(const cv::Mat& from, cv::Mat& to);
 
 // Takes the kernel level that KERNEL_LEVEL names, and runs what is registered with Google Benchmark
-// and asked for. Its report says what it does not know of the machine by itself. The exit status.
+// and asked for. Its report names the level, the compiler and OpenCV. The exit status.
 int runBenchmarks(int argc, char** argv);
 
 }

@@ -69,7 +69,7 @@ public:
         // By a process of its own: this one's memory is still to be touched for the first time.
         const auto child = ::fork();
         if (child == 0) {
-            writeMediaFile(m_file, *frameOf(format, makePicture(format, setting)));
+            writeMediaFile(m_file, *Velmora::frameOver(format, makePicture(format, setting)));
             ::_exit(0);
         }
         int status = 0;

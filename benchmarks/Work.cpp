@@ -3,7 +3,6 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Encoder/Filters.h"
 #include "MediaConversion/MediaFile/FileNames.h"
-#include "MediaConversion/MediaFile/FileStreams.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
@@ -71,31 +70,14 @@ cv::Mat makePicture(const FrameFormat& format, const Setting& setting)
 
 cv::Mat photograph(const FrameFormat& format)
 {
-    const auto frame = fromFile(BENCHMARK_SAMPLES "/coffee.bgra-u8.zeq")();
-    const auto& image = dynamic_cast<Velmora::IImageFrame&>(*frame).image();
-    return converted(BGRA_F32(), converted(frame->format(), image, BGRA_F32()), format).clone();
-}
-
-std::unique_ptr<Velmora::ImageFrame> frameOf(const FrameFormat& format, const cv::Mat& image)
-{
-    if (Velmora::FullFormatCvTypes().contains(format))
-        return std::make_unique<Velmora::FullFrame>(format, image);
-    return std::make_unique<Velmora::PackedFrame>(format, image);
+    auto frame = MediaConversion::readMediaFile(BENCHMARK_SAMPLES "/coffee.bgra-u8.zeq");
+    auto floats = MediaConversion::convert(std::move(frame), BGRA_F32());
+    return MediaConversion::convert(std::move(floats), format)->image().clone();
 }
 
 void writeMediaFile(const std::string& fileName, const Velmora::ImageFrame& frame)
 {
     MediaConversion::VelmoraMediaFileWriter().write(MediaConversion::wideFileName(fileName), frame);
-}
-
-FrameSource fromFile(const std::string& fileName)
-{
-    return [name = MediaConversion::wideFileName(fileName)] {
-        MediaConversion::FileStreamFactory streams;
-        MediaConversion::VelmoraMediaFileReader file(streams);
-        file.open(name);
-        return file.readFrame();
-    };
 }
 
 OurWork::OurWork(const Conversion& conversion, FrameSource source)
@@ -118,11 +100,7 @@ const cv::Mat& OurWork::result() const
 
 cv::Mat converted(const FrameFormat& from, const cv::Mat& image, const FrameFormat& to)
 {
-    if (from == to)
-        return image;
-    OurWork work({from, to}, [&] { return frameOf(from, image); });
-    work.run();
-    return work.result().clone();
+    return MediaConversion::convert(Velmora::frameOver(from, image), to)->image().clone();
 }
 
 cv::Mat referenceConverted(const Velmora::ImageFrame& frame, const FrameFormat& destination)
@@ -138,7 +116,7 @@ cv::Mat pictureOf(const FrameFormat& format, const cv::Mat& image)
         cv::cvtColor(image, picture, cv::COLOR_BGRA2BGR);
         return picture;
     }
-    const auto frame = frameOf(format, image);
+    const auto frame = Velmora::frameOver(format, image);
     if (format != RGB_DXT1())
         return pictureOf(BGRA_F32(), referenceConverted(*frame, BGRA_F32()));
     return pictureOf(BGRA_U8(), referenceConverted(*frame, BGRA_U8()));

@@ -17,14 +17,9 @@ cv::Mat makePicture(const Velmora::FrameFormat& format, const Setting& setting);
 // A photograph of 300 x 200 pixels.
 cv::Mat photograph(const Velmora::FrameFormat& format);
 
-using FrameSource = std::function<std::unique_ptr<Velmora::IFrame>()>;
-
-std::unique_ptr<Velmora::ImageFrame> frameOf(const Velmora::FrameFormat& format,
-                                             const cv::Mat& image);
 void writeMediaFile(const std::string& fileName, const Velmora::ImageFrame& frame);
 
-// Opens the media file and reads its frame.
-FrameSource fromFile(const std::string& fileName);
+using FrameSource = std::function<std::unique_ptr<Velmora::IFrame>()>;
 
 // The frame's way through the Encoder, or through the filter alone for RGB-DXT1 of RGBA, which the
 // registry does not offer. Like the reader, it holds a result until the next replaces it.
@@ -43,7 +38,7 @@ private:
     std::unique_ptr<Velmora::IFrame> m_result;
 };
 
-// Once through the Encoder, or the image itself where the formats are the same.
+// The image in another format, by the Encoder.
 cv::Mat converted(const Velmora::FrameFormat& from, const cv::Mat& image,
                   const Velmora::FrameFormat& to);
 

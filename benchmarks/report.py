@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Runs the benchmarks and writes a page and its plots from what they report.
+"""Runs the benchmarks and writes a page and its plot from what they report.
 
     report.py PROGRAMS RESULTS PAGES [--quick] [Google Benchmark's options]
 
@@ -42,7 +42,8 @@ def measure(programs, options):
             work += [(programs / program, group) for group in groups if not quick or
                      group[1] != "smooth" and int(group[2]) <= 1080]
     options = [option for option in options if not option.startswith("--benchmark_filter")]
-    results = {"context": {}, "benchmarks": []}
+    processor = re.search("model name\t: (.*)", pathlib.Path("/proc/cpuinfo").read_text())[1]
+    results = {"context": {"processor": processor}, "benchmarks": []}
     for number, (program, group) in enumerate(work, 1):
         name = "/".join(group)
         print(f"{number}/{len(work)} {name}", file=sys.stderr, flush=True)
@@ -264,20 +265,16 @@ def with_section(page, section):
     return "\n".join(each.strip() + "\n" for each in [introduction, *sections])
 
 
-# Plots, in colours that the colour-blind can tell apart.
+# The plot, in colours that the colour-blind can tell apart.
 
 OURS, REFERENCE, OTHERS, GREY, FAINT = "#0072B2", "#D55E00", "#009E73", "#666666", "#E4E4E4"
 
 
-def bare(axes, grid):
-    axes.grid(axis=grid, color=FAINT)
-    axes.set_axisbelow(True)
-    axes.tick_params(length=0)
-    axes.minorticks_off()
-    axes.spines[:].set_visible(False)
-
-
-def draw_speed(report, pyplot, path):
+def draw(report, path):
+    import matplotlib
+    matplotlib.use("svg")
+    from matplotlib import pyplot
+    matplotlib.rcParams |= {"svg.fonttype": "none", "svg.hashsalt": "benchmarks"}
     # Rows that differ from others in the order of the colours only are left out.
     conversions = [name for name in report.conversions if "BGR-" not in name]
     rows = len(conversions), len(report.peers)
@@ -312,7 +309,11 @@ def draw_speed(report, pyplot, path):
         axes.set_ylim(len(names) - 0.5, -0.5)
         axes.axvline(1, color=GREY, linewidth=1.5, zorder=0)
         axes.set_title(title, loc="left", x=-0.35, pad=28, fontweight="bold", fontsize=12)
-        bare(axes, "x")
+        axes.grid(axis="x", color=FAINT)
+        axes.set_axisbelow(True)
+        axes.tick_params(length=0)
+        axes.minorticks_off()
+        axes.spines[:].set_visible(False)
         for index, (text, colour) in enumerate(legend):
             axes.annotate("● " + text, (index * 0.1, 1), (0, 9), xycoords="axes fraction",
                           textcoords="offset points", color=colour)
@@ -323,41 +324,6 @@ def draw_speed(report, pyplot, path):
     figure.savefig(path)
 
 
-def draw_growth(report, pyplot, path):
-    figure, panels = pyplot.subplots(1, len(report.growing), figsize=(10.6, 4), sharey=True,
-                                     squeeze=False)
-    for axes, name in zip(panels[0], report.growing):
-        for threads, colour in ((1, "black"), (2, OURS)):
-            points = [(height * height * 16 / 9e6, report.nanoseconds(name, height, threads))
-                      for height in HEIGHTS]
-            axes.loglog(*zip(*(point for point in points if point[1])), "o-", color=colour,
-                        markersize=5, linewidth=2.2)
-        axes.set_xlim(0.36, 50)
-        axes.set_xticks([0.518, 2.07, 8.29, 33.2], ["0.5", "2", "8", "33"])
-        axes.set_yticks([0.2, 0.5, 1, 2, 5, 10], ["0.2", "0.5", "1", "2", "5", "10"])
-        axes.set_ylim(0.1, 16)
-        axes.set_title(name.replace(" to ", "\nto "), loc="left", fontsize=10)
-        bare(axes, "y")
-    figure.text(0.02, 0.93, "Nanoseconds for a pixel, by the megapixels of the picture",
-                fontweight="bold", fontsize=12)
-    figure.text(0.05, 0.865, "● one thread")
-    figure.text(0.16, 0.865, "● two threads", color=OURS)
-    figure.text(0.02, 0.02, report.machine + ", noise.", color=GREY, fontsize=9)
-    figure.subplots_adjust(0.05, 0.15, 0.98, 0.73, wspace=0.12)
-    figure.savefig(path)
-
-
-def draw(report, pages):
-    import matplotlib
-    matplotlib.use("svg")
-    from matplotlib import pyplot
-    matplotlib.rcParams |= {"svg.fonttype": "none", "svg.hashsalt": "benchmarks"}
-    if report.conversions and report.peers:
-        draw_speed(report, pyplot, pages / "benchmarks-speed.svg")
-    if report.growing:
-        draw_growth(report, pyplot, pages / "benchmarks-growth.svg")
-
-
 def main(programs, results_file, pages, *options):
     results = measure(pathlib.Path(programs), list(options))
     if not results["benchmarks"]:
@@ -366,7 +332,8 @@ def main(programs, results_file, pages, *options):
     report = Report(results)
     page = pathlib.Path(pages) / "benchmarks.md"
     page.write_text(with_section(page.read_text() if page.exists() else "", report.section()))
-    draw(report, page.parent)
+    if report.conversions and report.peers:
+        draw(report, page.parent / "benchmarks-speed.svg")
     if report.failures:
         sys.exit("\n".join(report.failures))
 
