@@ -7,7 +7,7 @@
 #include "benchmarks/Peers.h"
 #include "benchmarks/Work.h"
 #include "tests/MediaFile/TemporaryFolder.h"
-#include "tests/support/InstalledPool.h"
+#include "tests/support/Pools.h"
 
 #include <benchmark/benchmark.h>
 #include <opencv2/core.hpp>

@@ -96,20 +96,21 @@ PeerWork scaling(const Frame& source, int threads)
 }
 
 // Takes groups apart: planes of Y, Cb and Cr out of a packing whose samples are Cb, Cr and then Y.
-template <class Packing, class Sample>
-Frame planesOf(const cv::Mat& groups, int pixelFormat)
+template <class Sample>
+Frame planesOf(const cv::Mat& groups, const char* packingName, int pixelFormat)
 {
-    const auto frame = newFrame(pixelFormat, {groups.cols * 2, groups.rows * Packing::rows});
+    const auto& packing = MediaConversion::Reference::packingOf(packingName);
+    const auto frame = newFrame(pixelFormat, {groups.cols * 2, groups.rows * packing.rows});
     const auto at = [&](int index, int row, int column) -> Sample& {
         return reinterpret_cast<Sample*>(frame->data[index] + row * frame->linesize[index])[column];
     };
     for (int row = 0; row < groups.rows; ++row)
         for (int column = 0; column < groups.cols; ++column) {
-            const auto samples = Packing::read(groups.ptr<uchar>(row) + column * groups.elemSize());
+            const auto samples = packing.read(groups.ptr(row, column));
             at(1, row, column) = static_cast<Sample>(samples[0]);
             at(2, row, column) = static_cast<Sample>(samples[1]);
-            for (int k = 0; k < 2 * Packing::rows; ++k)
-                at(0, row * Packing::rows + k / 2, 2 * column + k % 2) =
+            for (int k = 0; k < 2 * packing.rows; ++k)
+                at(0, row * packing.rows + k / 2, 2 * column + k % 2) =
                     static_cast<Sample>(samples[2 + k]);
         }
     return frame;
@@ -176,14 +177,12 @@ PeerWork scaleYuyv422(const cv::Mat& source, int threads)
 
 PeerWork scaleYuv422p10(const cv::Mat& source, int threads)
 {
-    using Packing = MediaConversion::Reference::Zeq422;
-    return scaling(planesOf<Packing, std::uint16_t>(source, AV_PIX_FMT_YUV422P10LE), threads);
+    return scaling(planesOf<std::uint16_t>(source, "ZEQ-422", AV_PIX_FMT_YUV422P10LE), threads);
 }
 
 PeerWork scaleYuv420p(const cv::Mat& source, int threads)
 {
-    using Packing = MediaConversion::Reference::Zeq420;
-    return scaling(planesOf<Packing, std::uint8_t>(source, AV_PIX_FMT_YUV420P), threads);
+    return scaling(planesOf<std::uint8_t>(source, "ZEQ-420", AV_PIX_FMT_YUV420P), threads);
 }
 
 // Its padding lies in the top two bits, ours in the bottom two.

@@ -105,7 +105,7 @@ cv::Mat converted(const FrameFormat& from, const cv::Mat& image, const FrameForm
 
 cv::Mat referenceConverted(const Velmora::ImageFrame& frame, const FrameFormat& destination)
 {
-    return destination == BGRA_F32() ? MediaConversion::referenceBgraF32(frame)
+    return destination == BGRA_F32() ? MediaConversion::referenceOfChain(frame, destination)
                                      : MediaConversion::reference(frame, destination);
 }
 

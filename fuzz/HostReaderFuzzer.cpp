@@ -80,7 +80,7 @@ void fuzz(FuzzedDataProvider& input)
                     fail("input format must be ", format);
                 if (imageFrame.image().empty())
                     fail("no image data in frame");
-                picture = referenceBgraF32(imageFrame);
+                picture = referenceOfChain(imageFrame, Velmora::Formats::BGRA_F32());
             });
             host->open();
         } else {

@@ -2,7 +2,7 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "fuzz/Fuzzing.h"
 #include "tests/MediaFile/FakeFile.h"
-#include "tests/support/InstalledPool.h"
+#include "tests/support/Pools.h"
 
 #include <algorithm>
 #include <memory>

@@ -1,7 +1,7 @@
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "fuzz/Fuzzing.h"
-#include "tests/support/CheckedPool.h"
+#include "tests/support/Pools.h"
 
 #include <cstdint>
 #include <memory>

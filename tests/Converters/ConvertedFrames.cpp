@@ -1,9 +1,8 @@
 #include "tests/Converters/ConvertedFrames.h"
 
-#include "tests/support/ReferencePackings.h"
+#include "MediaConversion/Converters/ImageProcessors.h"
 
 #include <algorithm>
-#include <cstring>
 #include <random>
 
 namespace MediaConversion {
@@ -11,78 +10,81 @@ namespace {
 
 using Velmora::FrameFormat;
 
-int typeOf(const FrameFormat& format)
+template <class Processor>
+std::unique_ptr<IImageProcessor> make(const FrameFormat& destination)
 {
-    return openCvType(
-        format, isPacked(format) ? Velmora::PackedFormatCvTypes() : Velmora::FullFormatCvTypes());
+    return std::make_unique<Processor>(destination);
+}
+
+template <class... Processors>
+Converters convertersOf()
+{
+    Converters all;
+    const auto add = [&](const auto& table, auto* making) {
+        for (const auto& [pair, conversion] : table)
+            all[pair] = making;
+    };
+    (add(Processors::conversions(), make<Processors>), ...);
+    for (const auto& [from, fromType] : Velmora::FullFormatCvTypes())
+        for (const auto& [to, toType] : Velmora::FullFormatCvTypes())
+            if (from.colourspace == to.colourspace && from.pixelFormat == to.pixelFormat &&
+                ImageBitDepth::conversions().contains({from.channelType, to.channelType}))
+                all[{from, to}] = make<ImageBitDepth>;
+    return all;
 }
 
 }
 
-bool isPacked(const FrameFormat& format)
+std::vector<Velmora::NamedFormat> allFormats()
 {
-    return Velmora::PackedFormatCvTypes().contains(format);
+    std::vector formats(begin(Velmora::Formats::full), end(Velmora::Formats::full));
+    formats.insert(formats.end(), begin(Velmora::Formats::packed), end(Velmora::Formats::packed));
+    return formats;
 }
 
 cv::Mat randomMatrix(const FrameFormat& format, int rows, int columns)
 {
-    cv::Mat matrix(rows, columns, typeOf(format));
+    cv::Mat matrix(rows, columns, matrixType(format));
     std::generate(matrix.data, matrix.data + matrix.total() * matrix.elemSize(),
                   [random = std::mt19937_64()]() mutable { return uchar(random() >> 32); });
     return matrix;
-}
-
-cv::Mat groupsOf(const FrameFormat& format, int rows, int columns, const SamplesAt& samplesAt)
-{
-    cv::Mat groups = cv::Mat::zeros(rows, columns, typeOf(format));
-    Reference::withPacking(format.pixelFormat, [&]<class Packing>(Packing) {
-        for (int row = 0; row < rows; ++row)
-            for (int column = 0; column < columns; ++column) {
-                typename Packing::Samples samples{};
-                std::ranges::copy(samplesAt(row, column), samples.begin());
-                Packing::write(groups.ptr(row, column), samples);
-            }
-    });
-    return groups;
-}
-
-std::vector<double> groupOf(const FrameFormat& format, const std::vector<unsigned>& samples)
-{
-    const auto group = groupsOf(format, 1, 1, [&](unsigned, unsigned) { return samples; });
-    return {group.data, group.data + group.elemSize()};
 }
 
 testing::AssertionResult sameBytes(const cv::Mat& expected, const cv::Mat& actual)
 {
     if (expected.size() != actual.size() || expected.type() != actual.type())
         return testing::AssertionFailure() << actual.size() << " of type " << actual.type();
-    for (int row = 0; row < expected.rows; ++row)
-        for (int column = 0; column < expected.cols; ++column)
-            if (std::memcmp(expected.ptr(row, column), actual.ptr(row, column),
-                            expected.elemSize()))
-                return testing::AssertionFailure()
-                       << "row " << row << ", column " << column << ": expected "
-                       << expected({column, row, 1, 1}) << ", got " << actual({column, row, 1, 1});
-    return testing::AssertionSuccess();
+    const auto bytesOf = [](const cv::Mat& matrix) {
+        const int columns = int(matrix.cols * matrix.elemSize());
+        return cv::Mat(matrix.rows, columns, CV_8U, matrix.data, matrix.step);
+    };
+    double largest = 0;
+    cv::Point place;
+    cv::minMaxLoc(bytesOf(expected) != bytesOf(actual), nullptr, &largest, nullptr, &place);
+    if (largest == 0)
+        return testing::AssertionSuccess();
+    const cv::Rect element(place.x / int(expected.elemSize()), place.y, 1, 1);
+    return testing::AssertionFailure()
+           << "row " << element.y << ", column " << element.x << ": expected " << expected(element)
+           << ", got " << actual(element);
 }
 
-cv::Mat ConversionCase::matrixOf(const FrameFormat& format, const std::vector<double>& values) const
+const Converters& converters()
 {
-    if (isPacked(format)) {
-        cv::Mat group(1, 1, typeOf(format));
-        EXPECT_EQ(values.size(), group.elemSize()) << name;
-        std::ranges::transform(values, group.data, [](double byte) { return std::uint8_t(byte); });
-        return group;
-    }
-    const auto& packing = (isPacked(source) ? source : destination).pixelPacking;
-    const auto channels = format.pixelPacking.channelsPerGroup;
-    const bool isOnePixel = values.size() == channels;
-    const int rows = isOnePixel ? 1 : int(packing.rowsPerGroup);
-    cv::Mat pixels = cv::Mat(values, true).reshape(int(channels), rows);
-    if (isOnePixel)
-        pixels = cv::repeat(pixels, int(packing.rowsPerGroup), int(packing.columnsPerGroup));
-    pixels.convertTo(pixels, typeOf(format));
-    return pixels;
+    static const auto all =
+        convertersOf<ImageColourspace, ImageToFullFrame, ImageToPackedFrame, ImageYCbCr42xToRGB,
+                     ImageRGBtoYCbCr42x, ImageYCoCgDXT5toRGB, ImageRGBtoYCoCgDXT5>();
+    return all;
+}
+
+cv::Mat converted(const FrameFormat& source, const cv::Mat& matrix, const FrameFormat& destination)
+{
+    const auto processor = converters().at({source, destination})(destination);
+    const auto result = processor->onNewImage(frameOver(source, matrix));
+    const auto& frame = dynamic_cast<const Velmora::ImageFrame&>(*result);
+    EXPECT_TRUE(frame.format() == destination) << toString(frame.format());
+    EXPECT_EQ(dynamic_cast<const Velmora::PackedFrame*>(&frame) != nullptr, isPacked(destination));
+    return frame.image();
 }
 
 }

@@ -3,6 +3,8 @@
 #include "MediaConversion/MediaFile/FileStreams.h"
 #include "tests/support/MediaFileBytes.h"
 
+#include <algorithm>
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,9 +14,7 @@ namespace MediaConversion::MediaFileTests {
 inline std::string noise(std::size_t size)
 {
     std::string bytes(size, '\0');
-    unsigned state = 1;
-    for (auto& byte : bytes)
-        byte = static_cast<char>((state = state * 1664525 + 1013904223) >> 24);
+    std::ranges::generate(bytes, [random = std::mt19937()]() mutable { return char(random()); });
     return bytes;
 }
 

@@ -70,6 +70,7 @@ TEST_P(FileStreamTest, opensOneFileAtATime)
     EXPECT_TRUE(stream->fail()) << "No file is open";
     open("ab");
     EXPECT_EQ(read(1), "a");
+    EXPECT_THAT(folder.descriptorFlags(), testing::ElementsAre(FD_CLOEXEC));
     open("cd");
     EXPECT_TRUE(stream->fail()) << "A file is open already";
     stream->clear();
@@ -116,12 +117,6 @@ TEST_P(FileStreamTest, waitsForTheHolderOfALeaseButNeverForAFifo)
     }
     ::alarm(0);
     systemCalls = {};
-}
-
-TEST_P(FileStreamTest, isNotInheritedByOtherPrograms)
-{
-    open("ab");
-    EXPECT_THAT(folder.descriptorFlags(), testing::ElementsAre(FD_CLOEXEC));
 }
 
 TEST(FileStream, opensFilesInAllModesOfStandardStreams)

@@ -1,14 +1,19 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 
-#include "MediaConversion/MediaFile/DirectFileStreams.h"
 #include "MediaConversion/MediaFile/Headers.h"
-#include "tests/MediaFile/ReaderFixture.h"
+#include "MediaConversion/MediaPipeline/Formats.h"
+#include "tests/MediaFile/FakeFile.h"
 #include "tests/MediaFile/TemporaryFolder.h"
+#include "tests/support/ExpectError.h"
+#include "tests/support/Pools.h"
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <array>
+#include <exception>
 #include <functional>
+#include <map>
 #include <utility>
 
 using namespace MediaConversion;
@@ -17,23 +22,60 @@ using namespace Velmora::Formats;
 
 namespace {
 
-using VelmoraMediaFileReaderTest = ReaderFixture;
+const std::string corrupt = "Media file is corrupt";
+const std::string endOfFile = "Media file has unexpectedly reached End-Of-File";
+const std::string noHeader = "Media header not available, check the file is open";
+const std::string notDirectly = "Failed to open file for direct reading";
 
-TEST_F(VelmoraMediaFileReaderTest, keepsTheFieldsOfBothHeadersBehindEitherMagic)
+// A reader of files in memory, and the words to tell a test about it.
+class VelmoraMediaFileReaderTest : public testing::Test
 {
-    MediaFileBytes content{"zeq ", 0x81,   0x82,   0,      0x84,   0x98765432,
-                           0xA1A2, 0xB1B2, 0xC1C2, 0xD1D2, 0xE1E2, ""};
-    for (const auto revision : std::to_array<std::uint8_t>({0, 1, 2, 255}))
-        for (const auto magic : {MediaFileMagic::Zeq, MediaFileMagic::ZeqZ}) {
-            content.magic = magic == MediaFileMagic::Zeq ? "zeq " : "zeqZ";
-            content.headerRevision = revision;
-            giveFile(content);
-            open();
-            EXPECT_EQ(reader.mediaHeader(),
-                      (MediaHeader{0x81, 0x82, revision, 0x84, 0x98765432, 0xA1A2, 0xB1B2, magic}));
-            EXPECT_EQ(reader.frameHeader(), (FrameHeader{0xC1C2, 0xD1D2, 0xE1E2}));
-        }
-}
+protected:
+    // A file that the next open finds.
+    void giveFile(const MediaFileBytes& content) { file.bytes = content.bytes(); }
+    void open() { reader.open(L"name"); }
+
+    template <class Exception = MediaFileAccessException>
+    void expectReadError(const std::string& text)
+    {
+        expectError<Exception>(text, [&] { reader.readFrame(); });
+    }
+    void expectClosed()
+    {
+        expectError<MediaFileAccessException>(noHeader, [&] { reader.mediaHeader(); });
+        expectError<MediaFileAccessException>("Frame header not available, check the file is open",
+                                              [&] { reader.frameHeader(); });
+        expectReadError(noHeader);
+    }
+
+    // Opens a file whose frame cannot be read.
+    template <class Exception = MediaFileAccessException>
+    void expectFrameError(const std::string& text)
+    {
+        open();
+        expectReadError<Exception>(text);
+        expectClosed();
+    }
+    // Opens a file and expects these bytes in its frame.
+    void expectFrame(const Velmora::FrameFormat& format, int rows, int columns,
+                     const std::string& bytes)
+    {
+        open();
+        const auto frame = reader.readFrame();
+        EXPECT_EQ(frame->format(), format);
+        const auto& image = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
+        EXPECT_EQ(image.size(), cv::Size(columns, rows));
+        ASSERT_EQ(image.total() * image.elemSize(), bytes.size());
+        EXPECT_TRUE(std::equal(bytes.begin(), bytes.end(), image.ptr<char>()));
+        expectClosed();
+    }
+    void expectSmallPicture() { expectFrame(RGB_U8(), 2, 3, smallPicture().data); }
+
+    InstalledPool installed;
+    FakeFile file;
+    FakeFileFactory factory{file};
+    VelmoraMediaFileReader reader{factory};
+};
 
 TEST_F(VelmoraMediaFileReaderTest, staysOpenWithoutMemoryAndForAnUnknownFormat)
 {
@@ -143,12 +185,11 @@ TEST(RawFrameCreator, refusesFormatsThatAreNeitherFullNorPacked)
 {
     const Velmora::FrameFormat format{
         Velmora::Colourspace::RGBA, Velmora::ChannelType::U16, {8, 4, 1, 1}, "RGBA"};
-    expectError<std::runtime_error>(
-        "Raw frame creator not available for frame format  RGBA_U16_RGBA",
-        [&] { rawFrameCreator(format); });
+    expectError("Raw frame creator not available for frame format  RGBA_U16_RGBA",
+                [&] { rawFrameCreator(format); });
 }
 
-struct DirectReading : ReaderFixture
+struct DirectReading : VelmoraMediaFileReaderTest
 {
     DirectReading() { reader.setReadMethod(false, true); }
 };
@@ -200,29 +241,76 @@ TEST_F(DirectReading, ofTooShortAFileFailsWithTheFramesOwnComplaintsFirst)
     }
 }
 
-// Whatever is aligned: streams that bypass the cache give the same bytes.
-TEST_F(DirectReading, givesTheFramesOfFilesAndNeedsStreamsForIt)
+TEST_F(DirectReading, isRefusedForOtherStreams)
 {
-    const TemporaryFolder folder;
-    DirectFileStreamFactory direct;
     FileStreamFactory buffered;
-    VelmoraMediaFileReader reading(direct), refusing(buffered);
-    reading.setCachingMode(CachingMode::Cached);
-    // With its headers, the second has 4096 bytes.
-    for (const auto width : std::to_array<std::uint16_t>({1, 1356, 1357, 65535})) {
-        const auto data = noise(std::size_t{3} * width);
-        writeFile(folder.file("a"), MediaFileBytes::picture(0x202, width, 1, data).bytes());
-        for (auto* const opened : {&reading, &refusing}) {
-            opened->setReadMethod(false, true);
-            opened->open(wideFileName(folder.file("a")));
-        }
-        const auto frame = reading.readFrame();
-        const auto& image = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
-        ASSERT_EQ(image.cols, width);
-        EXPECT_TRUE(std::equal(data.begin(), data.end(), image.ptr<char>()));
-        expectError<MediaFileAccessException>(notDirectly, [&] { refusing.readFrame(); });
-        EXPECT_NO_THROW(refusing.frameHeader()) << "Nothing was read";
-    }
+    VelmoraMediaFileReader refusing(buffered);
+    refusing.setReadMethod(false, true);
+    refusing.open(wideFileName(PROJECT_FOLDER "/tests/data/cat.rgb-u8.zeq"));
+    expectError<MediaFileAccessException>(notDirectly, [&] { refusing.readFrame(); });
+    EXPECT_NO_THROW(refusing.frameHeader()) << "Nothing was read";
+}
+
+using StreamFaults = VelmoraMediaFileReaderTest;
+
+// How often the frame, or which text, is what comes of a call that fails at once, and of one that
+// sets the fail bit, the bad bit or the end-of-file bit afterwards.
+using Outcomes = std::vector<std::map<std::string, int>>;
+
+const std::string frame = "the frame";
+const std::string isBad = "Media file is bad";
+const std::string noOffset = "Pixel data offset (18446744073709551615) exceeds data size (48)";
+
+// A file is opened by both methods. Each header ends with a check, where alone the last bit shows.
+const std::map<std::string, Outcomes> expected = {
+    // clang-format off
+    {"opening, open",           {{{frame, 2}},     {{frame, 2}},      {{frame, 2}},      {{frame, 2}}}},
+    {"opening, clear",          {{{corrupt, 2}},   {{corrupt, 2}},    {{corrupt, 2}},    {{frame, 2}}}},
+    {"opening, seek",           {{{corrupt, 2}},   {{corrupt, 2}},    {{corrupt, 2}},    {{corrupt, 2}}}},
+    {"opening, read",           {{{corrupt, 2}, {endOfFile, 26}},
+                                                   {{endOfFile, 28}}, {{endOfFile, 28}}, {{endOfFile, 24}, {isBad, 4}}}},
+    {"reading, tell",           {{{frame, 2}},     {{frame, 2}},      {{frame, 2}},      {{frame, 2}}}},
+    {"reading, seek",           {{{frame, 2}},     {{frame, 2}},      {{frame, 2}},      {{frame, 1}, {endOfFile, 1}}}},
+    {"reading, read",           {{{endOfFile, 1}}, {{endOfFile, 1}},  {{endOfFile, 1}},  {{isBad, 1}}}},
+    {"reading directly, tell",  {{{noOffset, 1}},  {{endOfFile, 1}},  {{endOfFile, 1}},  {{endOfFile, 1}}}},
+    {"reading directly, close", {{{endOfFile, 1}}, {{endOfFile, 1}},  {{endOfFile, 1}},  {{endOfFile, 1}}}},
+    {"reading directly, open",  {{{endOfFile, 1}}, {{endOfFile, 1}},  {{endOfFile, 1}},  {{endOfFile, 1}}}},
+    {"reading directly, read",  {{{endOfFile, 1}}, {{frame, 1}},      {{frame, 1}},      {{frame, 1}}}},
+    {"reading directly, clear", {{{endOfFile, 1}}, {{endOfFile, 1}},  {{endOfFile, 1}},  {{isBad, 1}}}},
+    // clang-format on
+};
+
+TEST_F(StreamFaults, bringTheFrameOrTheTextOfTheStepWhicheverCallFails)
+{
+    const auto faults = {std::ios::failbit, std::ios::failbit, std::ios::badbit, std::ios::eofbit};
+    std::map<std::string, Outcomes> outcomes;
+    for (const std::string method : {"reading", "reading directly"})
+        for (std::size_t fault = 0; fault < 4; ++fault)
+            for (std::size_t call = 1, calls = 1; call <= calls; ++call) {
+                file = {};
+                reader.setReadMethod(false, method != "reading");
+                open();
+                const auto opening = file.streamCalls.size();
+                reader.readFrame();
+                calls = file.streamCalls.size();
+                file = {
+                    .faultyCall = call, .faultBits = faults.begin()[fault], .isUndone = fault == 0};
+                auto outcome = frame;
+                try {
+                    expectSmallPicture();
+                } catch (const std::exception& exception) {
+                    outcome = exception.what();
+                }
+                expectClosed();
+                for (int acquisition = 0; acquisition < 4; ++acquisition)
+                    Velmora::PooledBuffer(installed.pool(), 1);
+                EXPECT_EQ(installed.pool()->count(), 1u) << "Only what is lent is kept";
+                auto& row = outcomes[(call > opening ? method : "opening") + ", " +
+                                     file.streamCalls[call - 1]];
+                row.resize(4);
+                ++row[fault][outcome];
+            }
+    EXPECT_EQ(outcomes, expected);
 }
 
 }

@@ -1,59 +1,14 @@
 #pragma once
 
 #include "MediaConversion/MediaPipeline/FrameFlow.h"
-#include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/support/ExpectError.h"
+#include "tests/support/Pools.h"
 
 #include <gmock/gmock.h>
 
-#include <atomic>
-#include <cstddef>
 #include <cstdint>
 #include <memory>
-#include <new>
-#include <stdexcept>
-#include <string_view>
 #include <utility>
-
-// Expects the kind of error with which nearly all of the pipeline fails.
-template <class Operation>
-void expectFailure(std::string_view text, Operation&& operation)
-{
-    expectError<std::runtime_error>(text, operation);
-}
-
-// A memory resource that counts how many of its kind are alive in the process, and whose heap can
-// be made to run out.
-class CountingResource : public Velmora::IMemoryResource
-{
-public:
-    CountingResource(Velmora::IMemoryPool* pool, std::uint64_t size) : m_pool(pool), m_size(size)
-    {
-        if (size > largest)
-            throw std::bad_alloc();
-        m_data.reset(new std::byte[size]);
-        ++alive;
-    }
-
-    ~CountingResource() override { --alive; }
-
-    std::byte* data() override { return m_data.get(); }
-    std::uint64_t size() const override { return m_size; }
-    Velmora::IMemoryPool* pool() const override { return m_pool; }
-
-    static inline std::atomic<int> alive = 0;
-    static inline std::uint64_t largest = UINT64_MAX;
-
-private:
-    Velmora::IMemoryPool* m_pool;
-    std::uint64_t m_size;
-    std::unique_ptr<std::byte[]> m_data;
-};
-
-inline std::shared_ptr<Velmora::IMemoryPool> newCountingPool()
-{
-    return std::make_shared<Velmora::SelfPruningMemoryPool<CountingResource>>();
-}
 
 class MockPool : public Velmora::IMemoryPool
 {
@@ -89,8 +44,8 @@ using OtherFrame = WatchedFrame<Velmora::IFrame>;
 class OtherImage final : public WatchedFrame<Velmora::IImageFrame>
 {
 public:
-    OtherImage(cv::Mat image, Velmora::FrameFormat format, std::weak_ptr<int>* life = nullptr)
-        : WatchedFrame(std::move(format), life), m_image(std::move(image))
+    OtherImage(cv::Mat image, Velmora::FrameFormat format)
+        : WatchedFrame(std::move(format)), m_image(std::move(image))
     {
     }
 

@@ -2,9 +2,9 @@
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "tests/MediaPipeline/Fakes.h"
 
-#include <algorithm>
+#include <opencv2/core.hpp>
+
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <numeric>
 
@@ -13,26 +13,10 @@ namespace {
 
 using namespace Formats;
 
-using enum Colourspace;
-using enum ChannelType;
-
 TEST(FrameFormat, isWrittenWithNumbersForWhatHasNoName)
 {
     EXPECT_EQ(toString(FrameFormat{Colourspace{6}, ChannelType{4294967295}, {1, 2, 3, 4}, ""}),
               "(Unknown Colourspace 6)_(Unknown ChannelType 4294967295)_");
-}
-
-// Where a field decides, the later ones say the opposite.
-TEST(FrameFormat, ordersByOneFieldAfterTheOther)
-{
-    const FrameFormat ascending[] = {
-        {RGB, U8, {1, 1, 1, 1}, "RGB"},  {RGB, U8, {1, 1, 1, 1}, "RGBA"},
-        {RGB, U8, {1, 1, 1, 1}, "\x80"}, {RGB, U8, {1, 1, 1, 2}, "B"},
-        {RGB, U8, {1, 1, 2, 1}, "A"},    {RGB, U8, {1, 2, 1, 1}, "A"},
-        {RGB, U8, {2, 1, 1, 1}, "A"},    {RGB, U10, {1, 1, 1, 1}, "A"},
-        {RGBA, U8, {1, 1, 1, 1}, "A"},   {Colourspace{0x80000000}, U8, {1, 1, 1, 1}, "A"},
-    };
-    EXPECT_TRUE(std::ranges::is_sorted(ascending, std::less_equal()));
 }
 
 TEST(ImageFrame, sharesThePixelsOfItsMatrix)
@@ -41,7 +25,7 @@ TEST(ImageFrame, sharesThePixelsOfItsMatrix)
     const FullFrame frame(BGRA_U8(), image);
     EXPECT_EQ(frame.image().data, image.data);
     EXPECT_EQ(image.u->refcount, 2);
-    expectFailure("ImageFrame does not contain any raw data", [&] { frame.rawFrameData(); });
+    expectError("ImageFrame does not contain any raw data", [&] { frame.rawFrameData(); });
 }
 
 TEST(ImageFrame, flipsIntoAMatrixOfItsOwn)
@@ -50,20 +34,18 @@ TEST(ImageFrame, flipsIntoAMatrixOfItsOwn)
         cv::Mat whole(8, 7, CV_8UC(9));
         std::iota(whole.data, whole.data + 8 * 7 * 9, uchar{0});
         const cv::Mat image = whole(cv::Rect(1, 1, 5, rows));
+        const cv::Mat before = image.clone();
         const PackedFrame frame(RGB_SMPTE_2110(), image, true);
-        ASSERT_EQ(frame.image().size(), image.size());
-        for (int row = 0; row < rows; ++row) {
-            const auto* const flipped = frame.image().ptr(rows - 1 - row);
-            EXPECT_EQ(image.ptr(row)[0], uchar(((row + 1) * 7 + 1) * 9));
-            EXPECT_TRUE(std::equal(image.ptr(row), image.ptr(row) + 45, flipped));
-        }
+        EXPECT_EQ(cv::norm(before, image), 0);
+        for (int row = 0; row < rows; ++row)
+            EXPECT_EQ(cv::norm(before.row(row), frame.image().row(rows - 1 - row)), 0);
     }
 }
 
 void expectRefusal(const CvTypes& table, const FrameFormat& format, int type, const char* text)
 {
     for (const bool flip : {false, true})
-        expectFailure(text, [&] { ImageFrame(table, format, cv::Mat(2, 2, type), flip); });
+        expectError(text, [&] { ImageFrame(table, format, cv::Mat(2, 2, type), flip); });
 }
 
 // From two faults on, the message is that of the first: format, matrix type, element size.
@@ -83,7 +65,7 @@ TEST(ImageFrame, refusesMatricesThatDoNotFitItsFormat)
 void expectRefusal(const PixelPacking& packing, int cvType, int width, int height, const char* text)
 {
     const FrameFormat format{Colourspace::YCoCg, ChannelType::U8, packing, "any"};
-    expectFailure(text, [&] { packedMatrixShape(format, cvType, width, height); });
+    expectError(text, [&] { packedMatrixShape(format, cvType, width, height); });
 }
 
 // From two faults on, the message is that of the first: columns, rows, bytes.
@@ -132,12 +114,12 @@ protected:
     {
         auto raw = bytes(byteCount, 0);
         const auto* const block = raw->pixels();
-        expectFailure(text, [&] { Frame(format, width, height, std::move(raw)); });
+        expectError(text, [&] { Frame(format, width, height, std::move(raw)); });
         EXPECT_EQ(m_pool->acquire(byteCount)->data(), block);
-        expectFailure(text, [&] { Frame::checkByteCount(format, width, height, byteCount); });
+        expectError(text, [&] { Frame::checkByteCount(format, width, height, byteCount); });
     }
 
-    std::shared_ptr<IMemoryPool> m_pool = newCountingPool();
+    std::shared_ptr<IMemoryPool> m_pool = newPool();
 };
 
 TEST_F(FramesOverFileBytes, lieOverTheBytesAndKeepThem)
@@ -161,8 +143,8 @@ TEST_F(FramesOverFileBytes, areRefusedForAnotherSize)
     expectRefusal<PackedFrame>(ZEQ_420(), 4, 3, 6, "Frame format row pixel packing of 2 pixels is incompatible with supplied image rows of 3");
     expectRefusal<PackedFrame>(BGRA_U8(), 3, 2, 24, "OpenCV type not defined for frame format RGBA_U8_BGRA");
     // clang-format on
-    expectFailure("no rawFrameData", [] { FullFrame(BGRA_U8(), 3, 2, nullptr); });
-    expectFailure("no rawFrameData", [] { PackedFrame(ZEQ_420(), 3, 3, nullptr); });
+    expectError("no rawFrameData", [] { FullFrame(BGRA_U8(), 3, 2, nullptr); });
+    expectError("no rawFrameData", [] { PackedFrame(ZEQ_420(), 3, 3, nullptr); });
 }
 
 }

@@ -1,7 +1,7 @@
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "tests/MediaPipeline/Fakes.h"
-#include "tests/support/CheckedPool.h"
+#include "tests/support/Pools.h"
 
 #include <algorithm>
 #include <cstddef>
@@ -18,12 +18,11 @@ namespace {
 
 TEST(SelfPruningMemoryPool, takesNoMemoryButItsOwn)
 {
-    SelfPruningMemoryPool<HostMemoryResource> pool;
-    SelfPruningMemoryPool<HostMemoryResource> other;
+    SelfPruningMemoryPool<HostMemoryResource> pool, other;
     IMemoryResource* const foreign = other.acquire(10);
     for (IMemoryResource* const resource : {foreign, static_cast<IMemoryResource*>(nullptr)})
-        expectFailure("Cannot release memory resource that is not a member of this memory pool",
-                      [&] { pool.release(resource); });
+        expectError("Cannot release memory resource that is not a member of this memory pool",
+                    [&] { pool.release(resource); });
     EXPECT_EQ(pool.acquire(10)->size(), 10u);  // the refusal gave the mutex back
     EXPECT_NE(other.acquire(10), foreign);     // still lent
 }
@@ -86,7 +85,7 @@ std::string textOf(const PooledBuffer& buffer)
 
 TEST(PooledBuffer, copiesIntoABlockOfItsOwnAndMovesWithoutCopying)
 {
-    const auto pool = newCountingPool();
+    const auto pool = newPool();
     PooledBuffer original(pool, 3);
     const std::byte* const block = original.data();
     std::fill_n(original.data(), 3, std::byte{'o'});
@@ -112,14 +111,14 @@ TEST(PooledBuffer, refusesAPoolThatLendsNothing)
 {
     const auto empty = std::make_shared<testing::NiceMock<MockPool>>();
     EXPECT_CALL(*empty, release).Times(0);
-    expectFailure("Could not acquire memory resource of size 8589934592",
-                  [&] { PooledBuffer(empty, std::uint64_t{1} << 33); });
+    expectError("Could not acquire memory resource of size 8589934592",
+                [&] { PooledBuffer(empty, std::uint64_t{1} << 33); });
 }
 
 // The pool lends more than the 100 bytes asked for.
 TEST(RawFrameData, holdsThePixelsOfAFileBetweenOffsetAndEnd)
 {
-    const auto pool = newCountingPool();
+    const auto pool = newPool();
     const std::byte* const block = PooledBuffer(pool, 1000).data();
     const auto expectPixels = [&](std::uint64_t offset, std::uint64_t end, std::uint64_t count) {
         const RawFrameData data(std::make_unique<PooledBuffer>(pool, 100), offset, end);
@@ -133,7 +132,7 @@ TEST(RawFrameData, holdsThePixelsOfAFileBetweenOffsetAndEnd)
     const auto expectRefusal = [&](std::uint64_t offset, std::uint64_t end, const char* text) {
         auto buffer = std::make_unique<PooledBuffer>(pool, 100);
         EXPECT_EQ(buffer->data(), block);  // given back by those before
-        expectFailure(text, [&] { RawFrameData(std::move(buffer), offset, end); });
+        expectError(text, [&] { RawFrameData(std::move(buffer), offset, end); });
     };
     // clang-format off
     expectRefusal(102, 101, "Pixel data offset (102) exceeds data size (100)");
@@ -141,7 +140,7 @@ TEST(RawFrameData, holdsThePixelsOfAFileBetweenOffsetAndEnd)
     expectRefusal(28, 27, "Pixel data end (27) is before pixel data offset (28)");
     expectRefusal(28, 101, "Pixel data end (101) exceeds data size (100)");
     // clang-format on
-    expectFailure("Null data", [] { RawFrameData(nullptr, 5, 1); });
+    expectError("Null data", [] { RawFrameData(nullptr, 5, 1); });
 }
 
 }

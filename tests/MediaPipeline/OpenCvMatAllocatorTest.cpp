@@ -4,7 +4,7 @@
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "MediaConversion/MediaPipeline/MemoryPool.h"
 #include "tests/MediaPipeline/Fakes.h"
-#include "tests/support/InstalledPool.h"
+#include "tests/support/Pools.h"
 
 #include <dlfcn.h>
 #include <opencv2/core.hpp>
@@ -35,9 +35,7 @@ void cv::Mat::setDefaultAllocator(cv::MatAllocator* allocator)
 namespace Velmora {
 namespace {
 
-using testing::Return;
-using testing::StrictMock;
-using testing::Throw;
+using namespace testing;
 
 constexpr std::size_t open = 0x7fffffff;  // a step that OpenCV leaves to the allocator
 
@@ -71,15 +69,13 @@ protected:
     static void expectAssertion(const char* text, const std::string& function,
                                 const std::function<void()>& operation)
     {
-        try {
-            operation();
-            ADD_FAILURE() << text << " was not asserted";
-        } catch (const cv::Exception& exception) {
-            EXPECT_EQ(exception.code, -215);
-            EXPECT_EQ(exception.err, text);
-            EXPECT_EQ(exception.func, "Velmora::OpenCvMatAllocator::" + function);
-            EXPECT_EQ(exception.file, "MediaConversion/MediaPipeline/OpenCvMatAllocator");
-        }
+        using cv::Exception;
+        EXPECT_THAT(
+            operation,
+            Throws<Exception>(AllOf(
+                Field(&Exception::code, -215), Field(&Exception::err, text),
+                Field(&Exception::func, "Velmora::OpenCvMatAllocator::" + function),
+                Field(&Exception::file, "MediaConversion/MediaPipeline/OpenCvMatAllocator"))));
     }
 
     std::shared_ptr<StrictMock<MockPool>> m_pool = std::make_shared<StrictMock<MockPool>>();
@@ -138,7 +134,7 @@ TEST(ImageFramePool, servesEveryMatrixOfTheProcessWhileInstalled)
 {
     cv::Mat outside(4, 4, CV_8UC1);
     {
-        const InstalledPool installed(newCountingPool());
+        const InstalledPool installed(newPool());
         const auto pool = ImageFrame::memoryPool();
         EXPECT_EQ(pool, installed.pool());
         const FullFrame frame(Formats::BGRA_F32(), 64, 32);
@@ -148,8 +144,8 @@ TEST(ImageFramePool, servesEveryMatrixOfTheProcessWhileInstalled)
         outside.release();  // belongs to OpenCV's own allocator
     }
     EXPECT_EQ(cv::Mat::getDefaultAllocator(), cv::Mat::getStdAllocator());
-    expectFailure("ImageFrame has no memory pool - did you forget to set it?",
-                  [] { ImageFrame::memoryPool(); });
+    expectError("ImageFrame has no memory pool - did you forget to set it?",
+                [] { ImageFrame::memoryPool(); });
 }
 
 // OpenCV's pointer to it has no lock, and other threads read it for every matrix.
@@ -159,7 +155,7 @@ TEST(ImageFramePool, setsOpenCvsAllocatorOnlyWhereItIsAnother)
     ImageFrame::setMemoryPool(nullptr);
     EXPECT_EQ(defaultAllocatorsSet - before, 0);
     for (int swap = 0; swap < 3; ++swap)
-        ImageFrame::setMemoryPool(newCountingPool());
+        ImageFrame::setMemoryPool(newPool());
     EXPECT_EQ(defaultAllocatorsSet - before, 1);
     auto* const ours = cv::Mat::getDefaultAllocator();
     OpenCvMatAllocator ofTheHost{nullptr};
@@ -175,10 +171,10 @@ TEST(ImageFramePool, livesAsLongAsOneOfItsMatrices)
     std::weak_ptr<IMemoryPool> pool;
     cv::Mat matrix;
     {
-        const InstalledPool installed(newCountingPool());
+        const InstalledPool installed(newPool());
         pool = installed.pool();
         matrix = cv::Mat(8, 8, CV_8UC1, cv::Scalar(1));
-        ImageFrame::setMemoryPool(newCountingPool());
+        ImageFrame::setMemoryPool(newPool());
         const cv::Mat ofTheSecond = matrix.clone();
         EXPECT_EQ(installed.pool()->count(), 1u);
         EXPECT_EQ(ImageFrame::memoryPool()->count(), 1u);
@@ -212,7 +208,7 @@ TEST(ImageFramePool, mayBeReplacedWhileThreadsAllocate)
                 }
             });
         for (int swap = 0; swap < 300; ++swap) {
-            auto pool = swap % 5 ? newCountingPool() : nullptr;
+            auto pool = swap % 5 ? newPool() : nullptr;
             pools.push_back(pool);
             ImageFrame::setMemoryPool(std::move(pool));
             std::this_thread::yield();

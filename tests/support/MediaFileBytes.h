@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <filesystem>
 #include <fstream>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -42,19 +41,17 @@ struct MediaFileBytes
     // others.
     std::string bytes() const
     {
-        constexpr std::uint32_t reserved = 0xEEEEEEEEu;
+        constexpr std::uint16_t reserved = 0xEEEE;
         std::string file = magic;
-        // Little-endian.
-        const auto append = [&](std::initializer_list<std::pair<std::uint32_t, int>> fields) {
-            for (const auto& [value, byteCount] : fields)
-                for (int byte = 0; byte < byteCount; ++byte)
-                    file += static_cast<char>(value >> 8 * byte & 0xFF);
+        // Little-endian, as the machine is.
+        const auto append = [&](auto... fields) {
+            (file.append(reinterpret_cast<const char*>(&fields), sizeof fields), ...);
         };
-        append({{headerByte0, 1}, {headerByte1, 1}, {headerRevision, 1}, {headerByte3, 1}});
-        append({{mediaFormatCode, 4}, {width, 2}, {reserved, 2}, {height, 2}, {reserved, 2}});
+        append(headerByte0, headerByte1, headerRevision, headerByte3, mediaFormatCode);
+        append(width, reserved, height, reserved);
         if (headerRevision > 1)
             file += std::string(20, '\xEE');
-        append({{frameWidth, 2}, {frameField1, 2}, {frameHeight, 2}, {reserved, 2}});
+        append(frameWidth, frameField1, frameHeight, reserved);
         return file + data;
     }
 

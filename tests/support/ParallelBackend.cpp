@@ -7,6 +7,7 @@
 #include <atomic>
 #include <memory>
 #include <thread>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -36,9 +37,7 @@ public:
 
     int setNumThreads(int threads) override
     {
-        const int previous = m_threads;
-        m_threads = threads > 0 ? threads : threadsByDefault;
-        return previous;
+        return std::exchange(m_threads, threads > 0 ? threads : threadsByDefault);
     }
 
     const char* getName() const override { return "threads per loop"; }

@@ -1,10 +1,12 @@
 #include "tests/support/Reference.h"
 
+#include "MediaConversion/Encoder/ConversionRegistry.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "tests/support/ReferenceBlocks.h"
 #include "tests/support/ReferencePackings.h"
 
-#include <algorithm>
+#include <cmath>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,118 +23,147 @@ double fullScale(const FrameFormat& format)
     return fullScales.at(static_cast<std::size_t>(format.channelType));
 }
 
-// Which channels of a pixel hold the colours of these letters; -1 for one that it lacks.
-std::array<int, 4> channelsOf(const std::string& colours, const std::string& pixelFormat)
+// What is not a number ends at 0.
+double clamped(double value, double maximum)
 {
-    std::array<int, 4> channels{};
-    for (std::size_t k = 0; k < colours.size(); ++k)
-        channels[k] = static_cast<int>(pixelFormat.find(colours[k]));
-    return channels;
+    return value > 0 ? (value < maximum ? value : maximum) : 0;
 }
 
-// Calls `body` with each group's pixels, row by row, and the group.
-template <class Packing, class Element, class Body>
-void forEachGroup(cv::Mat pixels, cv::Mat groups, const Body& body)
+// The channels of these letters, bit by bit; alpha that was not there is opaque.
+cv::Mat reordered(const cv::Mat& pixels, const std::string& from, const std::string& to,
+                  double opaque)
 {
-    cv::parallel_for_(cv::Range(0, groups.rows), [&](const cv::Range& range) {
-        for (int row = range.start; row < range.end; ++row)
-            for (int x = 0; x < groups.cols; ++x) {
-                std::array<Element*, Packing::rows * Packing::columns> pixel;
-                for (int k = 0; k < int(pixel.size()); ++k)
-                    pixel[k] = pixels.ptr<Element>(row * Packing::rows + k / Packing::columns) +
-                               (x * Packing::columns + k % Packing::columns) * pixels.channels();
-                body(pixel, groups.ptr<std::uint8_t>(row) + x * groups.elemSize());
-            }
-    });
+    cv::Mat result(pixels.size(), CV_MAKETYPE(pixels.depth(), int(to.size())),
+                   cv::Scalar::all(opaque));
+    std::vector<int> moves;
+    for (std::size_t k = 0; k < to.size(); ++k)
+        if (const auto channel = from.find(to[k]); channel != from.npos)
+            moves.insert(moves.end(), {int(channel), int(k)});
+    cv::mixChannels(std::vector{pixels}, std::vector{result}, moves);
+    return result;
+}
+
+// How the pixels of one group are made of its bytes, and the bytes of its pixels.
+struct Arithmetic
+{
+    std::function<void(const std::uint8_t*, bool isToBytes, std::vector<Rgba>&)> decode;
+    std::function<void(const std::vector<Rgba>&, std::uint8_t*)> encode;
+};
+
+Arithmetic ofBlocks(Block decode(const std::uint8_t*), void encode(const Block&, std::uint8_t*))
+{
+    return {[=](const std::uint8_t* bytes, bool, std::vector<Rgba>& colours) {
+                const Block block = decode(bytes);
+                for (int k = 0; k < 64; ++k)
+                    colours[k / 4][k % 4] = block[k / 4][k % 4] / 255.0;
+            },
+            [=](const std::vector<Rgba>& colours, std::uint8_t* bytes) {
+                Block block;
+                for (int k = 0; k < 64; ++k)
+                    block[k / 4][k % 4] = cvRound(colours[k / 4][k % 4] * 255);
+                encode(block, bytes);
+            }};
+}
+
+Arithmetic arithmeticOf(const std::string& name)
+{
+    if (name == "RGB-DXT1")
+        return ofBlocks(decodeDxt1, encodeDxt1);
+    if (name == "YCoCg-DXT5")
+        return ofBlocks(decodeYCoCgDxt5, encodeYCoCgDxt5);
+    const auto& packing = packingOf(name);
+    return {std::bind_front(&Packing::decode, &packing),
+            std::bind_front(&Packing::encode, &packing)};
 }
 
 // From groups to pixels or back: the one matrix is read and the other filled.
-template <class Packing, class Element>
 void convertGroups(const FrameFormat& packed, cv::Mat groups, const FrameFormat& full,
-                   cv::Mat pixels, bool isDecoding)
-{
-    const bool isBlueFirst = packed.pixelFormat.starts_with("BGR");
-    const auto channels = channelsOf(isBlueFirst ? "BGRA" : "RGBA", full.pixelFormat);
-    const double scale = fullScale(full);
-    if (isDecoding)
-        forEachGroup<Packing, Element>(pixels, groups, [&](const auto& pixel, auto* group) {
-            const auto colours = Packing::template decode<sizeof(Element) == 1>(group);
-            for (std::size_t k = 0; k < pixel.size(); ++k)
-                for (int c = 0; c < 4; ++c)
-                    if (channels[c] >= 0)
-                        pixel[k][channels[c]] = quantised<Element>(colours[k][c] * scale, scale);
-        });
-    else
-        forEachGroup<Packing, Element>(pixels, groups, [&](const auto& pixel, auto* group) {
-            Colours<Packing::rows * Packing::columns> colours{};
-            for (std::size_t k = 0; k < pixel.size(); ++k)
-                for (int c = 0; c < 4; ++c)
-                    if (channels[c] >= 0)
-                        colours[k][c] = clamped(pixel[k][channels[c]] / scale, scale);
-            std::fill_n(group, groups.elemSize(), std::uint8_t{0});
-            Packing::encode(colours, group);
-        });
-}
-
-void convertGroups(const FrameFormat& packed, const cv::Mat& groups, const FrameFormat& full,
                    const cv::Mat& pixels, bool isDecoding)
 {
-    const auto convertAll = [&]<class Packing>(Packing) {
-        const auto convertAs = pixels.depth() == CV_8U    ? convertGroups<Packing, std::uint8_t>
-                               : pixels.depth() == CV_32F ? convertGroups<Packing, float>
-                                                          : convertGroups<Packing, std::uint16_t>;
-        convertAs(packed, groups, full, pixels, isDecoding);
+    const auto arithmetic = arithmeticOf(packed.pixelFormat);
+    const int rows = int(packed.pixelPacking.rowsPerGroup);
+    const int columns = int(packed.pixelPacking.columnsPerGroup);
+    const std::string letters = packed.pixelFormat.starts_with("BGR") ? "BGRA" : "RGBA";
+    const double scale = fullScale(full);
+    const auto convertRow = [&](int row) {
+        cv::Mat part = pixels.rowRange(row * rows, (row + 1) * rows);
+        cv::Mat_<cv::Vec4d> colours(part.size());
+        if (!isDecoding) {
+            cv::Mat values;
+            part.convertTo(values, CV_64F);
+            colours = reordered(values, full.pixelFormat, letters, scale);
+        }
+        std::vector<Rgba> group(std::size_t(rows * columns));
+        for (int x = 0; x < groups.cols; ++x) {
+            auto* const bytes = groups.ptr(row, x);
+            if (isDecoding)
+                arithmetic.decode(bytes, part.depth() == CV_8U, group);
+            for (int k = 0; k < 4 * rows * columns; ++k) {
+                const int pixel = k / 4;
+                auto& colour = group[pixel][k % 4];
+                auto& value = colours(pixel / columns, x * columns + pixel % columns)[k % 4];
+                if (!isDecoding)
+                    colour = clamped(value / scale, scale);
+                else if (value = clamped(colour * scale, scale); part.depth() != CV_32F)
+                    value = std::floor(value + 0.5);
+            }
+            if (!isDecoding)
+                arithmetic.encode(group, bytes);
+        }
+        if (isDecoding)
+            reordered(colours, letters, full.pixelFormat, scale).convertTo(part, part.depth());
     };
-    if (packed.pixelFormat == "RGB-DXT1")
-        convertAll(Dxt1{});
-    else if (packed.pixelFormat == "YCoCg-DXT5")
-        convertAll(YCoCgDxt5{});
-    else
-        withPacking(packed.pixelFormat, convertAll);
+    cv::parallel_for_({0, groups.rows}, [&](const cv::Range& range) {
+        for (int row = range.start; row < range.end; ++row)
+            convertRow(row);
+    });
 }
 
-// Channels come through bit by bit; alpha that was not there is opaque.
-void reorder(const cv::Mat& pixels, const FrameFormat& from, const FrameFormat& to, cv::Mat result)
+}
+
+bool isPacked(const FrameFormat& format)
 {
-    result.setTo(cv::Scalar::all(fullScale(to)));
-    std::vector<int> moves;
-    const auto channels = channelsOf(to.pixelFormat, from.pixelFormat);
-    for (int k = 0; k < result.channels(); ++k)
-        if (channels[k] >= 0)
-            moves.insert(moves.end(), {channels[k], k});
-    cv::mixChannels(std::vector{pixels}, std::vector{result}, moves);
+    return Velmora::PackedFormatCvTypes().contains(format);
 }
 
+int matrixType(const FrameFormat& format)
+{
+    return openCvType(
+        format, isPacked(format) ? Velmora::PackedFormatCvTypes() : Velmora::FullFormatCvTypes());
 }
 
 cv::Mat reference(const Velmora::ImageFrame& source, const FrameFormat& destination)
 {
     const auto& format = source.format();
-    const bool isPacking = Velmora::PackedFormatCvTypes().contains(destination);
-    const auto& [bytes, channels, rows, columns] = destination.pixelPacking;
-    cv::Mat result(source.height() / int(rows), source.width() / int(columns),
-                   openCvType(destination, isPacking ? Velmora::PackedFormatCvTypes()
-                                                     : Velmora::FullFormatCvTypes()));
-    if (isPacking)
+    const auto& packing = destination.pixelPacking;
+    cv::Mat result(source.height() / int(packing.rowsPerGroup),
+                   source.width() / int(packing.columnsPerGroup), matrixType(destination));
+    if (isPacked(destination))
         convertGroups(destination, result, format, source.image(), false);
-    else if (Velmora::PackedFormatCvTypes().contains(format))
+    else if (isPacked(format))
         convertGroups(format, source.image(), destination, result, true);
     else if (format.pixelFormat != destination.pixelFormat)
-        reorder(source.image(), format, destination, result);
+        return reordered(source.image(), format.pixelFormat, destination.pixelFormat,
+                         fullScale(destination));
     else
         source.image().convertTo(result, result.depth(),
                                  fullScale(destination) / fullScale(format));
     return result;
 }
 
-cv::Mat referenceBgraF32(const Velmora::ImageFrame& source)
+cv::Mat referenceOfChain(const Velmora::ImageFrame& source, const FrameFormat& destination)
 {
-    using namespace Velmora::Formats;
+    const auto hub = Velmora::Formats::BGRA_F32();
     const auto& format = source.format();
-    const bool isPacked = Velmora::PackedFormatCvTypes().contains(format);
-    if (format == BGRA_U8() || (isPacked && format != YCoCg_DXT5()))
-        return reference(source, BGRA_F32());
-    return reference(*frameOver(BGRA_U8(), reference(source, BGRA_U8())), BGRA_F32());
+    if (format == destination)
+        return source.image();
+    const auto chain = conversionRegistry().find({destination, format});
+    if (chain == conversionRegistry().end())
+        return referenceOfChain(*frameOver(hub, referenceOfChain(source, hub)), destination);
+    auto result = frameOver(format, source.image());
+    for (const auto& step : chain->second)
+        result = frameOver(step.format, reference(*result, step.format));
+    return result->image();
 }
 
 }

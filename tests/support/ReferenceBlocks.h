@@ -1,7 +1,5 @@
 #pragma once
 
-#include "tests/support/ReferencePackings.h"
-
 #include <array>
 #include <cstdint>
 
@@ -22,33 +20,5 @@ Block decodeYCoCgDxt5(const std::uint8_t* bytes);
 
 void encodeDxt1(const Block& pixels, std::uint8_t* bytes);
 void encodeYCoCgDxt5(const Block& pixels, std::uint8_t* bytes);
-
-template <auto decodeBlock, auto encodeBlock>
-struct BlockPacking
-{
-    static constexpr int rows = 4;
-    static constexpr int columns = 4;
-
-    template <bool>
-    static Colours<16> decode(const std::uint8_t* bytes)
-    {
-        Colours<16> colours;
-        const Block block = decodeBlock(bytes);
-        for (int k = 0; k < 64; ++k)
-            colours[k / 4][k % 4] = block[k / 4][k % 4] / 255.0;
-        return colours;
-    }
-
-    static void encode(const Colours<16>& colours, std::uint8_t* bytes)
-    {
-        Block block;
-        for (int k = 0; k < 64; ++k)
-            block[k / 4][k % 4] = quantised<int>(colours[k / 4][k % 4] * 255, 255);
-        encodeBlock(block, bytes);
-    }
-};
-
-using Dxt1 = BlockPacking<decodeDxt1, encodeDxt1>;
-using YCoCgDxt5 = BlockPacking<decodeYCoCgDxt5, encodeYCoCgDxt5>;
 
 }
