@@ -1,12 +1,7 @@
-#include "host/headless/HostedReader.h"
-
+#include <DDImage/Reader.h>
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include <optional>
-#include <string>
-
-using namespace Headless;
 
 using namespace testing;
 using Description = DD::Image::Reader::Description;
@@ -24,8 +19,8 @@ TEST(Description, isFoundForAsLongAsItLives)
     };
     const Description first("abc\0ab\0", "first", nullptr, beginsWith<'a'>, nullptr);
     {
-        std::optional<Description> second;
-        second.emplace("b\0", "second", nullptr, beginsWith<'b'>, nullptr);
+        std::optional<Description> second(std::in_place, "b\0", "second", nullptr, beginsWith<'b'>,
+                                          nullptr);
         const Description third("c\0", "third", nullptr, beginsWith<'a'>, nullptr);
         EXPECT_EQ(Description::find("ab"), &first);
         EXPECT_EQ(Description::find("a"), nullptr);
@@ -37,15 +32,4 @@ TEST(Description, isFoundForAsLongAsItLives)
     }
     EXPECT_THAT(Description::all(), ElementsAre(&first));
     EXPECT_EQ(byBlock("axx"), &first);
-}
-
-TEST(Op, formatsWhatItReportsAsPrintfDoes)
-{
-    ReadOperator readOperator("picture.zeq");
-    const std::string longText(100000, 'x');
-    readOperator.critical("%s", "100 %s%n of it");
-    readOperator.critical("%s", "");
-    readOperator.critical("%d of %s", 3, longText.c_str());
-    EXPECT_THAT(readOperator.takeMessages(), ElementsAre("100 %s%n of it", "", "3 of " + longText));
-    EXPECT_THAT(readOperator.takeMessages(), IsEmpty());
 }

@@ -1,29 +1,26 @@
 #include "tests/reader/ReaderTest.h"
 
 #include <opencv2/core.hpp>
+#include <opencv2/core/utility.hpp>
 
 #include <malloc.h>
+#include <sys/resource.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
 #include <barrier>
 #include <chrono>
-#include <cstddef>
+#include <cmath>
 #include <cstdio>
-#include <cstdlib>
-#include <filesystem>
 #include <fstream>
-#include <memory>
 #include <mutex>
 #include <random>
-#include <string>
-#include <thread>
-#include <vector>
+#include <system_error>
 
 using namespace Headless;
 
 using namespace testing;
-using Description = DD::Image::Reader::Description;
 
 namespace {
 
@@ -41,9 +38,7 @@ bool isIntact(const cv::Mat& matrix)
 std::vector<std::string> samples()
 {
     std::vector<std::string> paths;
-    for (const auto& entry : std::filesystem::directory_iterator(SAMPLES))
-        if (entry.path().extension() == ".zeq")
-            paths.push_back(entry.path());
+    cv::glob(SAMPLES "/*.zeq", paths);
     return paths;
 }
 
@@ -87,40 +82,61 @@ protected:
         return files;
     }
 
-    // Loads the plug-in and unloads it again. What is kept outlives that, and stays as it was.
+    // Loads the plug-in and unloads it again; the reader is of this one or of another. What is kept
+    // outlives that, and stays as it was; the first is opened again and again.
     static void show(const File& file, int number, std::vector<Kept>& kept)
     {
         const HeadlessHost host(PLUG_IN);
-        kept.push_back({file, opened(file.path), matrixOf(number % 500 + 1)});
-        EXPECT_EQ(kept.back().reader.takeMessages(), file.messages) << file.path;
-        for (auto* each : {&kept.front(), &kept.back()}) {
-            EXPECT_TRUE(!each->file.messages.empty() ||
-                        each->reader.picture().pixels == each->file.pixels)
-                << each->file.path;
-            EXPECT_TRUE(isIntact(each->matrix));
+        const auto plugIns = DD::Image::Reader::Description::all();
+        const auto& plugIn = *plugIns[number % plugIns.size()];
+        kept.push_back({file, HostedReader(plugIn, file.path), matrixOf(number % 555 + 1)});
+        for (auto* opened : {&kept.back(), &kept.front()}) {
+            opened->reader.open();
+            EXPECT_EQ(opened->reader.takeMessages(), opened->file.messages) << opened->file.path;
+        }
+        for (auto& [shown, reader, matrix] : kept) {
+            EXPECT_TRUE(!shown.messages.empty() || reader.picture().pixels == shown.pixels)
+                << shown.path;
+            EXPECT_TRUE(isIntact(matrix));
         }
         if (kept.size() == 4)
             kept.clear();
     }
 };
 
-long heapKilobytes()
+class Threads : public ReaderTest
 {
-    const auto heap = ::mallinfo2();
-    return static_cast<long>((heap.uordblks + heap.hblkhd) >> 10);
-}
+protected:
+    // Constructs a reader, opens it and pulls its rows on the calling thread. Gives whether they
+    // show exactly the uniform picture.
+    static bool isShown(const std::string& file, int size, int byte)
+    {
+        auto reader = opened(file);
+        DD::Image::Row row(0, size);
+        bool isRight = true;
+        for (int y = 0; y < size; ++y) {
+            reader.reader().engine(y, 0, size, DD::Image::Mask_RGBA, row);
+            for (int x = 0; x < size; ++x)
+                isRight &= std::abs(row[DD::Image::Chan_Red][x] - byte / 255.0) < 1e-6;
+        }
+        return isRight && reader.takeMessages().empty();
+    }
+};
 
-long residentKilobytes()
+// What is resident, or used of the heap.
+long kilobytes(bool areResident)
 {
     long pages = 0;
     std::ifstream("/proc/self/statm") >> pages >> pages;
-    return pages * 4;
+    const auto heap = ::mallinfo2();
+    return areResident ? pages * 4 : static_cast<long>((heap.uordblks + heap.hblkhd) >> 10);
 }
 
 }
 
-// A thousand times, or for as many minutes as HOST_LIFE_MINUTES says. The viewers' threads stay as
-// a host's do: OpenCV keeps a little memory for every thread that ever ran a parallel loop.
+// A thousand times, or for as many minutes as HOST_LIFE_MINUTES says, with two plug-ins at once,
+// whose readers take turns. The viewers' threads stay as a host's do: OpenCV keeps a little memory
+// for every thread that ever ran a parallel loop.
 TEST_F(HostLife, isTheSameForAsLongAsItLasts)
 {
     const char* const minutes = std::getenv("HOST_LIFE_MINUTES");
@@ -134,42 +150,17 @@ TEST_F(HostLife, isTheSameForAsLongAsItLasts)
     }
 
     const auto files = clip();
+    std::filesystem::copy_file(PLUG_IN, path("another.so"));
+    const HeadlessHost another(path("another.so"));
     std::atomic<int> filesShown = 0;
-    std::mutex restMutex;
-    std::barrier turn(4);
-    const auto view = [&](unsigned seed) {
-        std::minstd_rand random(seed);
-        std::vector<Kept> kept;
-        for (int period = 1; period <= periods; ++period) {
-            const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
-            for (int cycle = 0; minutes ? std::chrono::steady_clock::now() < end : cycle < 70;
-                 ++cycle)
-                show(files[random() % files.size()], ++filesShown, kept);
-            turn.arrive_and_wait();
-            {
-                // The pool keeps some idle blocks, however large. After a clip that nobody else is
-                // shown meanwhile they are those of its frames.
-                const std::lock_guard lock(restMutex);
-                kept.clear();
-                for (int frame = 0; frame < 8; ++frame)
-                    show(files[0], frame, kept);
-            }
-            turn.arrive_and_wait();  // at rest
-            turn.arrive_and_wait();
-        }
-    };
-    const std::jthread viewers[]{std::jthread(view, 1), std::jthread(view, 2),
-                                 std::jthread(view, 3)};
-
+    int period = 0;
     long firstMemory = 0;
     std::ptrdiff_t firstDescriptors = 0;
-    for (int period = 1; period <= periods; ++period) {
-        turn.arrive_and_wait();
-        turn.arrive_and_wait();
+    const auto measure = [&]() noexcept {
         ::malloc_trim(0);
-        const auto memory = minutes ? residentKilobytes() : heapKilobytes();
+        const auto memory = kilobytes(minutes);
         const auto descriptors = entryCount("/proc/self/fd");
-        if (period <= 1 + periods / 10) {
+        if (++period <= 1 + periods / 10) {
             firstMemory = memory;
             firstDescriptors = descriptors;
         }
@@ -180,8 +171,35 @@ TEST_F(HostLife, isTheSameForAsLongAsItLasts)
                         descriptors, entryCount("/proc/self/task"));
             std::fflush(stdout);
         }
-        turn.arrive_and_wait();
-    }
+    };
+
+    constexpr int viewerCount = 3;
+    std::barrier hasShown(viewerCount);
+    std::barrier isAtRest(viewerCount, measure);
+    std::mutex restMutex;
+    const auto view = [&](unsigned seed) {
+        std::minstd_rand random(seed);
+        std::vector<Kept> kept;
+        for (int turn = 0; turn < periods; ++turn) {
+            const auto end = std::chrono::steady_clock::now() + std::chrono::minutes(1);
+            for (int cycle = 0; minutes ? std::chrono::steady_clock::now() < end : cycle < 70;
+                 ++cycle)
+                show(files[random() % files.size()], ++filesShown, kept);
+            hasShown.arrive_and_wait();
+            {
+                // The pools keep some idle blocks, however large. After a clip that nobody else is
+                // shown meanwhile, with matrices as large as its files, they are those of it.
+                const std::lock_guard lock(restMutex);
+                kept.clear();
+                for (int frame = 0; frame < 16; ++frame)
+                    show(files[0], 554 + 555 * frame, kept);
+            }
+            isAtRest.arrive_and_wait();
+        }
+    };
+    std::vector<std::jthread> viewers;
+    for (unsigned seed = 1; seed <= viewerCount; ++seed)
+        viewers.emplace_back(view, seed);
 }
 
 // Static objects go in the reverse order of their making: the first of these after all that the
@@ -202,41 +220,40 @@ TEST_F(HostLife, mayExitWithFramesInHand)
     });
 }
 
-// The one that is loaded first makes the first reader of the two, and then the last.
-TEST_F(HostLife, mayHaveTwoPlugInsAtOnce)
+// In processes that have made no reader yet, so that the first ones meet at the memory pool.
+TEST_F(Threads, mayConstructTheFirstReadersAtOnce)
 {
-    const auto files = samples();
-    std::vector<HeadlessHost> hosts;
-    for (const std::size_t first : {1, 0}) {
-        for (int copy = 0; copy < 2; ++copy) {
-            const auto file = path(std::to_string(hosts.size()));
-            std::filesystem::copy_file(PLUG_IN, file);
-            hosts.emplace_back(file);
-        }
-        const auto plugIns = Description::all();  // the latest first
-        const auto shown = [&](std::size_t plugIn, const std::string& file) {
-            HostedReader reader(*plugIns[plugIn], file);
-            reader.open();
-            EXPECT_THAT(reader.takeMessages(), IsEmpty()) << file;
-            return reader.picture().pixels;
-        };
-        HostedReader early(*plugIns[first], files[0]);
-        early.open();
-        auto earlyMatrix = matrixOf(64);
-        const auto late = shown(1 - first, files[0]);
-        EXPECT_TRUE(isIntact(earlyMatrix));
-        earlyMatrix = matrixOf(65);
-        early.open();
-        EXPECT_EQ(early.picture().pixels, late);
+    for (int number = 0; number < threadCount; ++number)
+        write(std::to_string(number), uniformPicture(rgbaU8, 64, 64, number).bytes());
+    expectAtFirst([&] {
+        int shown = threadCount;
+        for (int process = 0; process < 500 && shown == threadCount; ++process)
+            shown = exitStatusOf([&] {
+                std::atomic<int> shownHere = 0;
+                onThreads([&](int number) {
+                    shownHere += isShown(path(std::to_string(number)), 64, number);
+                });
+                return shownHere.load();
+            });
+        return shown == threadCount;
+    });
+}
 
-        const auto compare = [&](std::size_t plugIn) {
-            for (const auto& file : files)
-                EXPECT_EQ(shown(plugIn, file), shown(1 - plugIn, file));
-        };
-        {
-            const std::jthread threads[]{std::jthread(compare, 0), std::jthread(compare, 1),
-                                         std::jthread(compare, 0), std::jthread(compare, 1)};
-        }
-        EXPECT_TRUE(isIntact(earlyMatrix));
-    }
+TEST_F(Threads, areNotNeeded)
+{
+    constexpr int size = 1200;  // for pages to be fetched by several threads
+    const auto file = write(uniformPicture(rgbaU8, size, size, 0x33));
+    std::filesystem::permissions(path(""), std::filesystem::perms::all);
+    expectAtFirst([&] {
+        const int status = exitStatusOf([&] {
+            const rlimit none{0, 0};
+            EXPECT_EQ(::setrlimit(RLIMIT_NPROC, &none), 0);
+            // To the superuser, the limit would not apply.
+            constexpr uid_t nobody = 65534;
+            EXPECT_TRUE(::geteuid() != 0 || ::setuid(nobody) == 0);
+            EXPECT_THROW(std::jthread([] {}), std::system_error);
+            return isShown(file, size, 0x33) && !HasFailure() ? 0 : 1;
+        });
+        return status == 0;
+    });
 }

@@ -5,18 +5,15 @@
 #include <opencv2/core/utility.hpp>
 
 #include <atomic>
-#include <cstddef>
 
 // What this program's operator new has done, and what it shall do.
 namespace Allocations {
 
 inline std::atomic<long> living = 0;  // blocks that are not deleted yet
 
-// Blocks so far that are as large as those of frames. Nothing else that showing a frame needs is.
+// The bytes of living blocks that are as large as those of frames, as nothing else is that showing
+// a frame needs, and the most that there were when this thread got another since it set this to 0.
 constexpr std::size_t leastLargeSize = 1 << 14;
-inline std::atomic<int> large = 0;
-
-// The bytes of those that are not deleted yet, and the most that this thread has seen.
 inline std::atomic<std::size_t> largeBytes = 0;
 inline thread_local std::size_t mostLargeBytes = 0;
 

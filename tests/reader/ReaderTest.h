@@ -12,15 +12,16 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
+#include <latch>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <thread>
 #include <vector>
 
 // A host that has loaded the plug-in, and a folder for files, both gone after the test.
@@ -33,8 +34,7 @@ protected:
     static inline const std::string pictureName = "100%s%n caf\xE9 \xE6\x97\xA5.zeq";
 
     static constexpr std::uint32_t rgbaU8 = 0x204;
-    static constexpr std::array channels{DD::Image::Chan_Red, DD::Image::Chan_Green,
-                                         DD::Image::Chan_Blue, DD::Image::Chan_Alpha};
+    static constexpr int threadCount = 8;
 
     std::string path(const std::string& name) const { return m_folder.file(name); }
 
@@ -50,8 +50,8 @@ protected:
     static MediaFileBytes uniformPicture(std::uint32_t code, std::uint16_t width,
                                          std::uint16_t height, int byte)
     {
-        const auto& format = MediaConversion::mediaFormatCodes().at(code);
-        const auto size = MediaConversion::frameDataSize(format, width, height);
+        const auto size = MediaConversion::frameDataSize(
+            MediaConversion::mediaFormatCodes().at(code), width, height);
         return MediaFileBytes::picture(code, width, height,
                                        std::string(size, static_cast<char>(byte)));
     }
@@ -72,6 +72,27 @@ protected:
         auto reader = construct(fileName);
         reader.open();
         return reader;
+    }
+
+    // The red sample of the first stored pixel of a reader's picture.
+    static float firstSample(DD::Image::Reader& reader)
+    {
+        DD::Image::Row row(0, 1);
+        reader.engine(reader.height() - 1, 0, 1, DD::Image::Mask_RGBA, row);
+        return *row[DD::Image::Chan_Red];
+    }
+
+    // Runs the work on several threads that start together, each with a number of its own.
+    template <class Work>
+    static void onThreads(const Work& work)
+    {
+        std::latch start(threadCount);
+        std::vector<std::jthread> threads;
+        for (int number = 0; number < threadCount; ++number)
+            threads.emplace_back([&, number] {
+                start.arrive_and_wait();
+                work(number);
+            });
     }
 
     // The entries of a folder, as of those of the process's open files and of its threads.

@@ -59,8 +59,7 @@ TEST_F(BadInput, isNamedAndKeepsNoOtherFromBeingChecked)
         "mkdir -p d/closed d/inner empty; ln -s loop d/loop; ln -s nothing d/link.zeq; "
         "ln -s ../inner d/inner/up; cp good.zeq d/inner; chmod 0 d/closed; zeq check -q d/inner");
     EXPECT_EQ(output, "");
-    writeFile(folder.file("d/short.zeq"),
-              MediaFileBytes::picture(0x200, 2, 2, "11 bytes...").bytes());
+    writeFile(folder.file("d/short.zeq"), MediaFileBytes::picture(0x200, 2, 2, "few").bytes());
     writeFile(folder.file("d/unknown.zeq"), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
     EXPECT_EQ(run("[ $(id -u) != 0 ] || powerless='setpriv\n"
                   "--bounding-set=-dac_override,-dac_read_search'\n"
@@ -81,17 +80,15 @@ TEST_F(BadInput, isNamedAndKeepsNoOtherFromBeingChecked)
 
 TEST_F(BadInput, keepsNoOtherFromBeingUsed)
 {
+    runWell("mkdir out; ln -s loop.zeq loop.zeq");
     for (const std::string command : {"info", "sheet -o s.png", "thumbnail -o out", "convert"}) {
-        EXPECT_EQ(run("mkdir -p out; zeq " + command + " s.#.zeq '' loop.zeq good.zeq" +
-                      (command == "convert" ? " out/ --to tif" : "") + "; echo $?"),
-                  0);
-        EXPECT_THAT(output, AllOf(HasSubstr(command.starts_with("sheet") ? "1 file" : "good.zeq"),
-                                  EndsWith("\n1\n")))
-            << command;
+        EXPECT_EQ(run("zeq " + command + " s.#.zeq '' loop.zeq good.zeq" +
+                      (command == "convert" ? " out/ --to tif" : "")),
+                  1);
+        EXPECT_THAT(output, HasSubstr(command.starts_with("sheet") ? "1 file" : "good.zeq"));
         EXPECT_THAT(errors, AllOf(HasSubstr("zeq: s.#.zeq: no frames found\n"),
                                   HasSubstr("zeq: '': no file has an empty name\n"),
                                   HasSubstr("zeq: loop.zeq: Failed to open file\n")));
-        runWell("ln -sf loop.zeq loop.zeq");
     }
     EXPECT_THAT(folder.files(), Contains("s.png"));
     EXPECT_THAT(folder.files("out"), ElementsAre("good.png", "good.tif"));

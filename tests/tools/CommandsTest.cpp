@@ -4,7 +4,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cmath>
-#include <iterator>
 #include <tuple>
 
 using namespace testing;
@@ -26,8 +25,7 @@ TEST_F(Commands, showWhatAFileSaysOfItself)
               "frameWidth: 6\nframeHeight: 2\nmagic: zeqZ\nheaderRevision: 2\nheaderByte0: 1\n"
               "headerByte1: 0\nheaderByte3: 7\nframeField1: 1\nheaderSize: 48\ndataExpected: 48\n"
               "dataPresent: 30\n");
-    EXPECT_EQ(run("zeq info --json a.zeq missing.zeq b*.zeq"), 1);
-    EXPECT_EQ(errors, "zeq: missing.zeq: Failed to open file\n");
+    runWell("zeq info --json a.zeq b*.zeq");
     const auto facts = nlohmann::json::parse(output);
     ASSERT_EQ(facts.size(), 2u);
     EXPECT_EQ(facts[0]["dataExpected"], 48);
@@ -51,26 +49,23 @@ TEST_F(Commands, makeSheetsAndThumbnails)
     EXPECT_GT(readPicture("sheet.png").first.width, 1000);
 
     // A red pixel beside transparent ones is red and half transparent, whatever they would show.
-    constexpr float infinity = HUGE_VALF, notANumber = NAN;
-    const float pairs[2][8] = {{1, 0, 0, 1, infinity, notANumber, -infinity, 0},
-                               {1, 0, 0, 1, 0, 1, 0, 0}};
+    const std::vector<float> pixels = {1, 0, 0, 1, HUGE_VALF, NAN, -HUGE_VALF, 0,
+                                       1, 0, 0, 1, 0,         1,   0,          0};
     std::vector<float> samples;
-    for (int pair = 0; pair < 360 * 20; ++pair)
-        samples.insert(samples.end(), std::begin(pairs[pair / 360 % 2]),
-                       std::end(pairs[pair / 360 % 2]));
+    for (int count = 0; count < 720 / 4 * 20; ++count)
+        samples.insert(samples.end(), pixels.begin(), pixels.end());
     writePicture("a.exr", {720, 20, 4, OIIO::TypeDesc::FLOAT}, samples);
     runWell("zeq thumbnail --size 360 -o . a.exr && zeq sheet a.exr -o b.png");
     const auto thumbnail = readPicture("a.png").second;
-    EXPECT_THAT(std::vector(thumbnail.end() - 4, thumbnail.end()),
-                Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f}));
+    EXPECT_THAT(std::vector(thumbnail.end() - 8, thumbnail.end()),
+                Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f, 1.f, 0.f, 0.f, 0.5f}));
     // Half of it is the light square in the corner of the view.
     const auto sheet = readPicture("b.png");
     const auto corner = sheet.second.begin() + (45 * sheet.first.width + 45) * 3;
     EXPECT_THAT(std::vector(corner, corner + 3),
                 Pointwise(FloatNear(0.003f), {0.975f, 0.475f, 0.475f}));
 
-    EXPECT_EQ(run("zeq thumbnail --size 30 -o small $samples/coffee.rgb*8.zeq missing.zeq"), 1);
-    EXPECT_EQ(errors, "zeq: missing.zeq: Failed to open file\n");
+    runWell("zeq thumbnail --size 30 -o small $samples/coffee.rgb*8.zeq");
     EXPECT_THAT(folder.files("small"), ElementsAre("coffee.rgb-u8.png", "coffee.rgba-u8.png"));
     const auto small = readPicture("small/coffee.rgba-u8.png").first;
     EXPECT_THAT(std::vector({small.width, small.height, small.nchannels}), ElementsAre(30, 20, 4));

@@ -60,10 +60,9 @@ TEST_F(Convert, storesPicturesInTheDepthOfTheirData)
     for (const auto& [sample, file, option, type, bits, channels] : cases) {
         runWell("zeq convert $samples/coffee." + sample + ".zeq " + file + " " + option);
         const auto stored = readPicture(file).first;
-        const int storedBits = stored.get_int_attribute("oiio:BitsPerSample");
-        EXPECT_EQ(std::tuple(stored.format, storedBits, stored.nchannels),
-                  std::tuple(type, bits, channels))
-            << sample << " to " << file;
+        EXPECT_EQ(stored.format, type) << sample << " to " << file;
+        EXPECT_EQ(stored.get_int_attribute("oiio:BitsPerSample"), bits) << sample << " to " << file;
+        EXPECT_EQ(stored.nchannels, channels) << sample << " to " << file;
     }
     EXPECT_EQ(folder.content("a.dpx").substr(36, 6), Name("a.dpx", 6))
         << "The file's name in its header";
@@ -141,12 +140,9 @@ TEST_F(Convert, keepsThePicturesWindowAndWhatAMediaFileSaysBesideItsFrame)
     file.frameField1 = 0x1234;
     file.frameWidth = 2;
     writeFile(folder.file("a.zeq"), file.bytes());
-    runWell("zeq convert a.zeq b.zeq -f bgr-u8; zeq convert a.zeq ./a.zeq");
-    for (const Name name : {"a.zeq", "b.zeq"}) {
-        runWell("zeq info " + name);
-        EXPECT_THAT(output, AllOf(HasSubstr("\nwidth: 3\nheight: 1\nframeWidth: 2\n"),
-                                  HasSubstr("zeqZ"), HasSubstr("9\nframeField1: 4660\n")));
-    }
+    runWell("zeq convert a.zeq b.zeq -f bgr-u8; zeq convert a.zeq ./a.zeq; zeq info a.zeq b.zeq");
+    EXPECT_THAT(output, ContainsRegex("(\nwidth: 3\nheight: 1\nframeWidth: 2\n.*zeqZ.*9\n"
+                                      "frameField1: 4660\n.*){2}"));
     EXPECT_EQ(frameData("b.zeq"), "cbafed");
     runWell("zeq convert b.zeq b.png");
     EXPECT_THAT(readPicture("b.png").second, AllOf(SizeIs(9), Contains(0.f).Times(3)));
@@ -156,14 +152,12 @@ TEST_F(Convert, goesOnWithTheOtherFramesAndFinishesLater)
 {
     runWell("for n in 1 2 4; do cp $samples/coffee.rgb-u8.zeq s.000$n.zeq; done");
     fs::resize_file(folder.file("s.0002.zeq"), 1000);
-    EXPECT_EQ(run("zeq convert s.####.zeq t.##.png"), 1);
-    EXPECT_EQ(errors, "zeq: s.0002.zeq: Media file has unexpectedly reached End-Of-File\n");
-    EXPECT_THAT(output, EndsWith("2 converted, 0 skipped, 1 failed\n"));
-    fs::remove(folder.file("t.04.png"));
     writeFile(folder.file("t.01.png"), "kept");
-    EXPECT_EQ(run("zeq convert --skip-existing --frames 1-4x3,9 s.%04d.zeq t.##.png"), 1);
-    EXPECT_EQ(errors, "zeq: s.0009.zeq: Failed to open file\n");
-    EXPECT_EQ(output, "s.0004.zeq -> t.04.png\n1 converted, 1 skipped, 1 failed\n");
+    EXPECT_EQ(run("zeq convert -j1 --skip-existing --frames 1-4x3,2,9 s.%04d.zeq t.##.png"), 1);
+    EXPECT_EQ(errors,
+              "zeq: s.0002.zeq: Media file has unexpectedly reached End-Of-File\n"
+              "zeq: s.0009.zeq: Failed to open file\n");
+    EXPECT_EQ(output, "s.0004.zeq -> t.04.png\n1 converted, 1 skipped, 2 failed\n");
     EXPECT_EQ(folder.content("t.01.png"), "kept");
 }
 
@@ -176,20 +170,14 @@ TEST_F(Convert, leavesNothingHalfWrittenOnAFullDisk)
         EXPECT_EQ(run("ulimit -f 8; zeq convert a.zeq " + file), 1) << file;
         EXPECT_THAT(errors, MatchesRegex("zeq: " + file + ": [^\n]*File too large\n"));
         EXPECT_EQ(folder.content(file), "old");
-        EXPECT_EQ(folder.files(), (std::set<Name>{"a.zeq", file}));
-        fs::remove(folder.file(file));
     }
+    EXPECT_THAT(folder.files(), SizeIs(7));
 }
 
 // A file that is opened where a standard stream should be would be written all messages.
 TEST_F(Convert, writesNoMessagesIntoItsOutputsAndGoesOnWithoutReaders)
 {
     runWell("for n in $(seq 60); do cp $samples/coffee.rgb-u8.zeq s.$n.zeq; done");
-    runWell("zeq convert s.1.zeq right.zeq -f ZEQ-422");
-    for (const Name closed : {">&-", "2>&-", "<&-"}) {
-        runWell("zeq convert -qj2 -f ZEQ-422 s.1.zeq t.zeq " + closed);
-        EXPECT_TRUE(folder.content("t.zeq") == folder.content("right.zeq")) << closed;
-    }
     EXPECT_EQ(runUntilTheFirstOutput("", "<&- >&- 2>&-", "cd /proc/$!/fd; readlink 0 1 2; kill $!"),
               0);
     EXPECT_EQ(output, "/dev/null\n/dev/null\n/dev/null\n");

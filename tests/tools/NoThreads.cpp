@@ -7,15 +7,10 @@
 #include <cerrno>
 #include <cstdlib>
 
-namespace {
-
-std::atomic<int> started = 0;
-
-}
-
 extern "C" int pthread_create(pthread_t* thread, const pthread_attr_t* attributes,
                               void* (*run)(void*), void* argument) noexcept
 {
+    static std::atomic<int> started = 0;
     const char* const limit = std::getenv("THREADS");
     if (!limit || started++ >= std::atoi(limit))
         return EAGAIN;

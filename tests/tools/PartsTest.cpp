@@ -4,7 +4,6 @@
 #include "tools/CommandLine.h"
 #include "tools/Commands.h"
 #include "tools/InputFiles.h"
-#include "tools/Jobs.h"
 #include "tools/Report.h"
 
 #include <gmock/gmock.h>
@@ -34,32 +33,24 @@ TEST(FrameRange, listsEachFrameOnceAndInOrder)
 
 TEST(CommandLine, takesDecimalNumbersAndAmountsOfMemoryOnly)
 {
-    static std::uint64_t memory;
-    static int size;
-    const CommandEntry entry{
-        "numbers", "", [] {
-            return Command{"",
-                           {{.names = "-m", .value = "SIZE", .target = &memory},
-                            {.names = "-s", .value = "N", .target = &size, .largest = 99}},
-                           [] { return 0; }};
-        }};
-    const auto parse = [&](std::string option, std::string value) {
-        std::string program = "zeq", command = "numbers";
+    static JobSettings settings;
+    const auto parse = [](std::string option, std::string value) {
+        const auto create = [] { return Command{"", jobArguments(settings), {}}; };
+        std::string program, command = "numbers";
         char* words[] = {program.data(), command.data(), option.data(), value.data()};
-        size = 1;
-        parseCommandLine({entry}, 4, words);
-        return option == "-m" ? memory : std::uint64_t(size);
+        parseCommandLine({CommandEntry{command, "", create}}, 4, words);
     };
-    EXPECT_EQ(parse("-m", "512M"), 536870912u);
-    EXPECT_EQ(parse("-m", "4G"), 4294967296u);
-    EXPECT_EQ(parse("-m", "010M"), 10485760u);
-    EXPECT_EQ(parse("-s", "99"), 99u);
-    EXPECT_EQ(parse("-s", "010"), 10u);
+    parse("--memory", "2G");
+    EXPECT_EQ(settings.memory, 2147483648u);
+    parse("--memory", "010M");
+    EXPECT_EQ(settings.memory, 10485760u);
+    parse("-j", "010");
+    EXPECT_EQ(settings.jobs, 10);
     for (const auto* text :
          {"", "4", "0G", "-1G", "4T", "4g", "4GB", "4 G", "0x4G", "99999999999G"})
-        EXPECT_THROW(parse("-m", text), UsageError) << text;
-    for (const auto* text : {"", "0", "-1", "+1", "1x", "0x1", "1 ", "100", "99999999999"})
-        EXPECT_THROW(parse("-s", text), UsageError) << text;
+        EXPECT_THROW(parse("--memory", text), UsageError) << text;
+    for (const auto* text : {"", "0", "-1", "+1", "1x", "0x1", "1 ", "1025", "99999999999"})
+        EXPECT_THROW(parse("-j", text), UsageError) << text;
 }
 
 // As OpenCV reduces the whole picture.
@@ -91,12 +82,11 @@ TEST(PartialPicture, isReducedWithoutBeingBuilt)
 TEST(PictureLimits, letAFrameOf8KPassAndWhatAFileCanHave)
 {
     constexpr std::uint64_t frameOf8K = 8192 * 4320;
-    EXPECT_TRUE(Imaging::mayBeFilledUp(frameOf8K, 1) &&
-                Imaging::mayBeHeld(frameOf8K, 12 * frameOf8K, 1));
-    EXPECT_TRUE(Imaging::mayBeFilledUp(16 * frameOf8K, frameOf8K));
-    EXPECT_FALSE(Imaging::mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
-    EXPECT_TRUE(Imaging::mayBeHeld(2 * frameOf8K, 1032 * 12345, 12345));
-    EXPECT_FALSE(Imaging::mayBeHeld(2 * frameOf8K, 1032 * 12345, 12344));
+    using namespace Imaging;
+    EXPECT_TRUE(mayBeFilledUp(frameOf8K, 1) && mayBeFilledUp(16 * frameOf8K, frameOf8K));
+    EXPECT_FALSE(mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
+    EXPECT_TRUE(mayBeHeld(frameOf8K, 12 * frameOf8K, 1) && mayBeHeld(2 * frameOf8K, 1032, 1));
+    EXPECT_FALSE(mayBeHeld(2 * frameOf8K, 2 * 1032, 1));
 }
 
 TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)

@@ -31,8 +31,6 @@ protected:
     }
     void runWell(const std::string& line) { ASSERT_EQ(run(line), 0) << line << '\n' << errors; }
 
-    std::string path(const std::string& file) const { return folder.file(file); }
-    auto files(const std::string& inner = "") const { return folder.files(inner); }
     // Of a media file with the short header.
     std::string frameData(const std::string& file) const { return folder.content(file).substr(28); }
 
