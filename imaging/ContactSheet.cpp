@@ -32,24 +32,6 @@ constexpr int squareSize = 10;
 constexpr float lightSquare = 0.95f;
 constexpr float darkSquare = 0.82f;
 
-int bitsOf(SampleDepth depth)
-{
-    switch (depth) {
-        case SampleDepth::U8:
-            return 8;
-        case SampleDepth::U10:
-            return 10;
-        case SampleDepth::U12:
-            return 12;
-        case SampleDepth::U16:
-        case SampleDepth::F16:
-            return 16;
-        case SampleDepth::F32:
-            return 32;
-    }
-    return 0;
-}
-
 // Puts the view over a checkerboard, which shows where it is transparent. `red` and `blue` are its
 // channels of these colours.
 cv::Mat flattened(const cv::Mat& view, int red, int blue)
@@ -141,7 +123,7 @@ std::string shortened(std::string text, int size, int width)
 void ContactSheet::add(const Picture& picture, const std::string& name)
 {
     const auto view = reduced(picture, largestView);
-    add(flattened(view.pixels, 2, 0), picture.size, bitsOf(picture.depth), name);
+    add(flattened(view.pixels, 2, 0), picture.size, factsOf(picture.depth).bits, name);
 }
 
 void ContactSheet::add(const HostPicture& picture, const std::string& name)

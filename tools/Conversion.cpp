@@ -90,33 +90,48 @@ bool isFolderName(const std::string& name)
 }
 
 using MediaConversion::fail;
+using Velmora::FrameFormat;
 
 namespace {
 
-void checkSide(const char* side, int length, std::uint32_t group, const MediaFormat& format)
+// The format that a picture gets when none is asked for. It is the one of the fewest bits that
+// holds the samples, or one of 12 bits when none does. For more than 8 bits with alpha there is one
+// format only, which halves the resolution of colours.
+FrameFormat defaultFormat(const PictureFacts& facts)
+{
+    using namespace Velmora::Formats;
+    if (facts.depth == SampleDepth::U8)
+        return facts.hasAlpha ? RGBA_U8() : RGB_U8();
+    if (facts.hasAlpha)
+        return ZEQ_4224_HYBRID();
+    return facts.depth == SampleDepth::U10 ? RGB_DPX_FILLED() : RGB_SMPTE_2110();
+}
+
+void checkSide(const char* side, int length, std::uint32_t group, const FrameFormat& format)
 {
     constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
     if (length > limit)
         fail("is ", length, " pixels ", side, "; a media file holds at most ", limit);
     if (length % static_cast<int>(group) != 0)
-        fail("is ", length, " pixels ", side, "; ", format.name, " needs a multiple of ", group);
+        fail("is ", length, " pixels ", side, "; ", shortName(format), " needs a multiple of ",
+             group);
 }
 
-void writeMediaFile(IOpenFile& file, const std::string& output, const MediaFormat& format,
+void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,
                     MemoryBudget& budget)
 {
     const auto& facts = file.facts();
     const auto options = file.mediaFileOptions();
     // A media file keeps the frame that it has, of which hosts show the picture.
     if (!options.width) {
-        const auto& packing = format.frameFormat.pixelPacking;
+        const auto& packing = format.pixelPacking;
         checkSide("wide", facts.size.width, packing.columnsPerGroup, format);
         checkSide("high", facts.size.height, packing.rowsPerGroup, format);
     }
     const auto filledUp = options.width ? 0 : fillingUpByteCount(facts);
     const auto reservation =
         budget.reserve(facts.byteCount + filledUp + std::max(facts.byteCount, filledUp) / 4);
-    const auto frame = MediaConversion::convert(file.readFrame(), format.frameFormat);
+    const auto frame = MediaConversion::convert(file.readFrame(), format);
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
@@ -144,9 +159,7 @@ void convertFile(const Conversion& conversion, const WantedResult& wanted, Memor
 {
     const auto file = openFile(conversion.input);
     if (hasMediaFileExtension(conversion.output)) {
-        const auto& facts = file->facts();
-        const auto& format =
-            wanted.format ? *wanted.format : defaultMediaFormat(facts.depth, facts.hasAlpha);
+        const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
     } else {
         const auto* const type = findPictureType(extensionOf(conversion.output));

@@ -1,8 +1,9 @@
 #pragma once
 
+#include "MediaConversion/MediaPipeline/Formats.h"
+#include "imaging/Picture.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
-#include "tools/MediaFormats.h"
 
 #include <optional>
 #include <string>
@@ -30,8 +31,8 @@ bool isFolderName(const std::string& name);
 // What the user asks for. The rest follows from the file that is converted.
 struct WantedResult
 {
-    const MediaFormat* format = nullptr;  // of a media file
-    std::optional<SampleDepth> depth;     // of any other picture
+    std::optional<Velmora::FrameFormat> format;  // of a media file
+    std::optional<Imaging::SampleDepth> depth;   // of any other picture
 };
 
 // Makes one file of another: a media file where the output's extension is zeq, else a picture of

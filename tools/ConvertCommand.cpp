@@ -1,4 +1,4 @@
-#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
 #include "tools/Files.h"
@@ -31,8 +31,16 @@ struct Options
 std::vector<std::string> formatNames()
 {
     std::vector<std::string> names;
-    for (const auto& format : mediaFormats())
-        names.push_back(format.name);
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        names.push_back(shortName(format));
+    return names;
+}
+
+std::vector<std::string> depthNames()
+{
+    std::vector<std::string> names;
+    for (const auto& depth : Imaging::sampleDepths)
+        names.emplace_back(depth.name);
     return names;
 }
 
@@ -85,10 +93,12 @@ Formats:
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
-    if (!options.format.empty())
-        wanted.format = findMediaFormat(options.format);
-    if (!options.depth.empty())
-        wanted.depth = depthNamed(options.depth);
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        if (options.format == shortName(format))
+            wanted.format = format;
+    for (const auto& depth : Imaging::sampleDepths)
+        if (options.depth == depth.name)
+            wanted.depth = depth.depth;
     return wanted;
 }
 

@@ -5,7 +5,6 @@
 #include "tools/Commands.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
-#include "tools/MediaFormats.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>
@@ -33,14 +32,16 @@ Json factsOf(const std::string& fileName)
     reader.open(MediaConversion::wideFileName(fileName));
     const auto header = reader.mediaHeader();
     const auto frame = reader.frameHeader();
-    const auto* const format = findMediaFormat(header.mediaFormatCode);
+    const auto& formats = MediaConversion::mediaFormatCodes();
+    const auto format = formats.find(header.mediaFormatCode);
+    const bool isKnown = format != formats.end();
     constexpr std::uint64_t shortHeader = 28;
     constexpr std::uint64_t extension = 20;
     const auto headerSize = shortHeader + (header.headerRevision > 1 ? extension : 0);
 
     Json facts;
     facts["file"] = fileName;
-    facts["format"] = format ? Json(format->name) : Json();
+    facts["format"] = isKnown ? Json(shortName(format->second)) : Json();
     facts["formatCode"] = "0x" + MediaConversion::hexadecimal(header.mediaFormatCode);
     facts["width"] = header.width;
     facts["height"] = header.height;
@@ -53,9 +54,9 @@ Json factsOf(const std::string& fileName)
     facts["headerByte3"] = header.headerByte3;
     facts["frameField1"] = frame.frameField1;
     facts["headerSize"] = headerSize;
-    facts["dataExpected"] = format ? Json(MediaConversion::frameDataSize(
-                                         format->frameFormat, frame.frameWidth, frame.frameHeight))
-                                   : Json();
+    facts["dataExpected"] = isKnown ? Json(MediaConversion::frameDataSize(
+                                          format->second, frame.frameWidth, frame.frameHeight))
+                                    : Json();
     std::error_code isGone;
     const auto size = std::filesystem::file_size(fileName, isGone);
     facts["dataPresent"] = isGone || size < headerSize ? Json() : Json(size - headerSize);

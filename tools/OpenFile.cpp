@@ -8,7 +8,6 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "tools/Files.h"
-#include "tools/MediaFormats.h"
 #include "tools/PictureModule.h"
 
 #include <opencv2/core.hpp>
@@ -23,6 +22,13 @@ using Velmora::Formats::BGRA_F32;
 
 namespace {
 
+// Whole numbers of the format's bits, or float.
+Imaging::SampleDepth depthOf(const Velmora::FrameFormat& format)
+{
+    const int bits = bitsOf(format.channelType);
+    return std::ranges::find(Imaging::sampleDepths, bits, &Imaging::DepthFacts::bits)->depth;
+}
+
 class OpenMediaFile final : public IOpenFile
 {
 public:
@@ -31,19 +37,19 @@ public:
         m_reader.open(MediaConversion::wideFileName(fileName));
         m_header = m_reader.mediaHeader();
         m_frameHeader = m_reader.frameHeader();
-        const auto* const format = findMediaFormat(m_header.mediaFormatCode);
-        if (!format) {
+        const auto& formats = MediaConversion::mediaFormatCodes();
+        if (!formats.contains(m_header.mediaFormatCode)) {
             m_reader.readFrame();  // throws, and its text is the reader's own
             return;
         }
-        const auto& frameFormat = format->frameFormat;
+        const auto& format = formats.at(m_header.mediaFormatCode);
         const cv::Size stored(m_frameHeader.frameWidth, m_frameHeader.frameHeight);
         const std::uint64_t dataSize = MediaConversion::frameDataSize(
-            frameFormat, m_frameHeader.frameWidth, m_frameHeader.frameHeight);
+            format, m_frameHeader.frameWidth, m_frameHeader.frameHeight);
         m_facts = {.size = {m_header.width, m_header.height},
                    .stored = stored,
-                   .depth = depthOf(frameFormat),
-                   .hasAlpha = hasAlpha(frameFormat.colourspace),
+                   .depth = depthOf(format),
+                   .hasAlpha = hasAlpha(format.colourspace),
                    .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
     }
 

@@ -32,7 +32,7 @@ void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& 
     const auto picture = file->readPicture();
     checkNotEmpty(facts);
     auto view = reduced(picture, largestSide);
-    view.depth = SampleDepth::U8;
+    view.depth = Imaging::SampleDepth::U8;
     writeOutput(conversion.output,
                 [&](const std::string& name) { pictureModule().write(name, view, name); });
 }
