@@ -116,7 +116,7 @@ bool print(const std::string& name, const std::string& value)
 bool printOpenImageIo()
 {
     try {
-        return print("OpenImageIO", pictureModule().openImageIoVersion());
+        return print("OpenImageIO", pictureModule().openImageIoVersion);
     } catch (const std::exception& error) {
         print("OpenImageIO", std::string("missing; ") + error.what());
         return false;

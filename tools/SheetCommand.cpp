@@ -26,7 +26,7 @@ struct Options
     std::string output;
 };
 
-void add(const InputFile& input, Imaging::IContactSheet& sheet)
+Imaging::View viewOf(const InputFile& input)
 {
     throwProblem(input);
     const auto file = openFile(input.name);
@@ -35,7 +35,7 @@ void add(const InputFile& input, Imaging::IContactSheet& sheet)
     const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
     checkNotEmpty(facts);
-    sheet.add(picture, std::filesystem::path(input.name).filename());
+    return pictureModule().viewOf(picture, std::filesystem::path(input.name).filename());
 }
 
 int run(const Options& options)
@@ -45,22 +45,23 @@ int run(const Options& options)
     if (!findPictureType(extensionOf(options.output)))
         throw UsageError(options.output + ": files of this kind are not written");
     removeUnfinishedFilesOnSignals();
-    const auto sheet = pictureModule().createContactSheet();
-    int views = 0;
+    const auto& pictures = pictureModule();
+    std::vector<Imaging::View> views;
     int failures = 0;
     for (const auto& file : inputFiles(options.files, options.frames)) {
         try {
-            add(file, *sheet);
-            ++views;
+            views.push_back(viewOf(file));
         } catch (const std::exception& error) {
             reportError(file.name, messageOf(error));
             ++failures;
         }
     }
-    if (views > 0) {
-        writeOutput(options.output, [&](const std::string& name) { sheet->write(name); });
-        std::cout << shown(options.output) << ": " << views
-                  << (views == 1 ? " file\n" : " files\n");
+    if (!views.empty()) {
+        writeOutput(options.output, [&](const std::string& temporaryName) {
+            pictures.writeContactSheet(temporaryName, views);
+        });
+        std::cout << shown(options.output) << ": " << views.size()
+                  << (views.size() == 1 ? " file\n" : " files\n");
     }
     return failures ? ExitStatus::failure : ExitStatus::success;
 }
