@@ -68,7 +68,7 @@ std::string listed(const std::vector<std::string>& words)
 
 std::string description()
 {
-    return sequencesText() + R"(
+    return sequencesText + R"(
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete.
 
@@ -173,36 +173,23 @@ int run(const Options& options)
 Command convert()
 {
     const auto options = std::make_shared<Options>();
-    std::vector<Argument> arguments{{.names = "FILE",
-                                     .value = "FILE... OUTPUT",
-                                     .target = &options->files,
-                                     .help = "what is converted, and what it becomes",
-                                     .isRequired = true},
-                                    {.names = "-f,--format",
-                                     .value = "FORMAT",
-                                     .target = &options->format,
-                                     .help = "the format of media files, as below",
-                                     .choices = formatNames()},
-                                    {.names = "-d,--depth",
-                                     .value = "DEPTH",
-                                     .target = &options->depth,
-                                     .help = "of other pictures: 8, 10, 12, 16 bits, half or float",
-                                     .choices = depthNames()},
-                                    {.names = "--to",
-                                     .value = "KIND",
-                                     .target = &options->extension,
-                                     .help = "the kind of files in a folder, as below",
-                                     .choices = extensions()},
-                                    framesArgument(options->frames),
-                                    {.names = "--skip-existing",
-                                     .value = "",
-                                     .target = &options->skipsExisting,
-                                     .help = "leave outputs that exist as they are"}};
-    const auto jobs = jobArguments(options->jobs);
-    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
-    return {.description = description(), .arguments = arguments, .run = [options] {
-                return Zeq::run(*options);
-            }};
+    return {
+        .description = description(),
+        .arguments = withJobArguments(
+            {required({"FILE", "FILE... OUTPUT", &options->files,
+                       "what is converted, and what it becomes"}),
+             {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
+              formatNames()},
+             {"-d,--depth", "DEPTH", &options->depth,
+              "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
+             {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
+              extensions()},
+             framesArgument(options->frames),
+             {"--skip-existing", "", &options->skipsExisting,
+              "leave outputs that exist as they are"}},
+            options->jobs),
+        .run = [options] { return Zeq::run(*options); },
+    };
 }
 
 }

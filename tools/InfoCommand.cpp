@@ -115,15 +115,13 @@ Command info()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText() + R"(
+        .description = sequencesText + R"(
 Prints a fact on each line, its name first, and an empty line between files. dataExpected and
 dataPresent are bytes of frame data; a file that has more than it needs is sound.)",
         .arguments = {filesArgument(options->files, "media files"),
                       framesArgument(options->frames),
-                      {.names = "--json",
-                       .value = "",
-                       .target = &options->asJson,
-                       .help = "print an array with an object for each file"}},
+                      {"--json", "", &options->asJson,
+                       "print an array with an object for each file"}},
         .run = [options] { return show(*options); },
     };
 }

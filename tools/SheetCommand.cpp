@@ -72,14 +72,11 @@ Command sheet()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText() + R"(
+        .description = sequencesText + R"(
 Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)",
         .arguments = {filesArgument(options->files, "media files and other pictures"),
-                      {.names = "-o,--output",
-                       .value = "SHEET",
-                       .target = &options->output,
-                       .help = "the file to write: sheet.png",
-                       .isRequired = true},
+                      required({"-o,--output", "SHEET", &options->output,
+                                "the file to write: sheet.png"}),
                       framesArgument(options->frames)},
         .run = [options] { return Zeq::run(*options); },
     };

@@ -64,25 +64,23 @@ int run(const Options& options)
 Command thumbnail()
 {
     const auto options = std::make_shared<Options>();
-    std::vector<Argument> arguments{filesArgument(options->files, "media files and other pictures"),
-                                    {.names = "-o,--output",
-                                     .value = "DIR",
-                                     .target = &options->folder,
-                                     .help = "the folder to write to, made if it does not exist",
-                                     .isRequired = true},
-                                    {.names = "--size",
-                                     .value = "N",
-                                     .target = &options->size,
-                                     .help = "the longer side in pixels (default: 256)",
-                                     .largest = 4096},
-                                    framesArgument(options->frames)};
-    const auto jobs = jobArguments(options->jobs);
-    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
-    return {.description = sequencesText() + R"(
+    return {
+        .description = sequencesText + R"(
 Writes shot.png with 8 bits for shot.zeq, with alpha where the file has it. What is small already
 keeps its size.)",
-            .arguments = arguments,
-            .run = [options] { return Zeq::run(*options); }};
+        .arguments =
+            withJobArguments({filesArgument(options->files, "media files and other pictures"),
+                              required({"-o,--output", "DIR", &options->folder,
+                                        "the folder to write to, made if it does not exist"}),
+                              {.names = "--size",
+                               .value = "N",
+                               .target = &options->size,
+                               .help = "the longer side in pixels (default: 256)",
+                               .largest = 4096},
+                              framesArgument(options->frames)},
+                             options->jobs),
+        .run = [options] { return Zeq::run(*options); },
+    };
 }
 
 }
