@@ -8,13 +8,13 @@
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
+#include "tools/TerminationSignals.h"
 
 #include <opencv2/core.hpp>
 
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
@@ -67,10 +67,10 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
     std::map<fs::path, std::string> taken;  // the outputs and the inputs that they are made of
     for (const auto& input : inputs) {
         if (!input.problem.empty()) {
-            conversions.push_back({input.name, {}, input.problem});
+            conversions.push_back({input});
             continue;
         }
-        const auto& conversion = conversions.emplace_back(Conversion{input.name, outputOf(input)});
+        const auto& conversion = conversions.emplace_back(Conversion{input, outputOf(input)});
         const auto target = identity(conversion.output);
         const auto [entry, isFirst] = taken.emplace(target, input.name);
         if (!isFirst)
@@ -157,7 +157,7 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
 
 void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input);
+    const auto file = openFile(conversion.input.name);
     if (hasMediaFileExtension(conversion.output)) {
         const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
@@ -165,6 +165,23 @@ void convertFile(const Conversion& conversion, const WantedResult& wanted, Memor
         const auto* const type = findPictureType(extensionOf(conversion.output));
         writeOtherPicture(*file, conversion.output, *type, wanted.depth, budget);
     }
+}
+
+std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
+                           const std::function<void(const Conversion&, MemoryBudget&)>& make)
+{
+    std::vector<Job> jobs;
+    jobs.reserve(conversions.size());
+    for (const auto& conversion : conversions) {
+        const auto& input = conversion.input;
+        jobs.push_back(
+            {input.name, input.name + " -> " + conversion.output, [&](MemoryBudget& budget) {
+                 throwProblem(input);
+                 make(conversion, budget);
+             }});
+    }
+    removeUnfinishedFilesOnSignals();
+    return runJobs(jobs, settings);
 }
 
 void checkOutputName(const std::string& fileName, const WantedResult& wanted)

@@ -5,6 +5,8 @@
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -14,9 +16,8 @@ namespace Zeq {
 // One file to be made of another.
 struct Conversion
 {
-    std::string input;
-    std::string output;
-    std::string problem = {};  // of the input, which then becomes no output
+    InputFile input;
+    std::string output = {};  // none of an input with a problem
 };
 
 // Finds each input's output: a file's name, the name of a sequence, which takes the input's number,
@@ -38,6 +39,11 @@ struct WantedResult
 // Makes one file of another: a media file where the output's extension is zeq, else a picture of
 // that kind. The output is written whole or not at all. Throws a std::exception.
 void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget);
+
+// Makes the outputs by this function, several at once, and names the inputs that fail. Gives their
+// number. Unfinished outputs are removed when a signal ends the program.
+std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
+                           const std::function<void(const Conversion&, MemoryBudget&)>& make);
 
 // Throws a UsageError when no file of this name can be written.
 void checkOutputName(const std::string& fileName, const WantedResult& wanted);

@@ -4,9 +4,7 @@
 #include "tools/Files.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
-#include <cstddef>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -141,29 +139,16 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
 int run(const Options& options)
 {
     const auto wanted = wantedResult(options);
-    const auto plan = planned(options, wanted);
-
-    std::vector<Job> jobs;
-    std::size_t skipped = 0;
-    for (const auto& conversion : plan) {
-        if (!conversion.problem.empty()) {
-            jobs.push_back(failingJob(conversion.input, conversion.problem));
-            continue;
-        }
-        if (options.skipsExisting && exists(conversion.output)) {
-            ++skipped;
-            continue;
-        }
-        jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                        [&conversion, &wanted](MemoryBudget& budget) {
-                            convertFile(conversion, wanted, budget);
-                        }});
-    }
-
-    removeUnfinishedFilesOnSignals();
-    const auto failures = runJobs(jobs, options.jobs);
-    if (!options.jobs.isQuiet && plan.size() > 1)
-        std::cout << jobs.size() - failures << " converted, " << skipped << " skipped, " << failures
+    auto plan = planned(options, wanted);
+    const auto skipped = std::erase_if(plan, [&](const Conversion& conversion) {
+        return options.skipsExisting && exists(conversion.output);
+    });
+    const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
+        convertFile(conversion, wanted, budget);
+    };
+    const auto failures = runConversions(plan, options.jobs, make);
+    if (!options.jobs.isQuiet && plan.size() + skipped > 1)
+        std::cout << plan.size() - failures << " converted, " << skipped << " skipped, " << failures
                   << " failed\n";
     return failures ? ExitStatus::failure : ExitStatus::success;
 }

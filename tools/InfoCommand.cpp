@@ -10,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -87,26 +86,20 @@ struct Options
 
 int show(const Options& options)
 {
-    bool hasFailed = false;
     Json all = Json::array();
-    for (const auto& file : inputFiles(options.files, options.frames)) {
-        try {
-            throwProblem(file);
-            auto facts = factsOf(file.name);
-            if (!options.asJson) {
-                std::cout << (all.empty() ? "" : "\n");
-                print(facts);
-            }
-            all.push_back(std::move(facts));
-        } catch (const std::exception& error) {
-            reportError(file.name, messageOf(error));
-            hasFailed = true;
+    const auto add = [&](const std::string& fileName) {
+        auto facts = factsOf(fileName);
+        if (!options.asJson) {
+            std::cout << (all.empty() ? "" : "\n");
+            print(facts);
         }
-    }
+        all.push_back(std::move(facts));
+    };
+    const auto failures = forEachFile(inputFiles(options.files, options.frames), add);
     // File names are bytes: what is not UTF-8 is replaced.
     if (options.asJson)
         std::cout << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
-    return hasFailed ? ExitStatus::failure : ExitStatus::success;
+    return failures ? ExitStatus::failure : ExitStatus::success;
 }
 
 }

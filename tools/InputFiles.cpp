@@ -244,4 +244,20 @@ void throwProblem(const InputFile& file)
         throw std::runtime_error(file.problem);
 }
 
+std::size_t forEachFile(const std::vector<InputFile>& files,
+                        const std::function<void(const std::string& name)>& operation)
+{
+    std::size_t failures = 0;
+    for (const auto& file : files) {
+        try {
+            throwProblem(file);
+            operation(file.name);
+        } catch (const std::exception& error) {
+            reportError(file.name + ": " + messageOf(error));
+            ++failures;
+        }
+    }
+    return failures;
+}
+
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -62,5 +63,9 @@ std::vector<InputFile> mediaFilesIn(const std::string& folder);
 
 // Throws the file's problem.
 void throwProblem(const InputFile& file);
+
+// Does this with one file after the other and names those that fail. Gives their number.
+std::size_t forEachFile(const std::vector<InputFile>& files,
+                        const std::function<void(const std::string& name)>& operation);
 
 }

@@ -8,7 +8,6 @@
 #include "tools/Report.h"
 #include "tools/TerminationSignals.h"
 
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -26,16 +25,15 @@ struct Options
     std::string output;
 };
 
-Imaging::View viewOf(const InputFile& input)
+Imaging::View viewOf(const std::string& fileName)
 {
-    throwProblem(input);
-    const auto file = openFile(input.name);
+    const auto file = openFile(fileName);
     const auto& facts = file->facts();
     MemoryBudget budget(0);  // for its check of sizes that no machine holds
     const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
     checkNotEmpty(facts);
-    return pictureModule().viewOf(picture, std::filesystem::path(input.name).filename());
+    return pictureModule().viewOf(picture, std::filesystem::path(fileName).filename());
 }
 
 int run(const Options& options)
@@ -47,15 +45,9 @@ int run(const Options& options)
     removeUnfinishedFilesOnSignals();
     const auto& pictures = pictureModule();
     std::vector<Imaging::View> views;
-    int failures = 0;
-    for (const auto& file : inputFiles(options.files, options.frames)) {
-        try {
-            views.push_back(viewOf(file));
-        } catch (const std::exception& error) {
-            reportError(file.name, messageOf(error));
-            ++failures;
-        }
-    }
+    const auto failures =
+        forEachFile(inputFiles(options.files, options.frames),
+                    [&](const std::string& name) { views.push_back(viewOf(name)); });
     if (!views.empty()) {
         writeOutput(options.output, [&](const std::string& temporaryName) {
             pictures.writeContactSheet(temporaryName, views);

@@ -4,7 +4,6 @@
 #include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
 #include <filesystem>
 #include <memory>
@@ -26,7 +25,7 @@ struct Options
 
 void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input);
+    const auto file = openFile(conversion.input.name);
     const auto& facts = file->facts();
     const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
@@ -44,19 +43,10 @@ int run(const Options& options)
     const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
     const auto plan = planConversions(inputFiles(options.files, options.frames), folder, "png");
     makeFolder(folder);
-
-    std::vector<Job> jobs;
-    jobs.reserve(plan.size());
-    for (const auto& conversion : plan)
-        if (!conversion.problem.empty())
-            jobs.push_back(failingJob(conversion.input, conversion.problem));
-        else
-            jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                            [&conversion, &options](MemoryBudget& budget) {
-                                makeThumbnail(conversion, options.size, budget);
-                            }});
-    removeUnfinishedFilesOnSignals();
-    return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
+    const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
+        makeThumbnail(conversion, options.size, budget);
+    };
+    return runConversions(plan, options.jobs, make) ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
