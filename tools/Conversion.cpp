@@ -8,7 +8,6 @@
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
 #include <opencv2/core.hpp>
 
@@ -158,12 +157,13 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
 void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
 {
     const auto file = openFile(conversion.input.name);
-    if (hasMediaFileExtension(conversion.output)) {
+    const auto extension = extensionOf(conversion.output);
+    if (extension == "zeq") {
         const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
     } else {
-        const auto* const type = findPictureType(extensionOf(conversion.output));
-        writeOtherPicture(*file, conversion.output, *type, wanted.depth, budget);
+        const auto& type = *findPictureType(extension);
+        writeOtherPicture(*file, conversion.output, type, wanted.depth, budget);
     }
 }
 

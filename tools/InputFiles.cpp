@@ -199,7 +199,7 @@ void appendEntries(std::vector<fs::path> folders, std::vector<InputFile>& files)
             const auto kind = entry->status(problem).type();
             if (kind == fs::file_type::none)
                 files.push_back({entry->path(), {}, problem.message()});
-            else if (kind != fs::file_type::directory && hasMediaFileExtension(entry->path()))
+            else if (kind != fs::file_type::directory && extensionOf(entry->path()) == "zeq")
                 files.push_back({entry->path(), {}});
             else if (kind == fs::file_type::directory && !entry->is_symlink(problem))
                 folders.push_back(entry->path());

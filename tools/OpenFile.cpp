@@ -14,6 +14,8 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <ios>
+#include <string_view>
 #include <utility>
 
 namespace Zeq {
@@ -21,6 +23,18 @@ namespace Zeq {
 using Velmora::Formats::BGRA_F32;
 
 namespace {
+
+// By its name or, where that says otherwise, by how it begins.
+bool isMediaFile(const std::string& fileName)
+{
+    if (extensionOf(fileName) == "zeq")
+        return true;
+    MediaConversion::FileStream file;
+    file.open(fileName, std::ios_base::in | std::ios_base::binary);
+    char beginning[3]{};
+    file.read(beginning, sizeof beginning);
+    return std::string_view(beginning, sizeof beginning) == "zeq";
+}
 
 // Whole numbers of the format's bits, or float.
 Imaging::SampleDepth depthOf(const Velmora::FrameFormat& format)
@@ -124,7 +138,7 @@ std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName)
 
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName)
 {
-    if (hasMediaFileExtension(fileName) || beginningOf(fileName, 3) == "zeq")
+    if (isMediaFile(fileName))
         return openMediaFile(fileName);
     return std::make_unique<OpenPicture>(fileName);
 }

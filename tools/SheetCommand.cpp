@@ -6,7 +6,6 @@
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
 #include <filesystem>
 #include <iostream>
