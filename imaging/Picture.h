@@ -20,6 +20,7 @@ enum class SampleDepth
     F32,
 };
 
+// A row of the table of depths.
 struct DepthFacts
 {
     SampleDepth depth;
@@ -29,8 +30,11 @@ struct DepthFacts
     bool isFloat;
 };
 
+// Half floats have 11 significant bits.
+//
 // clang-format off
 inline constexpr std::array<DepthFacts, 6> sampleDepths{{
+    // depth           name     bits whole isFloat
     {SampleDepth::U8,  "8",      8,  8, false},
     {SampleDepth::U10, "10",    10, 10, false},
     {SampleDepth::U12, "12",    12, 12, false},
