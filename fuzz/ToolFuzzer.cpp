@@ -1,5 +1,4 @@
 #include "fuzz/Fuzzing.h"
-#include "tools/CommandLine.h"
 #include "tools/Commands.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"

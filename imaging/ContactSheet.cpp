@@ -32,24 +32,6 @@ constexpr int squareSize = 10;
 constexpr float lightSquare = 0.95f;
 constexpr float darkSquare = 0.82f;
 
-int bitsOf(SampleDepth depth)
-{
-    switch (depth) {
-        case SampleDepth::U8:
-            return 8;
-        case SampleDepth::U10:
-            return 10;
-        case SampleDepth::U12:
-            return 12;
-        case SampleDepth::U16:
-        case SampleDepth::F16:
-            return 16;
-        case SampleDepth::F32:
-            return 32;
-    }
-    return 0;
-}
-
 // Puts the view over a checkerboard, which shows where it is transparent. `red` and `blue` are its
 // channels of these colours.
 cv::Mat flattened(const cv::Mat& view, int red, int blue)
@@ -136,40 +118,39 @@ std::string shortened(std::string text, int size, int width)
     return text + "...";
 }
 
-}
-
-void ContactSheet::add(const Picture& picture, const std::string& name)
+// Of a picture whose channels of these colours are `red` and `blue`.
+View viewOf(const Picture& picture, int bits, const std::string& name, int red, int blue)
 {
-    const auto view = reduced(picture, largestView);
-    add(flattened(view.pixels, 2, 0), picture.size, bitsOf(picture.depth), name);
+    const auto facts = std::to_string(picture.size.width) + " x " +
+                       std::to_string(picture.size.height) + ", " + std::to_string(bits) + " bit";
+    return {flattened(reduced(picture, largestView).pixels, red, blue), drawable(name), facts};
 }
 
-void ContactSheet::add(const HostPicture& picture, const std::string& name)
+}
+
+View viewOf(const Picture& picture, const std::string& name)
+{
+    return viewOf(picture, factsOf(picture.depth).bits, name, 2, 0);
+}
+
+View viewOf(const HostPicture& picture, const std::string& name)
 {
     const cv::Size size(picture.width, picture.height);
     const cv::Mat pixels(size, CV_32FC4, const_cast<float*>(picture.pixels.data()));
-    const auto view = reduced({pixels, {}, size}, largestView);
-    add(flattened(view.pixels, 0, 2), size, picture.depth, name);
+    return viewOf({pixels, {}, size}, picture.depth, name, 0, 2);
 }
 
-void ContactSheet::add(const cv::Mat& view, cv::Size size, int bits, const std::string& name)
-{
-    const auto facts = std::to_string(size.width) + " x " + std::to_string(size.height) + ", " +
-                       std::to_string(bits) + " bit";
-    m_views.push_back({view, drawable(name), facts});
-}
-
-void ContactSheet::write(const std::filesystem::path& path) const
+void writeContactSheet(const std::string& fileName, const std::vector<View>& views)
 {
     int columnWidth = narrowestColumn;
     int viewHeight = 0;
-    for (const auto& view : m_views) {
+    for (const auto& view : views) {
         columnWidth = std::max(columnWidth, view.image.cols);
         viewHeight = std::max(viewHeight, view.image.rows);
     }
     const int cellWidth = columnWidth + gap;
     const int cellHeight = viewHeight + captionHeight + gap;
-    const int count = static_cast<int>(m_views.size());
+    const int count = static_cast<int>(views.size());
     const int columns = std::clamp(
         static_cast<int>(std::ceil(std::sqrt(count * landscape * cellHeight / cellWidth))), 1,
         count);
@@ -178,7 +159,7 @@ void ContactSheet::write(const std::filesystem::path& path) const
     cv::Mat sheet(2 * margin - gap + rows * cellHeight, 2 * margin - gap + columns * cellWidth,
                   CV_8UC3, cv::Scalar::all(backgroundGrey));
     for (int index = 0; index < count; ++index) {
-        const auto& view = m_views[static_cast<std::size_t>(index)];
+        const auto& view = views[static_cast<std::size_t>(index)];
         const cv::Point cell(margin + index % columns * cellWidth,
                              margin + index / columns * cellHeight);
         const cv::Rect place(cell + cv::Point(0, viewHeight - view.image.rows), view.image.size());
@@ -190,7 +171,7 @@ void ContactSheet::write(const std::filesystem::path& path) const
         drawText(sheet, shortened(view.name, nameSize, columnWidth), caption, nameSize, nameGrey);
         drawText(sheet, view.facts, caption + cv::Point(0, 19), factsSize, factsGrey);
     }
-    writePicture(path, sheet);
+    writePicture(fileName, sheet);
 }
 
 }

@@ -2,6 +2,8 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <algorithm>
+#include <array>
 #include <cstdint>
 
 namespace Imaging {
@@ -17,6 +19,35 @@ enum class SampleDepth
     F16,
     F32,
 };
+
+// A row of the table of depths.
+struct DepthFacts
+{
+    SampleDepth depth;
+    const char* name;  // as people ask for it
+    int bits;
+    int wholeBits;  // whole numbers of so many bits are kept apart
+    bool isFloat;
+};
+
+// Half floats have 11 significant bits.
+//
+// clang-format off
+inline constexpr std::array<DepthFacts, 6> sampleDepths{{
+    // depth           name     bits whole isFloat
+    {SampleDepth::U8,  "8",      8,  8, false},
+    {SampleDepth::U10, "10",    10, 10, false},
+    {SampleDepth::U12, "12",    12, 12, false},
+    {SampleDepth::U16, "16",    16, 16, false},
+    {SampleDepth::F16, "half",  16, 11, true },
+    {SampleDepth::F32, "float", 32, 24, true },
+}};
+// clang-format on
+
+constexpr const DepthFacts& factsOf(SampleDepth depth)
+{
+    return *std::ranges::find(sampleDepths, depth, &DepthFacts::depth);
+}
 
 // A picture between a file and a frame. A file may store only a part of it; the rest of it is 0.
 // The part may also reach beyond the picture: what lies there is not shown.

@@ -216,28 +216,19 @@ private:
     PictureFacts m_facts;
 };
 
-OIIO::TypeDesc sampleType(SampleDepth depth)
+OIIO::TypeDesc sampleType(const DepthFacts& depth)
 {
-    switch (depth) {
-        case SampleDepth::U8:
-            return OIIO::TypeDesc::UINT8;
-        case SampleDepth::U10:
-        case SampleDepth::U12:
-        case SampleDepth::U16:
-            return OIIO::TypeDesc::UINT16;
-        case SampleDepth::F16:
-            return OIIO::TypeDesc::HALF;
-        case SampleDepth::F32:
-            return OIIO::TypeDesc::FLOAT;
-    }
-    throw std::invalid_argument("no such depth");
+    if (depth.isFloat)
+        return depth.bits == 16 ? OIIO::TypeDesc::HALF : OIIO::TypeDesc::FLOAT;
+    return depth.bits == 8 ? OIIO::TypeDesc::UINT8 : OIIO::TypeDesc::UINT16;
 }
 
 OIIO::ImageSpec descriptionOf(cv::Size size, SampleDepth depth, bool hasAlpha)
 {
-    OIIO::ImageSpec description(size.width, size.height, hasAlpha ? 4 : 3, sampleType(depth));
-    if (depth == SampleDepth::U10 || depth == SampleDepth::U12)
-        description["oiio:BitsPerSample"] = depth == SampleDepth::U10 ? 10 : 12;
+    const auto& facts = factsOf(depth);
+    OIIO::ImageSpec description(size.width, size.height, hasAlpha ? 4 : 3, sampleType(facts));
+    if (facts.bits % 8 != 0)
+        description["oiio:BitsPerSample"] = facts.bits;
     description["oiio:UnassociatedAlpha"] = 1;
     return description;
 }
@@ -308,7 +299,7 @@ std::unique_ptr<IPictureFile> openPicture(const std::string& fileName)
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)
 {
     const std::ptrdiff_t channels = picture.hasAlpha ? 4 : 3;
-    const bool isFloat = picture.depth == SampleDepth::F16 || picture.depth == SampleDepth::F32;
+    const bool isFloat = factsOf(picture.depth).isFloat;
     const auto store = picture.hasAlpha ? storeRow<4> : storeRow<3>;
     const auto [pixels, place] = shownPart(picture);
     writeRows<float>(fileName, heldName,

@@ -57,17 +57,16 @@ int run(const Options& options)
 Command check()
 {
     const auto options = std::make_shared<Options>();
-    const auto jobs = jobArguments(options->jobs);
-    std::vector<Argument> arguments{
-        filesArgument(options->files, "media files, or folders of such, with the folders inside"),
-        framesArgument(options->frames)};
-    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
     return {
-        .description = sequencesText() + R"(
+        .description = sequencesText + R"(
 Reads each file and converts its frame as a host does. Files that cannot be shown are named on the
 error stream, with the reason, and so is what cannot be looked at and what holds no media file: all
 of these count as bad, and the others are checked. Links to folders inside are not followed.)",
-        .arguments = arguments,
+        .arguments = withJobArguments(
+            {filesArgument(options->files,
+                           "media files, or folders of such, with the folders inside"),
+             framesArgument(options->frames)},
+            options->jobs),
         .run = [options] { return Zeq::run(*options); },
     };
 }

@@ -1,5 +1,21 @@
 #include "tools/Commands.h"
 
+#include "MediaConversion/Version.h"
+#include "tools/Report.h"
+
+#include <CLI/CLI.hpp>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <string>
+#include <type_traits>
+#include <utility>
+#include <variant>
+
+// The one file that knows the parser's library, which takes long to compile.
 namespace Zeq {
 
 const std::vector<CommandEntry>& commands()
@@ -20,58 +36,171 @@ const std::vector<CommandEntry>& commands()
     return table;
 }
 
+Argument required(Argument argument)
+{
+    argument.isRequired = true;
+    return argument;
+}
+
 Argument filesArgument(std::vector<std::string>& files, const std::string& help)
 {
-    return {
-        .names = "FILE", .value = "FILE...", .target = &files, .help = help, .isRequired = true};
+    return required({"FILE", "FILE...", &files, help});
 }
 
 Argument framesArgument(std::string& frames)
 {
-    return {.names = "--frames",
-            .value = "LIST",
-            .target = &frames,
-            .help = "only these frames of a sequence: 1-100, 1-100x2, 1,5,9"};
+    return {"--frames", "LIST", &frames, "only these frames of a sequence: 1-100, 1-100x2, 1,5,9"};
 }
 
-std::vector<Argument> jobArguments(JobSettings& settings)
+std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings)
 {
-    return {
-        {.names = "-j,--jobs",
-         .value = "N",
-         .target = &settings.jobs,
-         .help = "how many files at once (default: one for each processor)",
-         .largest = 1024},
-        {.names = "--memory",
-         .value = "SIZE",
-         .target = &settings.memory,
-         .help = "what their frames may take together: 512M, 4G (default: 4G)"},
-        {.names = "-q,--quiet",
-         .value = "",
-         .target = &settings.isQuiet,
-         .help = "print errors only"},
+    arguments.push_back({.names = "-j,--jobs",
+                         .value = "N",
+                         .target = &settings.jobs,
+                         .help = "how many files at once (default: one for each processor)",
+                         .largest = 1024});
+    arguments.push_back({"--memory", "SIZE", &settings.memory,
+                         "what their frames may take together: 512M, 4G (default: 4G)"});
+    arguments.push_back({"-q,--quiet", "", &settings.isQuiet, "print errors only"});
+    return arguments;
+}
+
+namespace {
+
+// Shows arguments as they are declared, without the library's own remarks.
+class HelpFormatter final : public CLI::Formatter
+{
+public:
+    HelpFormatter() { column_width(26); }
+
+    std::string make_option_opts(const CLI::Option* option) const override
+    {
+        const auto& text = option->get_option_text();
+        return option->get_positional() || text.empty() ? text : " " + text;
+    }
+
+    std::string make_option_usage(const CLI::Option* option) const override
+    {
+        return option->get_name(true) + option->get_option_text();
+    }
+};
+
+// A number as the library reads it, but always as a decimal one, and without its remarks on what is
+// none: it takes a zero in front for that of an octal number, and spaces and signs as well.
+CLI::Validator number(const CLI::Validator& check, const std::string& otherwise, bool mayBeEmpty)
+{
+    return {[=](std::string& text) {
+                if (text.empty() && mayBeEmpty)
+                    return std::string();
+                const std::string given = text;
+                text.erase(0, text.find_first_not_of('0'));
+                const auto isPlain = [](unsigned char letter) { return std::isalnum(letter); };
+                const bool isNumber = !text.empty() && '1' <= text.front() && text.front() <= '9' &&
+                                      std::ranges::all_of(text, isPlain);
+                try {
+                    if (isNumber && check(text).empty())
+                        return std::string();
+                } catch (const CLI::ValidationError&) {
+                    // Some say it one way and some the other.
+                }
+                return given + " is no " + otherwise;
+            },
+            ""};
+}
+
+CLI::Validator byteCount()
+{
+    using Units = std::map<std::string, std::uint64_t>;
+    const Units units{{"M", std::uint64_t{1} << 20}, {"G", std::uint64_t{1} << 30}};
+    return number(CLI::AsNumberWithUnit(units, CLI::AsNumberWithUnit::UNIT_REQUIRED),
+                  "amount like 512M or 4G", false);
+}
+
+// Not the library's own check, which prints all choices on one line.
+CLI::Validator choice(const Argument& argument)
+{
+    return {[&argument](std::string& text) {
+                const auto choice = std::ranges::find_if(argument.choices, [&](const auto& each) {
+                    return CLI::detail::to_lower(each) == CLI::detail::to_lower(text);
+                });
+                if (choice == argument.choices.end())
+                    return "unknown " + argument.value + " " + text + "; see --help";
+                text = *choice;
+                return std::string();
+            },
+            ""};
+}
+
+void declare(CLI::App& parser, const Argument& argument)
+{
+    const auto add = [&](auto* target) -> CLI::Option* {
+        if constexpr (std::is_same_v<decltype(target), bool*>)
+            return parser.add_flag(argument.names, *target, argument.help);
+        else
+            return parser.add_option(argument.names, *target, argument.help);
     };
+    auto* const option = std::visit(add, argument.target);
+    option->required(argument.isRequired);
+    if (argument.value.empty())
+        return;
+    // The name of a positional stands in the help already.
+    option->option_text(argument.isPositional() ? argument.value.substr(argument.names.size())
+                                                : argument.value);
+    option->type_name("TEXT");  // as messages call what is missing
+    if (!std::holds_alternative<std::vector<std::string>*>(argument.target))
+        option->take_last();
+    if (!argument.choices.empty())
+        option->transform(choice(argument));
+    if (const auto* const target = std::get_if<int*>(&argument.target))
+        option->transform(number(CLI::Range(1, argument.largest),
+                                 "number from 1 to " + std::to_string(argument.largest),
+                                 **target == 0));
+    if (std::holds_alternative<std::uint64_t*>(argument.target))
+        option->transform(byteCount());
 }
 
-std::string programSummary()
+// The parser's library would complain of a missing one.
+void checkCommandName(const std::vector<CommandEntry>& table, const std::string& name)
 {
-    return "Shows, checks and converts zeq media files";
+    if (!name.starts_with('-') &&
+        std::ranges::find(table, name, &CommandEntry::name) == table.end())
+        throw UsageError(name.empty() ? "a command is required; see zeq --help"
+                                      : "unknown command " + name + "; see zeq --help");
 }
 
-std::string namesText()
-{
-    return R"(What is printed shows control characters, bytes that are no UTF-8 and backslashes in names as
-\x1b, \n, \\: printf '%b' gives the name back. With --json, names are as JSON has them.)";
 }
 
-std::string exitStatusText()
+std::function<int()> parseCommandLine(const std::vector<CommandEntry>& table, int argumentCount,
+                                      char** arguments)
 {
-    return "Exit status: 0 all went well, 1 something failed, 2 the command line was wrong.";
-}
+    CLI::App parser(programSummary, "zeq");
+    parser.set_version_flag("--version", "zeq " + MediaConversion::Version::text(),
+                            "print the version and leave");
+    parser.set_help_flag("-h,--help", "print this help and leave");
+    parser.require_subcommand(1);
+    parser.footer(namesText + "\n\n" + exitStatusText);
+    parser.formatter(std::make_shared<HelpFormatter>());
 
-std::string sequencesText()
-{
-    return "A FILE may name a sequence: shot.####.zeq or shot.%04d.zeq stands for all its frames.";
+    std::map<const CLI::App*, Command> known;
+    for (const auto& entry : table) {
+        auto* const subcommand = parser.add_subcommand(entry.name, entry.help);
+        if (entry.isHidden)
+            subcommand->group("");
+        const auto& command = known[subcommand] = entry.create();
+        for (const auto& argument : command.arguments)
+            declare(*subcommand, argument);
+        subcommand->footer(command.description + "\n\n" + exitStatusText);
+    }
+
+    checkCommandName(table, argumentCount > 1 ? arguments[1] : "");
+    try {
+        parser.parse(argumentCount, arguments);
+    } catch (const CLI::Success& request) {
+        return [status = parser.exit(request)] { return status; };
+    } catch (const CLI::ParseError& error) {
+        throw UsageError(error.what());
+    }
+    return known.at(parser.get_subcommands().front()).run;
 }
 
 }

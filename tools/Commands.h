@@ -30,10 +30,13 @@ struct Argument
     bool isPositional() const { return names.front() != '-'; }
 };
 
+// The argument as one that has to be given.
+Argument required(Argument argument);
+
 // Arguments that several sub-commands take.
 Argument filesArgument(std::vector<std::string>& files, const std::string& help);
 Argument framesArgument(std::string& frames);
-std::vector<Argument> jobArguments(JobSettings& settings);
+std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
 
 // A sub-command as it is asked for: what it takes and what it does.
 struct Command
@@ -54,6 +57,11 @@ struct CommandEntry
 
 const std::vector<CommandEntry>& commands();
 
+// What the command line asks for, one of these commands, to be called for the exit status. Does
+// nothing itself but print the help or the version. Throws a UsageError.
+std::function<int()> parseCommandLine(const std::vector<CommandEntry>& table, int argumentCount,
+                                      char** arguments);
+
 Command info();
 Command check();
 Command convert();
@@ -65,11 +73,15 @@ Command man();
 Command completion();
 
 // Texts that the help and the manual page share.
-std::string programSummary();
-std::string namesText();
-std::string exitStatusText();
+inline const std::string programSummary = "Shows, checks and converts zeq media files";
+inline const std::string namesText =
+    R"(What is printed shows control characters, bytes that are no UTF-8 and backslashes in names as
+\x1b, \n, \\: printf '%b' gives the name back. With --json, names are as JSON has them.)";
+inline const std::string exitStatusText =
+    "Exit status: 0 all went well, 1 something failed, 2 the command line was wrong.";
 
 // How to name the frames of a sequence, for the descriptions of sub-commands.
-std::string sequencesText();
+inline const std::string sequencesText =
+    "A FILE may name a sequence: shot.####.zeq or shot.%04d.zeq stands for all its frames.";
 
 }

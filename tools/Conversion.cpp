@@ -14,7 +14,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <functional>
 #include <limits>
 #include <map>
 #include <memory>
@@ -67,10 +66,10 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
     std::map<fs::path, std::string> taken;  // the outputs and the inputs that they are made of
     for (const auto& input : inputs) {
         if (!input.problem.empty()) {
-            conversions.push_back({input.name, {}, input.problem});
+            conversions.push_back({input});
             continue;
         }
-        const auto& conversion = conversions.emplace_back(Conversion{input.name, outputOf(input)});
+        const auto& conversion = conversions.emplace_back(Conversion{input, outputOf(input)});
         const auto target = identity(conversion.output);
         const auto [entry, isFirst] = taken.emplace(target, input.name);
         if (!isFirst)
@@ -90,33 +89,48 @@ bool isFolderName(const std::string& name)
 }
 
 using MediaConversion::fail;
+using Velmora::FrameFormat;
 
 namespace {
 
-void checkSide(const char* side, int length, std::uint32_t group, const MediaFormat& format)
+// The format that a picture gets when none is asked for. It is the one of the fewest bits that
+// holds the samples, or one of 12 bits when none does. For more than 8 bits with alpha there is one
+// format only, which halves the resolution of colours.
+FrameFormat defaultFormat(const PictureFacts& facts)
+{
+    using namespace Velmora::Formats;
+    if (facts.depth == SampleDepth::U8)
+        return facts.hasAlpha ? RGBA_U8() : RGB_U8();
+    if (facts.hasAlpha)
+        return ZEQ_4224_HYBRID();
+    return facts.depth == SampleDepth::U10 ? RGB_DPX_FILLED() : RGB_SMPTE_2110();
+}
+
+void checkSide(const char* side, int length, std::uint32_t group, const FrameFormat& format)
 {
     constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
     if (length > limit)
         fail("is ", length, " pixels ", side, "; a media file holds at most ", limit);
     if (length % static_cast<int>(group) != 0)
-        fail("is ", length, " pixels ", side, "; ", format.name, " needs a multiple of ", group);
+        fail("is ", length, " pixels ", side, "; ", shortName(format), " needs a multiple of ",
+             group);
 }
 
-void writeMediaFile(IOpenFile& file, const std::string& output, const MediaFormat& format,
+void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,
                     MemoryBudget& budget)
 {
     const auto& facts = file.facts();
     const auto options = file.mediaFileOptions();
     // A media file keeps the frame that it has, of which hosts show the picture.
     if (!options.width) {
-        const auto& packing = format.frameFormat.pixelPacking;
+        const auto& packing = format.pixelPacking;
         checkSide("wide", facts.size.width, packing.columnsPerGroup, format);
         checkSide("high", facts.size.height, packing.rowsPerGroup, format);
     }
     const auto filledUp = options.width ? 0 : fillingUpByteCount(facts);
     const auto reservation =
         budget.reserve(facts.byteCount + filledUp + std::max(facts.byteCount, filledUp) / 4);
-    const auto frame = MediaConversion::convert(file.readFrame(), format.frameFormat);
+    const auto frame = MediaConversion::convert(file.readFrame(), format);
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
@@ -142,16 +156,32 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
 
 void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input);
-    if (hasMediaFileExtension(conversion.output)) {
-        const auto& facts = file->facts();
-        const auto& format =
-            wanted.format ? *wanted.format : defaultMediaFormat(facts.depth, facts.hasAlpha);
+    const auto file = openFile(conversion.input.name);
+    const auto extension = extensionOf(conversion.output);
+    if (extension == "zeq") {
+        const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
     } else {
-        const auto* const type = findPictureType(extensionOf(conversion.output));
-        writeOtherPicture(*file, conversion.output, *type, wanted.depth, budget);
+        const auto& type = *findPictureType(extension);
+        writeOtherPicture(*file, conversion.output, type, wanted.depth, budget);
     }
+}
+
+std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
+                           const std::function<void(const Conversion&, MemoryBudget&)>& make)
+{
+    std::vector<Job> jobs;
+    jobs.reserve(conversions.size());
+    for (const auto& conversion : conversions) {
+        const auto& input = conversion.input;
+        jobs.push_back(
+            {input.name, input.name + " -> " + conversion.output, [&](MemoryBudget& budget) {
+                 throwProblem(input);
+                 make(conversion, budget);
+             }});
+    }
+    removeUnfinishedFilesOnSignals();
+    return runJobs(jobs, settings);
 }
 
 void checkOutputName(const std::string& fileName, const WantedResult& wanted)

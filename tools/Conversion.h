@@ -1,9 +1,12 @@
 #pragma once
 
+#include "MediaConversion/MediaPipeline/Formats.h"
+#include "imaging/Picture.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
-#include "tools/MediaFormats.h"
 
+#include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -13,9 +16,8 @@ namespace Zeq {
 // One file to be made of another.
 struct Conversion
 {
-    std::string input;
-    std::string output;
-    std::string problem = {};  // of the input, which then becomes no output
+    InputFile input;
+    std::string output = {};  // none of an input with a problem
 };
 
 // Finds each input's output: a file's name, the name of a sequence, which takes the input's number,
@@ -30,13 +32,18 @@ bool isFolderName(const std::string& name);
 // What the user asks for. The rest follows from the file that is converted.
 struct WantedResult
 {
-    const MediaFormat* format = nullptr;  // of a media file
-    std::optional<SampleDepth> depth;     // of any other picture
+    std::optional<Velmora::FrameFormat> format;  // of a media file
+    std::optional<Imaging::SampleDepth> depth;   // of any other picture
 };
 
 // Makes one file of another: a media file where the output's extension is zeq, else a picture of
 // that kind. The output is written whole or not at all. Throws a std::exception.
 void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget);
+
+// Makes the outputs by this function, several at once, and names the inputs that fail. Gives their
+// number. Unfinished outputs are removed when a signal ends the program.
+std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
+                           const std::function<void(const Conversion&, MemoryBudget&)>& make);
 
 // Throws a UsageError when no file of this name can be written.
 void checkOutputName(const std::string& fileName, const WantedResult& wanted);

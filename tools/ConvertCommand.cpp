@@ -1,12 +1,10 @@
-#include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
-#include <cstddef>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -31,8 +29,16 @@ struct Options
 std::vector<std::string> formatNames()
 {
     std::vector<std::string> names;
-    for (const auto& format : mediaFormats())
-        names.push_back(format.name);
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        names.push_back(shortName(format));
+    return names;
+}
+
+std::vector<std::string> depthNames()
+{
+    std::vector<std::string> names;
+    for (const auto& depth : Imaging::sampleDepths)
+        names.emplace_back(depth.name);
     return names;
 }
 
@@ -60,7 +66,7 @@ std::string listed(const std::vector<std::string>& words)
 
 std::string description()
 {
-    return sequencesText() + R"(
+    return sequencesText + R"(
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete.
 
@@ -85,10 +91,12 @@ Formats:
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
-    if (!options.format.empty())
-        wanted.format = findMediaFormat(options.format);
-    if (!options.depth.empty())
-        wanted.depth = depthNamed(options.depth);
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        if (options.format == shortName(format))
+            wanted.format = format;
+    for (const auto& depth : Imaging::sampleDepths)
+        if (options.depth == depth.name)
+            wanted.depth = depth.depth;
     return wanted;
 }
 
@@ -131,29 +139,16 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
 int run(const Options& options)
 {
     const auto wanted = wantedResult(options);
-    const auto plan = planned(options, wanted);
-
-    std::vector<Job> jobs;
-    std::size_t skipped = 0;
-    for (const auto& conversion : plan) {
-        if (!conversion.problem.empty()) {
-            jobs.push_back(failingJob(conversion.input, conversion.problem));
-            continue;
-        }
-        if (options.skipsExisting && exists(conversion.output)) {
-            ++skipped;
-            continue;
-        }
-        jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                        [&conversion, &wanted](MemoryBudget& budget) {
-                            convertFile(conversion, wanted, budget);
-                        }});
-    }
-
-    removeUnfinishedFilesOnSignals();
-    const auto failures = runJobs(jobs, options.jobs);
-    if (!options.jobs.isQuiet && plan.size() > 1)
-        std::cout << jobs.size() - failures << " converted, " << skipped << " skipped, " << failures
+    auto plan = planned(options, wanted);
+    const auto skipped = std::erase_if(plan, [&](const Conversion& conversion) {
+        return options.skipsExisting && exists(conversion.output);
+    });
+    const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
+        convertFile(conversion, wanted, budget);
+    };
+    const auto failures = runConversions(plan, options.jobs, make);
+    if (!options.jobs.isQuiet && plan.size() + skipped > 1)
+        std::cout << plan.size() - failures << " converted, " << skipped << " skipped, " << failures
                   << " failed\n";
     return failures ? ExitStatus::failure : ExitStatus::success;
 }
@@ -163,36 +158,23 @@ int run(const Options& options)
 Command convert()
 {
     const auto options = std::make_shared<Options>();
-    std::vector<Argument> arguments{{.names = "FILE",
-                                     .value = "FILE... OUTPUT",
-                                     .target = &options->files,
-                                     .help = "what is converted, and what it becomes",
-                                     .isRequired = true},
-                                    {.names = "-f,--format",
-                                     .value = "FORMAT",
-                                     .target = &options->format,
-                                     .help = "the format of media files, as below",
-                                     .choices = formatNames()},
-                                    {.names = "-d,--depth",
-                                     .value = "DEPTH",
-                                     .target = &options->depth,
-                                     .help = "of other pictures: 8, 10, 12, 16 bits, half or float",
-                                     .choices = depthNames()},
-                                    {.names = "--to",
-                                     .value = "KIND",
-                                     .target = &options->extension,
-                                     .help = "the kind of files in a folder, as below",
-                                     .choices = extensions()},
-                                    framesArgument(options->frames),
-                                    {.names = "--skip-existing",
-                                     .value = "",
-                                     .target = &options->skipsExisting,
-                                     .help = "leave outputs that exist as they are"}};
-    const auto jobs = jobArguments(options->jobs);
-    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
-    return {.description = description(), .arguments = arguments, .run = [options] {
-                return Zeq::run(*options);
-            }};
+    return {
+        .description = description(),
+        .arguments = withJobArguments(
+            {required({"FILE", "FILE... OUTPUT", &options->files,
+                       "what is converted, and what it becomes"}),
+             {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
+              formatNames()},
+             {"-d,--depth", "DEPTH", &options->depth,
+              "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
+             {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
+              extensions()},
+             framesArgument(options->frames),
+             {"--skip-existing", "", &options->skipsExisting,
+              "leave outputs that exist as they are"}},
+            options->jobs),
+        .run = [options] { return Zeq::run(*options); },
+    };
 }
 
 }

@@ -41,17 +41,12 @@ std::string findPlugIn()
     return {};
 }
 
-// A host has this library in its process when it loads the plug-in. Where both were built together,
-// without a host, it stands beside the plug-in.
-void loadHostLibrary(const std::filesystem::path& plugIn)
+int loadPlugIn(const fs::path& plugIn)
 {
-    const auto library = plugIn.parent_path() / "../host/DDImage/libDDImage.so";
-    ::dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
-}
-
-int loadPlugIn(const std::string& plugIn)
-{
-    loadHostLibrary(plugIn);
+    // A host has this library in its process when it loads the plug-in. Where both were built
+    // together, without a host, it stands beside the plug-in.
+    const auto hostLibrary = plugIn.parent_path() / "../host/DDImage/libDDImage.so";
+    ::dlopen(hostLibrary.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (::dlopen(plugIn.c_str(), RTLD_NOW | RTLD_LOCAL))
         return ExitStatus::success;
     std::cout << ::dlerror();
@@ -116,7 +111,7 @@ bool print(const std::string& name, const std::string& value)
 bool printOpenImageIo()
 {
     try {
-        return print("OpenImageIO", pictureModule().openImageIoVersion());
+        return print("OpenImageIO", pictureModule().openImageIoVersion);
     } catch (const std::exception& error) {
         print("OpenImageIO", std::string("missing; ") + error.what());
         return false;
@@ -162,10 +157,7 @@ Command doctor()
         .description =
             R"(Looks for the host's reader plug-in in the build tree, where it is installed and in
 ~/.host/plugins, loads it, and says what the host has to be told.)",
-        .arguments = {{.names = "--plugin",
-                       .value = "PATH",
-                       .target = plugIn.get(),
-                       .help = "the plug-in to try"}},
+        .arguments = {{"--plugin", "PATH", plugIn.get(), "the plug-in to try"}},
         .run = [plugIn] { return diagnose(*plugIn); }};
 }
 
@@ -173,11 +165,7 @@ Command load()
 {
     const auto plugIn = std::make_shared<std::string>();
     return {.description = "Loads a plug-in and ends; where that fails, prints why.",
-            .arguments = {{.names = "PLUGIN",
-                           .value = "PLUGIN",
-                           .target = plugIn.get(),
-                           .help = "the plug-in to load",
-                           .isRequired = true}},
+            .arguments = {required({"PLUGIN", "PLUGIN", plugIn.get(), "the plug-in to load"})},
             .run = [plugIn] { return loadPlugIn(*plugIn); }};
 }
 

@@ -2,6 +2,7 @@
 #include "tools/Commands.h"
 #include "tools/Report.h"
 
+#include <algorithm>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -50,7 +51,7 @@ void printManualOf(const CommandEntry& entry)
 int printManual()
 {
     std::cout << ".TH ZEQ 1 \"\" \"zeq " << MediaConversion::Version::text() << "\"\n"
-              << ".SH NAME\nzeq \\- " << escaped(programSummary()) << "\n"
+              << ".SH NAME\nzeq \\- " << escaped(programSummary) << "\n"
               << ".SH SYNOPSIS\n.B zeq\n.I COMMAND\n[\\fIOPTION\\fR...] [\\fIFILE\\fR...]\n"
               << ".SH COMMANDS\n";
     for (const auto& entry : commands())
@@ -60,16 +61,15 @@ int printManual()
               << ".TP\n\\fB\\-h\\fR, \\fB\\-\\-help\\fR\nprint the help of zeq or of a command\n"
               << ".TP\n\\fB\\-\\-version\\fR\nprint the version\n"
               << ".SH NAMES\n"
-              << escaped(namesText()) << "\n.SH EXIT STATUS\n"
-              << escaped(exitStatusText()) << "\n";
+              << escaped(namesText) << "\n.SH EXIT STATUS\n"
+              << escaped(exitStatusText) << "\n";
     return ExitStatus::success;
 }
 
 // "-o,--output" as "-o --output", or as "-o|--output" where a shell's pattern is wanted.
 std::string separated(std::string names, char separator)
 {
-    for (auto& letter : names)
-        letter = letter == ',' ? separator : letter;
+    std::ranges::replace(names, ',', separator);
     return names;
 }
 
@@ -93,7 +93,7 @@ void printCompletionOf(const CommandEntry& entry)
     std::cout << "            esac\n            options=\"" << options << "\"\n            ;;\n";
 }
 
-void printCompletion()
+int printCompletion()
 {
     std::string names = "--help --version";
     for (const auto& entry : commands())
@@ -126,6 +126,7 @@ _zeq()
 }
 complete -F _zeq zeq
 )";
+    return ExitStatus::success;
 }
 
 }
@@ -141,16 +142,8 @@ Command completion()
 {
     const auto shell = std::make_shared<std::string>();
     return {.description = "Prints the completion for bash.",
-            .arguments = {{.names = "SHELL",
-                           .value = "SHELL",
-                           .target = shell.get(),
-                           .help = "bash",
-                           .choices = {"bash"},
-                           .isRequired = true}},
-            .run = [shell] {
-                printCompletion();
-                return ExitStatus::success;
-            }};
+            .arguments = {required({"SHELL", "SHELL", shell.get(), "bash", {"bash"}})},
+            .run = [shell] { return printCompletion(); }};
 }
 
 }

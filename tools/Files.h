@@ -2,7 +2,6 @@
 
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 
-#include <cstddef>
 #include <functional>
 #include <stdexcept>
 #include <string>
@@ -14,11 +13,6 @@ std::string extensionOf(const std::string& fileName);
 
 // Whether there is a file or folder of this name. What cannot be looked at does not exist.
 bool exists(const std::string& name);
-
-// The first bytes of a regular file, or all when it has fewer, or none when it cannot be read.
-std::string beginningOf(const std::string& fileName, std::size_t count);
-
-bool hasMediaFileExtension(const std::string& fileName);
 
 // Makes a folder, and those that it is in, unless they are there. Throws a std::runtime_error.
 void makeFolder(const std::string& folder);
@@ -42,5 +36,10 @@ void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
 // extension.
 void writeOutput(const std::string& fileName,
                  const std::function<void(const std::string& temporaryName)>& write);
+
+// From now on, unfinished files are removed before a termination signal ends the program. This is
+// not so for signals of a crash, for those that cannot be caught, and where no thread can be
+// started to wait for them. Has to be called before there are other threads.
+void removeUnfinishedFilesOnSignals();
 
 }

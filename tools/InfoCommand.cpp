@@ -5,13 +5,11 @@
 #include "tools/Commands.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
-#include "tools/MediaFormats.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>
 
 #include <cstdint>
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -33,14 +31,16 @@ Json factsOf(const std::string& fileName)
     reader.open(MediaConversion::wideFileName(fileName));
     const auto header = reader.mediaHeader();
     const auto frame = reader.frameHeader();
-    const auto* const format = findMediaFormat(header.mediaFormatCode);
+    const auto& formats = MediaConversion::mediaFormatCodes();
+    const auto format = formats.find(header.mediaFormatCode);
+    const bool isKnown = format != formats.end();
     constexpr std::uint64_t shortHeader = 28;
     constexpr std::uint64_t extension = 20;
     const auto headerSize = shortHeader + (header.headerRevision > 1 ? extension : 0);
 
     Json facts;
     facts["file"] = fileName;
-    facts["format"] = format ? Json(format->name) : Json();
+    facts["format"] = isKnown ? Json(shortName(format->second)) : Json();
     facts["formatCode"] = "0x" + MediaConversion::hexadecimal(header.mediaFormatCode);
     facts["width"] = header.width;
     facts["height"] = header.height;
@@ -53,9 +53,9 @@ Json factsOf(const std::string& fileName)
     facts["headerByte3"] = header.headerByte3;
     facts["frameField1"] = frame.frameField1;
     facts["headerSize"] = headerSize;
-    facts["dataExpected"] = format ? Json(MediaConversion::frameDataSize(
-                                         format->frameFormat, frame.frameWidth, frame.frameHeight))
-                                   : Json();
+    facts["dataExpected"] = isKnown ? Json(MediaConversion::frameDataSize(
+                                          format->second, frame.frameWidth, frame.frameHeight))
+                                    : Json();
     std::error_code isGone;
     const auto size = std::filesystem::file_size(fileName, isGone);
     facts["dataPresent"] = isGone || size < headerSize ? Json() : Json(size - headerSize);
@@ -86,26 +86,20 @@ struct Options
 
 int show(const Options& options)
 {
-    bool hasFailed = false;
     Json all = Json::array();
-    for (const auto& file : inputFiles(options.files, options.frames)) {
-        try {
-            throwProblem(file);
-            auto facts = factsOf(file.name);
-            if (!options.asJson) {
-                std::cout << (all.empty() ? "" : "\n");
-                print(facts);
-            }
-            all.push_back(std::move(facts));
-        } catch (const std::exception& error) {
-            reportError(file.name, messageOf(error));
-            hasFailed = true;
+    const auto add = [&](const std::string& fileName) {
+        auto facts = factsOf(fileName);
+        if (!options.asJson) {
+            std::cout << (all.empty() ? "" : "\n");
+            print(facts);
         }
-    }
+        all.push_back(std::move(facts));
+    };
+    const auto failures = forEachFile(inputFiles(options.files, options.frames), add);
     // File names are bytes: what is not UTF-8 is replaced.
     if (options.asJson)
         std::cout << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
-    return hasFailed ? ExitStatus::failure : ExitStatus::success;
+    return failures ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
@@ -114,15 +108,13 @@ Command info()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText() + R"(
+        .description = sequencesText + R"(
 Prints a fact on each line, its name first, and an empty line between files. dataExpected and
 dataPresent are bytes of frame data; a file that has more than it needs is sound.)",
         .arguments = {filesArgument(options->files, "media files"),
                       framesArgument(options->frames),
-                      {.names = "--json",
-                       .value = "",
-                       .target = &options->asJson,
-                       .help = "print an array with an object for each file"}},
+                      {"--json", "", &options->asJson,
+                       "print an array with an object for each file"}},
         .run = [options] { return show(*options); },
     };
 }

@@ -18,17 +18,31 @@ namespace Zeq {
 
 namespace {
 
-std::optional<int> wholeNumber(std::string_view digits)
+namespace fs = std::filesystem;
+
+constexpr auto allDigits = "0123456789";
+constexpr int largestCount = 1'000'000;
+
+// Gives nothing for what is no number, has a sign or is too large.
+std::optional<int> wholeNumber(std::string_view text)
 {
     int number = 0;
-    const auto* const end = digits.data() + digits.size();
-    const auto [stop, error] = std::from_chars(digits.data(), end, number);
-    return error == std::errc() && stop == end ? std::optional(number) : std::nullopt;
+    const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
+    const bool isWhole = error == std::errc() && text.find_first_not_of(allDigits) == text.npos;
+    return isWhole ? std::optional(number) : std::nullopt;
 }
 
-bool isDigit(char letter)
+// The number in a file's name, without its folder, that the pattern gives for it.
+std::optional<int> frameOf(const FramePattern& pattern, std::string_view name)
 {
-    return '0' <= letter && letter <= '9';
+    const auto before = fs::path(pattern.before).filename().native();
+    if (name.size() < before.size() + pattern.digits + pattern.after.size() ||
+        !name.starts_with(before) || !name.ends_with(pattern.after))
+        return std::nullopt;
+    name.remove_prefix(before.size());
+    name.remove_suffix(pattern.after.size());
+    const bool isTooLong = name.size() > pattern.digits && name.front() == '0';
+    return isTooLong ? std::nullopt : wholeNumber(name);
 }
 
 }
@@ -42,123 +56,79 @@ std::optional<FramePattern> FramePattern::parse(const std::string& path)
         return std::nullopt;
     if (std::regex_search(match[0].second, path.end(), signs))
         throw UsageError(path + " has two places for the frame's number");
-    const auto digits = *match[0].first == '#' ? static_cast<std::size_t>(match.length())
-                        : match[2].matched     ? static_cast<std::size_t>(*match[2].first - '0')
-                                               : 1;
-    return FramePattern({path.begin(), match[0].first}, digits, {match[0].second, path.end()});
+    const auto digitCount = *match[0].first == '#' ? static_cast<std::size_t>(match.length())
+                            : match[2].matched     ? static_cast<std::size_t>(*match[2].first - '0')
+                                                   : 1;
+    return FramePattern{{path.begin(), match[0].first}, digitCount, match.suffix()};
 }
 
 std::string FramePattern::fileName(int frame) const
 {
-    auto number = std::to_string(frame);
-    if (number.size() < m_digits)
-        number.insert(0, m_digits - number.size(), '0');
-    return m_before + number + m_after;
+    const auto number = std::to_string(frame);
+    return before + std::string(digits - std::min(digits, number.size()), '0') + number + after;
 }
 
 std::vector<int> FramePattern::framesOnDisk() const
 {
-    auto folder = std::filesystem::path(m_before).parent_path();
+    auto folder = fs::path(before).parent_path();
     if (folder.empty())
         folder = ".";
     std::vector<int> frames;
-    if (std::error_code isMissing; !std::filesystem::exists(folder, isMissing) && !isMissing)
+    if (std::error_code isMissing; !fs::exists(folder, isMissing) && !isMissing)
         return frames;
-    for (const auto& entry : std::filesystem::directory_iterator(folder))
-        if (const auto frame = frameOf(entry.path().filename().native()))
+    for (const auto& entry : fs::directory_iterator(folder))
+        if (const auto frame = frameOf(*this, entry.path().filename().native()))
             frames.push_back(*frame);
     std::ranges::sort(frames);
     return frames;
 }
 
-std::optional<int> FramePattern::frameOf(std::string_view name) const
-{
-    const auto before = std::filesystem::path(m_before).filename().native();
-    if (name.size() < before.size() + m_digits + m_after.size() || !name.starts_with(before) ||
-        !name.ends_with(m_after))
-        return std::nullopt;
-    const auto digits = name.substr(before.size(), name.size() - before.size() - m_after.size());
-    const auto frame = std::ranges::all_of(digits, isDigit) ? wholeNumber(digits) : std::nullopt;
-    const bool isTooLong = digits.size() > m_digits && digits.front() == '0';
-    return isTooLong ? std::nullopt : frame;
-}
-
 std::optional<int> frameNumberIn(const std::string& path)
 {
-    const auto name = std::filesystem::path(path).stem().native();
-    const auto end = std::find_if(name.rbegin(), name.rend(), isDigit).base();
-    const auto begin =
-        std::find_if_not(std::make_reverse_iterator(end), name.rend(), isDigit).base();
-    return begin == end ? std::nullopt : wholeNumber({begin, end});
-}
-
-namespace {
-
-constexpr int largestCount = 1'000'000;
-
-// Takes what it understands off the front of the text.
-class RangeText
-{
-public:
-    explicit RangeText(std::string_view text) : m_rest(text), m_whole(text) {}
-
-    int number()
-    {
-        int value = 0;
-        const auto [end, error] =
-            std::from_chars(m_rest.data(), m_rest.data() + m_rest.size(), value);
-        if (error != std::errc() || value < 0)
-            fail();
-        m_rest.remove_prefix(static_cast<std::size_t>(end - m_rest.data()));
-        return value;
-    }
-
-    bool take(char letter)
-    {
-        if (m_rest.empty() || m_rest.front() != letter)
-            return false;
-        m_rest.remove_prefix(1);
-        return true;
-    }
-
-    bool atEnd() const { return m_rest.empty(); }
-
-    [[noreturn]] void fail() const
-    {
-        throw UsageError("--frames: " + std::string(m_whole) +
-                         " is no list of frames like 1-100x2,200");
-    }
-
-private:
-    std::string_view m_rest;
-    std::string_view m_whole;
-};
-
+    const auto name = fs::path(path).stem().native();
+    const auto last = name.find_last_of(allDigits);
+    const auto first = name.find_last_not_of(allDigits, last) + 1;  // 0 where there is none
+    return last == name.npos ? std::nullopt : wholeNumber(name.substr(first, last - first + 1));
 }
 
 std::vector<int> parseFrames(const std::string& text)
 {
+    const auto fail = [&] {
+        throw UsageError("--frames: " + text + " is no list of frames like 1-100x2,200");
+    };
+    const char* rest = text.data();
+    const char* const end = rest + text.size();
+    const auto number = [&] {
+        int value = 0;
+        const auto [stop, error] = std::from_chars(rest, end, value);
+        if (error != std::errc() || value < 0)
+            fail();
+        rest = stop;
+        return value;
+    };
+    const auto take = [&](char letter) {
+        const bool isNext = rest != end && *rest == letter;
+        rest += isNext ? 1 : 0;
+        return isNext;
+    };
     std::set<int> frames;
-    RangeText rest(text);
     do {
-        const int first = rest.number();
-        const int last = rest.take('-') ? rest.number() : first;
-        const int step = rest.take('x') ? rest.number() : 1;
+        const int first = number();
+        const int last = take('-') ? number() : first;
+        const int step = take('x') ? number() : 1;
         if (last < first || step < 1)
-            rest.fail();
+            fail();
         if ((std::int64_t{last} - first) / step + 1 + std::ssize(frames) > largestCount)
             throw UsageError("--frames: more than " + std::to_string(largestCount) + " frames");
         for (std::int64_t frame = first; frame <= last; frame += step)
             frames.insert(static_cast<int>(frame));
-    } while (rest.take(','));
-    if (!rest.atEnd())
-        rest.fail();
+    } while (take(','));
+    if (rest != end)
+        fail();
     return {frames.begin(), frames.end()};
 }
 
 namespace {
-
-namespace fs = std::filesystem;
 
 // A file that bears the very name comes before the sequence that it might stand for.
 std::optional<FramePattern> patternOf(const std::string& name)
@@ -180,35 +150,6 @@ try {
     return {{name, {}, error.code().message()}};
 }
 
-void append(std::vector<InputFile>& files, std::vector<InputFile> more)
-{
-    std::ranges::move(more, std::back_inserter(files));
-}
-
-// What bears the name of a media file is one, though it may be a link to nothing or a pipe: it is
-// the reader who says what is wrong with it. Links to folders are not followed.
-void appendEntries(std::vector<fs::path> folders, std::vector<InputFile>& files)
-{
-    while (!folders.empty()) {
-        const auto folder = folders.back();
-        folders.pop_back();
-        std::error_code error;
-        fs::directory_iterator entry(folder, error);
-        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
-            std::error_code problem;
-            const auto kind = entry->status(problem).type();
-            if (kind == fs::file_type::none)
-                files.push_back({entry->path(), {}, problem.message()});
-            else if (kind != fs::file_type::directory && hasMediaFileExtension(entry->path()))
-                files.push_back({entry->path(), {}});
-            else if (kind == fs::file_type::directory && !entry->is_symlink(problem))
-                folders.push_back(entry->path());
-        }
-        if (error)
-            files.push_back({folder, {}, error.message()});
-    }
-}
-
 }
 
 std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const std::string& frames)
@@ -219,7 +160,7 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
         if (name.empty())
             files.push_back({"''", {}, "no file has an empty name"});
         else if (const auto pattern = patternOf(name))
-            append(files, framesOf(*pattern, name, wanted));
+            std::ranges::move(framesOf(*pattern, name, wanted), std::back_inserter(files));
         else if (wanted)
             throw UsageError("--frames: " + name + " has no place for the frame's number");
         else
@@ -228,10 +169,30 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
     return files;
 }
 
+// What bears the name of a media file is one, though it may be a link to nothing or a pipe: it is
+// the reader who says what is wrong with it. Links to folders are not followed.
 std::vector<InputFile> mediaFilesIn(const std::string& folder)
 {
     std::vector<InputFile> files;
-    appendEntries({folder}, files);
+    std::vector<fs::path> folders{folder};
+    while (!folders.empty()) {
+        const auto current = folders.back();
+        folders.pop_back();
+        std::error_code error;
+        fs::directory_iterator entry(current, error);
+        for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
+            std::error_code problem;
+            const auto kind = entry->status(problem).type();
+            if (kind == fs::file_type::none)
+                files.push_back({entry->path(), {}, problem.message()});
+            else if (kind != fs::file_type::directory && extensionOf(entry->path()) == "zeq")
+                files.push_back({entry->path(), {}});
+            else if (kind == fs::file_type::directory && !entry->is_symlink(problem))
+                folders.push_back(entry->path());
+        }
+        if (error)
+            files.push_back({current, {}, error.message()});
+    }
     std::ranges::sort(files, {}, &InputFile::name);
     if (files.empty())
         files.push_back({folder, {}, "no media files found"});
@@ -242,6 +203,22 @@ void throwProblem(const InputFile& file)
 {
     if (!file.problem.empty())
         throw std::runtime_error(file.problem);
+}
+
+std::size_t forEachFile(const std::vector<InputFile>& files,
+                        const std::function<void(const std::string& name)>& operation)
+{
+    std::size_t failures = 0;
+    for (const auto& file : files) {
+        try {
+            throwProblem(file);
+            operation(file.name);
+        } catch (const std::exception& error) {
+            reportError(file.name + ": " + messageOf(error));
+            ++failures;
+        }
+    }
+    return failures;
 }
 
 }

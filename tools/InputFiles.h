@@ -1,19 +1,21 @@
 #pragma once
 
 #include <cstddef>
+#include <functional>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Zeq {
 
 // The name of a frame sequence: "shot.####.zeq" or "shot.%04d.zeq". A number takes as many digits
 // as there are signs, with zeros in front, and more where it has more.
-class FramePattern
+struct FramePattern
 {
-public:
+    std::string before;  // the number, with the folder
+    std::size_t digits;
+    std::string after;
+
     // Gives nothing when the file's name has no place for a number; throws a UsageError when it has
     // two.
     static std::optional<FramePattern> parse(const std::string& path);
@@ -22,18 +24,6 @@ public:
 
     // The numbers of the files that the pattern gives the name of, in ascending order.
     std::vector<int> framesOnDisk() const;
-
-private:
-    FramePattern(std::string before, std::size_t digits, std::string after)
-        : m_before(std::move(before)), m_digits(digits), m_after(std::move(after))
-    {
-    }
-
-    std::optional<int> frameOf(std::string_view name) const;
-
-    std::string m_before;  // with the folder
-    std::size_t m_digits;
-    std::string m_after;
 };
 
 // The last number in a file's name, which is 12 for "shot2.0012.zeq".
@@ -62,5 +52,9 @@ std::vector<InputFile> mediaFilesIn(const std::string& folder);
 
 // Throws the file's problem.
 void throwProblem(const InputFile& file);
+
+// Does this with one file after the other and names those that fail. Gives their number.
+std::size_t forEachFile(const std::vector<InputFile>& files,
+                        const std::function<void(const std::string& name)>& operation);
 
 }

@@ -10,10 +10,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <cstddef>
+#include <chrono>
+#include <cstdio>
 #include <exception>
 #include <future>
-#include <stdexcept>
+#include <iostream>
 #include <system_error>
 #include <thread>
 #include <vector>
@@ -70,6 +71,71 @@ bool canStartThreads(std::size_t count)
 
 namespace {
 
+// Shows how far a run has come: a bar on a terminal, otherwise a line for each file. Files that
+// fail are named on the error stream either way. May be told from several threads.
+class Progress
+{
+public:
+    Progress(std::size_t total, bool isQuiet)
+        : m_total(total),
+          m_showsBar(!isQuiet && total > 1 && ::isatty(STDERR_FILENO) && ::isatty(STDOUT_FILENO)),
+          m_showsLines(!isQuiet && !m_showsBar)
+    {
+        showBar();
+    }
+
+    ~Progress() { hideBar(); }
+
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+
+    void succeeded(const std::string& line)
+    {
+        const std::lock_guard lock(m_outputMutex);
+        ++m_done;
+        if (m_showsLines && !line.empty())
+            std::cout << shown(line) << std::endl;
+        showBar();
+    }
+
+    void failed(const std::string& text)
+    {
+        const std::lock_guard lock(m_outputMutex);
+        ++m_done;
+        hideBar();
+        reportError(text);
+        showBar();
+    }
+
+private:
+    void showBar() const
+    {
+        if (!m_showsBar)
+            return;
+        constexpr std::size_t width = 40;
+        const std::chrono::duration<double> elapsed = std::chrono::steady_clock::now() - m_start;
+        const auto filled = m_done * width / m_total;
+        const double rate = static_cast<double>(m_done) / std::max(elapsed.count(), 1e-3);
+        std::fprintf(stderr, "\r[%s%s] %zu of %zu, %.1f a second ",
+                     std::string(filled, '#').c_str(), std::string(width - filled, '.').c_str(),
+                     m_done, m_total, rate);
+        std::fflush(stderr);
+    }
+
+    void hideBar() const
+    {
+        if (m_showsBar)
+            std::fputs("\r\033[K", stderr);
+    }
+
+    const std::size_t m_total;
+    const bool m_showsBar;
+    const bool m_showsLines;
+    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
+    std::size_t m_done = 0;
+    std::mutex m_outputMutex;
+};
+
 // Gives how many jobs can run at once. They share the processors, so that they do not stand in each
 // other's way. Where no threads can be started, OpenCV is not to start any either.
 int prepareThreads(int jobCount)
@@ -80,11 +146,6 @@ int prepareThreads(int jobCount)
     return hasThreads ? jobCount : 1;
 }
 
-}
-
-Job failingJob(const std::string& name, const std::string& problem)
-{
-    return {name, "", [problem](MemoryBudget&) { throw std::runtime_error(problem); }};
 }
 
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)

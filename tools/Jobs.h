@@ -64,9 +64,6 @@ struct Job
     std::function<void(MemoryBudget&)> run;
 };
 
-// A job that fails with this problem.
-Job failingJob(const std::string& name, const std::string& problem);
-
 // Runs the jobs, several at once where threads can be started, and names those that fail. Progress
 // is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed.
 std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings);

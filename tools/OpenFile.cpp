@@ -8,13 +8,14 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "tools/Files.h"
-#include "tools/MediaFormats.h"
 #include "tools/PictureModule.h"
 
 #include <opencv2/core.hpp>
 
 #include <algorithm>
 #include <filesystem>
+#include <ios>
+#include <string_view>
 #include <utility>
 
 namespace Zeq {
@@ -23,28 +24,61 @@ using Velmora::Formats::BGRA_F32;
 
 namespace {
 
+// By its name or, where that says otherwise, by how it begins.
+bool isMediaFile(const std::string& fileName)
+{
+    if (extensionOf(fileName) == "zeq")
+        return true;
+    MediaConversion::FileStream file;
+    file.open(fileName, std::ios_base::in | std::ios_base::binary);
+    char beginning[3]{};
+    file.read(beginning, sizeof beginning);
+    return std::string_view(beginning, sizeof beginning) == "zeq";
+}
+
+// Whole numbers of the format's bits, or float.
+Imaging::SampleDepth depthOf(const Velmora::FrameFormat& format)
+{
+    const int bits = bitsOf(format.channelType);
+    return std::ranges::find(Imaging::sampleDepths, bits, &Imaging::DepthFacts::bits)->depth;
+}
+
+// The bytes of so many pixels in float BGRA.
+std::uint64_t floatByteCount(const cv::Size2l& size)
+{
+    return sizeof(cv::Vec4f) * static_cast<std::uint64_t>(size.area());
+}
+
 class OpenMediaFile final : public IOpenFile
 {
 public:
     explicit OpenMediaFile(const std::string& fileName)
     {
         m_reader.open(MediaConversion::wideFileName(fileName));
-        m_header = m_reader.mediaHeader();
-        m_frameHeader = m_reader.frameHeader();
-        const auto* const format = findMediaFormat(m_header.mediaFormatCode);
-        if (!format) {
+        const auto header = m_reader.mediaHeader();
+        const auto frame = m_reader.frameHeader();
+        const auto& formats = MediaConversion::mediaFormatCodes();
+        if (!formats.contains(header.mediaFormatCode)) {
             m_reader.readFrame();  // throws, and its text is the reader's own
             return;
         }
-        const auto& frameFormat = format->frameFormat;
-        const cv::Size stored(m_frameHeader.frameWidth, m_frameHeader.frameHeight);
-        const std::uint64_t dataSize = MediaConversion::frameDataSize(
-            frameFormat, m_frameHeader.frameWidth, m_frameHeader.frameHeight);
-        m_facts = {.size = {m_header.width, m_header.height},
+        const auto& format = formats.at(header.mediaFormatCode);
+        const cv::Size stored(frame.frameWidth, frame.frameHeight);
+        const std::uint64_t dataSize =
+            MediaConversion::frameDataSize(format, frame.frameWidth, frame.frameHeight);
+        m_facts = {.size = {header.width, header.height},
                    .stored = stored,
-                   .depth = depthOf(frameFormat),
-                   .hasAlpha = hasAlpha(frameFormat.colourspace),
+                   .depth = depthOf(format),
+                   .hasAlpha = hasAlpha(format.colourspace),
                    .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
+        m_options = {.magic = header.magic,
+                     .headerByte0 = header.headerByte0,
+                     .headerByte1 = header.headerByte1,
+                     .headerRevision = header.headerRevision,
+                     .headerByte3 = header.headerByte3,
+                     .frameField1 = frame.frameField1,
+                     .width = header.width,
+                     .height = header.height};
     }
 
     const PictureFacts& facts() const override { return m_facts; }
@@ -60,17 +94,7 @@ public:
                 m_facts.hasAlpha};
     }
 
-    MediaConversion::MediaFileOptions mediaFileOptions() const override
-    {
-        return {.magic = m_header.magic,
-                .headerByte0 = m_header.headerByte0,
-                .headerByte1 = m_header.headerByte1,
-                .headerRevision = m_header.headerRevision,
-                .headerByte3 = m_header.headerByte3,
-                .frameField1 = m_frameHeader.frameField1,
-                .width = m_header.width,
-                .height = m_header.height};
-    }
+    MediaConversion::MediaFileOptions mediaFileOptions() const override { return m_options; }
 
 private:
     // What the library takes for a file at most, whatever its headers claim.
@@ -84,9 +108,8 @@ private:
 
     MediaConversion::FileStreamFactory m_streams;
     MediaConversion::VelmoraMediaFileReader m_reader{m_streams};
-    MediaConversion::MediaHeader m_header{};
-    MediaConversion::FrameHeader m_frameHeader{};
     PictureFacts m_facts;
+    MediaConversion::MediaFileOptions m_options;
 };
 
 class OpenPicture final : public IOpenFile
@@ -118,15 +141,9 @@ std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName)
 
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName)
 {
-    if (hasMediaFileExtension(fileName) || beginningOf(fileName, 3) == "zeq")
+    if (isMediaFile(fileName))
         return openMediaFile(fileName);
     return std::make_unique<OpenPicture>(fileName);
-}
-
-std::uint64_t floatByteCount(cv::Size size)
-{
-    return sizeof(cv::Vec4f) * static_cast<std::uint64_t>(size.width) *
-           static_cast<std::uint64_t>(size.height);
 }
 
 std::uint64_t fillingUpByteCount(const PictureFacts& facts)

@@ -40,9 +40,6 @@ std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName);
 // Opens a media file, or a picture of any kind that OpenImageIO reads. Throws as above.
 std::unique_ptr<IOpenFile> openFile(const std::string& fileName);
 
-// The bytes of so many pixels in float BGRA.
-std::uint64_t floatByteCount(cv::Size size);
-
 // The bytes of the whole picture in float, or 0 where that is what is stored. Throws when the file
 // stores too little of it.
 std::uint64_t fillingUpByteCount(const PictureFacts& facts);

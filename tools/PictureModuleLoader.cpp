@@ -23,30 +23,23 @@ std::string moduleFile()
     return std::filesystem::exists(beside) ? beside : folder / LIBRARY_FOLDER / "zeqPictures.so";
 }
 
-// More than those libraries were seen to start, of which some go by the processors.
-std::size_t neededThreads()
+const PictureModule& load()
 {
-    return 8 + 2 * static_cast<std::size_t>(cv::getNumberOfCPUs());
-}
-
-const IPictureModule& load()
-{
-    if (!canStartThreads(neededThreads()))
+    // More than those libraries were seen to start, of which some go by the processors.
+    if (!canStartThreads(8 + 2 * static_cast<std::size_t>(cv::getNumberOfCPUs())))
         MediaConversion::fail("Pictures cannot be read or written: too few threads can be started");
     void* const handle = ::dlopen(moduleFile().c_str(), RTLD_NOW | RTLD_LOCAL);
-    if (!handle)
-        MediaConversion::fail("Pictures cannot be read or written: ", ::dlerror());
-    const auto entry = reinterpret_cast<PictureModuleEntry>(::dlsym(handle, pictureModuleEntry));
+    void* const entry = handle ? ::dlsym(handle, pictureModuleEntry) : nullptr;
     if (!entry)
         MediaConversion::fail("Pictures cannot be read or written: ", ::dlerror());
-    return *entry();
+    return *reinterpret_cast<PictureModuleEntry>(entry)();
 }
 
 }
 
-const IPictureModule& pictureModule()
+const PictureModule& pictureModule()
 {
-    static const IPictureModule& module = load();
+    static const PictureModule& module = load();
     return module;
 }
 

@@ -3,38 +3,14 @@
 #include "MediaConversion/Errors.h"
 
 #include <algorithm>
-#include <array>
-#include <cctype>
 
 namespace Zeq {
 
 using MediaConversion::fail;
+using MediaConversion::joined;
 using enum SampleDepth;
 
 namespace {
-
-struct DepthFacts
-{
-    SampleDepth depth;
-    const char* name;
-    int wholeBits;  // whole numbers of so many bits are kept apart
-    bool isFloat;
-};
-
-// Half floats have 11 significant bits.
-constexpr std::array<DepthFacts, 6> depths{{
-    {U8, "8", 8, false},
-    {U10, "10", 10, false},
-    {U12, "12", 12, false},
-    {U16, "16", 16, false},
-    {F16, "half", 11, true},
-    {F32, "float", 24, true},
-}};
-
-const DepthFacts& factsOf(SampleDepth depth)
-{
-    return *std::ranges::find(depths, depth, &DepthFacts::depth);
-}
 
 bool holds(SampleDepth depth, SampleDepth source)
 {
@@ -71,33 +47,10 @@ const std::vector<PictureType>& pictureTypes()
 
 const PictureType* findPictureType(const std::string& extension)
 {
-    std::string lowerCase = extension;
-    std::ranges::transform(lowerCase, lowerCase.begin(),
-                           [](unsigned char letter) { return std::tolower(letter); });
     const auto type = std::ranges::find_if(pictureTypes(), [&](const PictureType& each) {
-        return std::ranges::find(each.extensions, lowerCase) != each.extensions.end();
+        return std::ranges::find(each.extensions, extension) != each.extensions.end();
     });
     return type == pictureTypes().end() ? nullptr : &*type;
-}
-
-std::string nameOf(SampleDepth depth)
-{
-    return factsOf(depth).name;
-}
-
-std::vector<std::string> depthNames()
-{
-    std::vector<std::string> names;
-    names.reserve(depths.size());
-    for (const auto& facts : depths)
-        names.emplace_back(facts.name);
-    return names;
-}
-
-SampleDepth depthNamed(const std::string& name)
-{
-    const auto* const facts = std::ranges::find(depths, name, &DepthFacts::name);
-    return facts == depths.end() ? F32 : facts->depth;
 }
 
 SampleDepth losslessDepth(const PictureType& type, SampleDepth source, bool hasAlpha)
@@ -105,7 +58,7 @@ SampleDepth losslessDepth(const PictureType& type, SampleDepth source, bool hasA
     for (const auto depth : type.depths)
         if (holds(depth, source) && isWritten(type, depth, hasAlpha))
             return depth;
-    fail(nameOf(source), factsOf(source).isFloat ? "" : "-bit", " samples do not fit into ",
+    fail(factsOf(source).name, factsOf(source).isFloat ? "" : "-bit", " samples do not fit into ",
          type.extensions.front(), " files without loss; choose a --depth");
 }
 
@@ -116,9 +69,9 @@ SampleDepth checkedDepth(const PictureType& type, SampleDepth depth, bool hasAlp
     std::string choices;
     for (const auto each : type.depths)
         if (isWritten(type, each, hasAlpha))
-            choices += (choices.empty() ? "" : ", ") + nameOf(each);
+            choices += joined(choices.empty() ? "" : ", ", factsOf(each).name);
     fail(type.extensions.front(), " files", hasAlpha ? " with alpha" : "",
-         " are not written in --depth ", nameOf(depth), "; choose ", choices);
+         " are not written in --depth ", factsOf(depth).name, "; choose ", choices);
 }
 
 }

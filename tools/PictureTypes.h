@@ -2,7 +2,6 @@
 
 #include "imaging/Picture.h"
 
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,14 +19,9 @@ struct PictureType
 
 const std::vector<PictureType>& pictureTypes();
 
-// Finds a kind by its extension, without the dot and in any case of letters; gives null for files
-// that are not written.
+// Finds a kind by its extension, in lower case and without the dot; gives null for files that are
+// not written.
 const PictureType* findPictureType(const std::string& extension);
-
-// Depths are asked for as "8", "10", "12", "16", "half" and "float".
-std::string nameOf(SampleDepth depth);
-std::vector<std::string> depthNames();
-SampleDepth depthNamed(const std::string& name);
 
 // The depth in which samples are stored without loss; throws when there is none.
 SampleDepth losslessDepth(const PictureType& type, SampleDepth source, bool hasAlpha);

@@ -1,9 +1,6 @@
 #pragma once
 
-#include <chrono>
-#include <cstddef>
 #include <exception>
-#include <mutex>
 #include <stdexcept>
 #include <string>
 
@@ -37,36 +34,7 @@ std::string messageOf(const std::exception& error);
 // Writes "zeq: text" to the error stream.
 void reportError(const std::string& text);
 
-// Writes "zeq: FILE: text" to the error stream.
-void reportError(const std::string& file, const std::string& text);
-
 // Gives false, and reports it, when what was printed could not be written.
 bool flushOutput();
-
-// Shows how far a run has come: a bar on a terminal, otherwise a line for each file. Files that
-// fail are named on the error stream either way. May be told from several threads.
-class Progress
-{
-public:
-    Progress(std::size_t total, bool isQuiet);
-    ~Progress();
-
-    Progress(const Progress&) = delete;
-    Progress& operator=(const Progress&) = delete;
-
-    void succeeded(const std::string& line);
-    void failed(const std::string& text);
-
-private:
-    void showBar() const;
-    void hideBar() const;
-
-    const std::size_t m_total;
-    const bool m_showsBar;
-    const bool m_showsLines;
-    const std::chrono::steady_clock::time_point m_start = std::chrono::steady_clock::now();
-    std::size_t m_done = 0;
-    std::mutex m_outputMutex;
-};
 
 }

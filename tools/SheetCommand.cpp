@@ -6,9 +6,7 @@
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -26,16 +24,15 @@ struct Options
     std::string output;
 };
 
-void add(const InputFile& input, Imaging::IContactSheet& sheet)
+Imaging::View viewOf(const std::string& fileName)
 {
-    throwProblem(input);
-    const auto file = openFile(input.name);
+    const auto file = openFile(fileName);
     const auto& facts = file->facts();
     MemoryBudget budget(0);  // for its check of sizes that no machine holds
     const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
     checkNotEmpty(facts);
-    sheet.add(picture, std::filesystem::path(input.name).filename());
+    return pictureModule().viewOf(picture, std::filesystem::path(fileName).filename());
 }
 
 int run(const Options& options)
@@ -45,22 +42,17 @@ int run(const Options& options)
     if (!findPictureType(extensionOf(options.output)))
         throw UsageError(options.output + ": files of this kind are not written");
     removeUnfinishedFilesOnSignals();
-    const auto sheet = pictureModule().createContactSheet();
-    int views = 0;
-    int failures = 0;
-    for (const auto& file : inputFiles(options.files, options.frames)) {
-        try {
-            add(file, *sheet);
-            ++views;
-        } catch (const std::exception& error) {
-            reportError(file.name, messageOf(error));
-            ++failures;
-        }
-    }
-    if (views > 0) {
-        writeOutput(options.output, [&](const std::string& name) { sheet->write(name); });
-        std::cout << shown(options.output) << ": " << views
-                  << (views == 1 ? " file\n" : " files\n");
+    const auto& pictures = pictureModule();
+    std::vector<Imaging::View> views;
+    const auto failures =
+        forEachFile(inputFiles(options.files, options.frames),
+                    [&](const std::string& name) { views.push_back(viewOf(name)); });
+    if (!views.empty()) {
+        writeOutput(options.output, [&](const std::string& temporaryName) {
+            pictures.writeContactSheet(temporaryName, views);
+        });
+        std::cout << shown(options.output) << ": " << views.size()
+                  << (views.size() == 1 ? " file\n" : " files\n");
     }
     return failures ? ExitStatus::failure : ExitStatus::success;
 }
@@ -71,14 +63,11 @@ Command sheet()
 {
     const auto options = std::make_shared<Options>();
     return {
-        .description = sequencesText() + R"(
+        .description = sequencesText + R"(
 Each view has its file's name, size and depth below. Transparent pictures lie on a checkerboard.)",
         .arguments = {filesArgument(options->files, "media files and other pictures"),
-                      {.names = "-o,--output",
-                       .value = "SHEET",
-                       .target = &options->output,
-                       .help = "the file to write: sheet.png",
-                       .isRequired = true},
+                      required({"-o,--output", "SHEET", &options->output,
+                                "the file to write: sheet.png"}),
                       framesArgument(options->frames)},
         .run = [options] { return Zeq::run(*options); },
     };

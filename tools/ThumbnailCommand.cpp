@@ -4,7 +4,6 @@
 #include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
 #include "tools/Report.h"
-#include "tools/TerminationSignals.h"
 
 #include <filesystem>
 #include <memory>
@@ -26,13 +25,13 @@ struct Options
 
 void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input);
+    const auto file = openFile(conversion.input.name);
     const auto& facts = file->facts();
     const auto reservation = budget.reserve(facts.byteCount);
     const auto picture = file->readPicture();
     checkNotEmpty(facts);
     auto view = reduced(picture, largestSide);
-    view.depth = SampleDepth::U8;
+    view.depth = Imaging::SampleDepth::U8;
     writeOutput(conversion.output,
                 [&](const std::string& name) { pictureModule().write(name, view, name); });
 }
@@ -44,19 +43,10 @@ int run(const Options& options)
     const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
     const auto plan = planConversions(inputFiles(options.files, options.frames), folder, "png");
     makeFolder(folder);
-
-    std::vector<Job> jobs;
-    jobs.reserve(plan.size());
-    for (const auto& conversion : plan)
-        if (!conversion.problem.empty())
-            jobs.push_back(failingJob(conversion.input, conversion.problem));
-        else
-            jobs.push_back({conversion.input, conversion.input + " -> " + conversion.output,
-                            [&conversion, &options](MemoryBudget& budget) {
-                                makeThumbnail(conversion, options.size, budget);
-                            }});
-    removeUnfinishedFilesOnSignals();
-    return runJobs(jobs, options.jobs) ? ExitStatus::failure : ExitStatus::success;
+    const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
+        makeThumbnail(conversion, options.size, budget);
+    };
+    return runConversions(plan, options.jobs, make) ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
@@ -64,25 +54,23 @@ int run(const Options& options)
 Command thumbnail()
 {
     const auto options = std::make_shared<Options>();
-    std::vector<Argument> arguments{filesArgument(options->files, "media files and other pictures"),
-                                    {.names = "-o,--output",
-                                     .value = "DIR",
-                                     .target = &options->folder,
-                                     .help = "the folder to write to, made if it does not exist",
-                                     .isRequired = true},
-                                    {.names = "--size",
-                                     .value = "N",
-                                     .target = &options->size,
-                                     .help = "the longer side in pixels (default: 256)",
-                                     .largest = 4096},
-                                    framesArgument(options->frames)};
-    const auto jobs = jobArguments(options->jobs);
-    arguments.insert(arguments.end(), jobs.begin(), jobs.end());
-    return {.description = sequencesText() + R"(
+    return {
+        .description = sequencesText + R"(
 Writes shot.png with 8 bits for shot.zeq, with alpha where the file has it. What is small already
 keeps its size.)",
-            .arguments = arguments,
-            .run = [options] { return Zeq::run(*options); }};
+        .arguments =
+            withJobArguments({filesArgument(options->files, "media files and other pictures"),
+                              required({"-o,--output", "DIR", &options->folder,
+                                        "the folder to write to, made if it does not exist"}),
+                              {.names = "--size",
+                               .value = "N",
+                               .target = &options->size,
+                               .help = "the longer side in pixels (default: 256)",
+                               .largest = 4096},
+                              framesArgument(options->frames)},
+                             options->jobs),
+        .run = [options] { return Zeq::run(*options); },
+    };
 }
 
 }

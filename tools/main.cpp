@@ -1,6 +1,5 @@
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "imaging/StandardStreams.h"
-#include "tools/CommandLine.h"
 #include "tools/Commands.h"
 #include "tools/Report.h"
 

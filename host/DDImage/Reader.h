@@ -1,16 +1,120 @@
 #pragma once
 
-#include "DDImage/ChannelSet.h"
-#include "DDImage/IopInfo.h"
-#include "DDImage/Knobs.h"
-#include "DDImage/Op.h"
-#include "DDImage/Row.h"
-
+#include <array>
 #include <string>
 #include <string_view>
 #include <vector>
 
+// The SDK as far as a reader calls it and a host drives a reader.
 namespace DD::Image {
+
+enum Channel : unsigned
+{
+    Chan_Black = 0,
+    Chan_Red = 1,
+    Chan_Green = 2,
+    Chan_Blue = 3,
+    Chan_Alpha = 4,
+};
+
+// Bit n - 1 stands for channel n.
+enum ChannelSetInit : unsigned
+{
+    Mask_None = 0,
+    Mask_RGBA = 15,
+};
+
+class ChannelSet
+{
+public:
+    constexpr ChannelSet(ChannelSetInit mask = Mask_None) : m_mask(mask) {}
+
+    bool operator==(const ChannelSet&) const = default;
+
+private:
+    unsigned m_mask;
+};
+
+using ChannelMask = const ChannelSet&;
+
+// What the host knows of a picture before it asks for rows.
+class IopInfo
+{
+public:
+    int width() const { return m_width; }
+    int height() const { return m_height; }
+    ChannelMask channels() const { return m_channels; }
+
+    void size(int width, int height)
+    {
+        m_width = width;
+        m_height = height;
+    }
+
+    void channels(ChannelMask channels) { m_channels = channels; }
+
+private:
+    int m_width = 0;
+    int m_height = 0;
+    ChannelSet m_channels;
+};
+
+// The host's end of a panel: each call creates one knob in it.
+class Knob_Closure
+{
+public:
+    virtual ~Knob_Closure() = default;
+
+    virtual void operator()(int type, int store, void* pointer, const char* name, const char* label,
+                            const char* extra) = 0;
+};
+
+// A node of the host's picture graph.
+class Op
+{
+public:
+    Op() = default;
+    Op(const Op&) = delete;
+    Op& operator=(const Op&) = delete;
+    virtual ~Op();
+
+    // Reports a failure to the user. The arguments are those of printf.
+    void critical(const char* format, ...) __attribute__((format(printf, 2, 3)));
+
+protected:
+    // Called with each finished message, on the thread that reports it. Standard error unless the
+    // host says otherwise.
+    virtual void onCritical(const std::string& message);
+};
+
+// The node that reads files. The host derives from it and names the file.
+class Read : public Op
+{
+public:
+    ~Read() override;
+
+    // Null while no file is chosen.
+    virtual const char* filename() const = 0;
+};
+
+// The columns x to r - 1 of one picture row, channel by channel.
+class Row
+{
+public:
+    Row(int x, int r);
+
+    int x() const { return m_x; }
+    int r() const { return m_r; }
+
+    // Pointers that are indexed by the column: valid from [x] to [r - 1].
+    float* writable(Channel channel);
+    const float* operator[](Channel channel) const;
+
+private:
+    int m_x;
+    int m_r;
+    std::array<std::vector<float>, Chan_Alpha + 1> m_channels;
+};
 
 // Adds a file format's own knobs to the panel of the read operator.
 class ReaderFormat
@@ -47,7 +151,7 @@ protected:
     // Null when there is none.
     const char* filename() const;
 
-    // A pixel aspect of 0 stands for the host's default, square pixels.
+    // The pixels of this host are square, whatever their aspect is said to be.
     void set_info(int width, int height, int depth, double pixelAspect = 0.0);
 
     // Converts `count` samples, `delta` floats apart, from the file's colours to the host's, which

@@ -11,24 +11,18 @@ namespace Headless {
 
 namespace {
 
-class KnobCollector final : public DD::Image::Knob_Closure
+struct KnobCollector final : DD::Image::Knob_Closure
 {
-public:
+    std::vector<Knob> knobs;
+
     void operator()(int type, int store, void* pointer, const char* name, const char* label,
                     const char* extra) override
     {
-        m_knobs.push_back({type, store, pointer, copy(name), copy(label), copy(extra)});
+        const auto copy = [](const char* text) {
+            return text ? std::optional<std::string>(text) : std::nullopt;
+        };
+        knobs.push_back({type, store, pointer, copy(name), copy(label), copy(extra)});
     }
-
-    const std::vector<Knob>& knobs() const { return m_knobs; }
-
-private:
-    static std::optional<std::string> copy(const char* text)
-    {
-        return text ? std::optional<std::string>(text) : std::nullopt;
-    }
-
-    std::vector<Knob> m_knobs;
 };
 
 void throwMessages(HostedReader& reader)
@@ -47,11 +41,11 @@ std::vector<Knob> formatPanel(const DD::Image::Reader::Description& description)
     const std::unique_ptr<DD::Image::ReaderFormat> format(description.newFormat(nullptr));
     KnobCollector collector;
     format->knobs(collector);
-    return collector.knobs();
+    return collector.knobs;
 }
 
 HeadlessHost::HeadlessHost(const std::filesystem::path& plugIn)
-    : m_plugIn(::dlopen(plugIn.c_str(), RTLD_NOW | RTLD_LOCAL))
+    : m_plugIn(::dlopen(plugIn.c_str(), RTLD_NOW | RTLD_LOCAL), ::dlclose)
 {
     if (!m_plugIn)
         throw std::runtime_error(::dlerror());
@@ -83,11 +77,6 @@ std::string HeadlessHost::panelText() const
         for (const auto& knob : formatPanel(*description))
             text += (text.empty() ? "" : "\n") + knob.extra.value_or("");
     return text;
-}
-
-void HeadlessHost::Unload::operator()(void* handle) const
-{
-    ::dlclose(handle);
 }
 
 }

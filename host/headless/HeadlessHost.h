@@ -42,12 +42,7 @@ public:
     std::string panelText() const;
 
 private:
-    struct Unload
-    {
-        void operator()(void* handle) const;
-    };
-
-    std::unique_ptr<void, Unload> m_plugIn;
+    std::unique_ptr<void, int (*)(void*)> m_plugIn;  // unloaded with the host
 };
 
 }

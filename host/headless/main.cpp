@@ -68,62 +68,44 @@ Options parsed(int argumentCount, char** arguments)
     return options;
 }
 
-// Names each file that fails and goes on with the next.
-class Run
+// Names each file that fails and goes on with the next. Gives the exit status.
+int run(const Options& options)
 {
-public:
-    explicit Run(const Options& options)
-        : m_options(options), m_host(options.plugIn), m_names(options.folder, options.files)
-    {
-        std::filesystem::create_directories(options.folder);
-    }
-
-    int exitStatus()
-    {
-        std::cout << m_host.panelText() << std::endl;
-        for (const auto& file : m_options.files)
-            attempt(file, [&] { readAndWrite(file); });
-        if (!m_sheet.empty()) {
-            const auto path = m_names.contactSheet();
-            attempt(path.string(), [&] {
-                m_sheet.write(path);
-                std::cout << "Contact sheet: " << path.string() << std::endl;
-            });
-        }
-        return m_failed ? 1 : 0;
-    }
-
-private:
-    template <class Operation>
-    void attempt(const std::string& name, Operation&& operation)
-    {
+    const HeadlessHost host(options.plugIn);
+    OutputNames names(options.folder, options.files);
+    std::filesystem::create_directories(options.folder);
+    std::vector<Imaging::View> views;
+    int status = 0;
+    const auto attempt = [&](const std::string& name, const auto& operation) {
         try {
             operation();
         } catch (const std::exception& exception) {
             std::cerr << name << ": " << exception.what() << std::endl;
-            m_failed = true;
+            status = 1;
         }
-    }
+    };
 
-    void readAndWrite(const std::string& file)
-    {
-        const auto picture = m_host.read(file);
-        const auto output = m_names.next(file).string();
-        Imaging::writePng(picture, output + ".png");
-        if (m_options.exr)
-            Imaging::writeExr(picture, output + ".exr");
-        std::cout << file << ": " << picture.width << " x " << picture.height << ", "
-                  << picture.depth << " bit, " << output << ".png"
-                  << (m_options.exr ? " and .exr" : "") << std::endl;
-        m_sheet.add(picture, std::filesystem::path(file).filename().string());
-    }
-
-    const Options& m_options;
-    HeadlessHost m_host;
-    OutputNames m_names;
-    Imaging::ContactSheet m_sheet;
-    bool m_failed = false;
-};
+    std::cout << host.panelText() << std::endl;
+    for (const auto& file : options.files)
+        attempt(file, [&] {
+            const auto picture = host.read(file);
+            const auto output = names.next(file).string();
+            Imaging::writePng(picture, output + ".png");
+            if (options.exr)
+                Imaging::writeExr(picture, output + ".exr");
+            std::cout << file << ": " << picture.width << " x " << picture.height << ", "
+                      << picture.depth << " bit, " << output << ".png"
+                      << (options.exr ? " and .exr" : "") << std::endl;
+            views.push_back(viewOf(picture, std::filesystem::path(file).filename().string()));
+        });
+    const auto sheet = names.contactSheet().string();
+    if (!views.empty())
+        attempt(sheet, [&] {
+            writeContactSheet(sheet, views);
+            std::cout << "Contact sheet: " << sheet << std::endl;
+        });
+    return status;
+}
 
 }
 
@@ -135,7 +117,7 @@ try {
     if (options.help)
         std::cout << usage;
     else
-        status = Run(options).exitStatus();
+        status = run(options);
     if (!std::cout.flush())
         throw std::runtime_error("The output could not be written");
     return status;

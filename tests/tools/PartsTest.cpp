@@ -1,7 +1,6 @@
 #include "imaging/Picture.h"
 #include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
-#include "tools/CommandLine.h"
 #include "tools/Commands.h"
 #include "tools/InputFiles.h"
 #include "tools/Report.h"
