@@ -34,7 +34,7 @@ TEST(CommandLine, takesDecimalNumbersAndAmountsOfMemoryOnly)
 {
     static JobSettings settings;
     const auto parse = [](std::string option, std::string value) {
-        const auto create = [] { return Command{"", jobArguments(settings), {}}; };
+        const auto create = [] { return Command{"", withJobArguments({}, settings), {}}; };
         std::string program, command = "numbers";
         char* words[] = {program.data(), command.data(), option.data(), value.data()};
         parseCommandLine({CommandEntry{command, "", create}}, 4, words);
