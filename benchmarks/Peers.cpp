@@ -122,15 +122,15 @@ const std::vector<Peer>& peers()
     // clang-format off
     static const auto& table = *new std::vector<Peer>{
         // library and its work; our source and destination, reads a file; theirs / ours, has threads
-        {"libswscale: yuyv422 to gbrpf32",       YUYV_422(),       BGRA_F32(),   false, 1.3, true,  scaleYuyv422,
+        {"libswscale: yuyv422 to gbrpf32",       YUYV_422(),       BGRA_F32(),   false, 2,   true,  scaleYuyv422,
          "three planes without alpha, 12 bytes a pixel where ours writes 16"},
-        {"OpenCV: cvtColor and convertTo",       YUYV_422(),       BGRA_F32(),   false, 1.3, true,  convertYuy2,
+        {"OpenCV: cvtColor and convertTo",       YUYV_422(),       BGRA_F32(),   false, 2,   true,  convertYuy2,
          "YUY2 of limited range to 8-bit BGRA, then to float: at most 256 levels, two passes"},
-        {"libswscale: yuv420p to gbrpf32",       ZEQ_420(),        BGRA_F32(),   false, 1.3, true,  scaleYuv420p,
+        {"libswscale: yuv420p to gbrpf32",       ZEQ_420(),        BGRA_F32(),   false, 2,   true,  scaleYuv420p,
          "from planes; otherwise as yuyv422"},
-        {"libswscale: yuv422p10 to gbrpf32",     ZEQ_422(),        BGRA_F32(),   false, 1.3, true,  scaleYuv422p10,
+        {"libswscale: yuv422p10 to gbrpf32",     ZEQ_422(),        BGRA_F32(),   false, 2,   true,  scaleYuv422p10,
          "from planes of 16-bit words, no groups to take apart; otherwise as yuyv422"},
-        {"libswscale: x2rgb10 to gbrpf32",       RGB_DPX_FILLED(), BGRA_F32(),   false, 4,   true,  scaleX2rgb10,
+        {"libswscale: x2rgb10 to gbrpf32",       RGB_DPX_FILLED(), BGRA_F32(),   false, 5,   true,  scaleX2rgb10,
          "its colours pass through YCbCr; otherwise as yuyv422"},
         {"OpenImageIO: reads a 10-bit DPX file", RGB_DPX_FILLED(), BGRA_F32(),   true,  8,   true,  readDpx,
          "a DPX file to float RGB, where ours opens, reads and converts a media file; both in memory"},

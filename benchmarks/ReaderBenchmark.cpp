@@ -177,7 +177,7 @@ void addSteadyState(const FrameFormat& format, const Setting& setting)
             run.counters["open"] = open * 1e3;
             run.counters["rows"] = rows * 1e3;
         }
-        run.counters["target"] = format == Velmora::Formats::YCoCg_DXT5() ? 1.5 : 1.2;
+        run.counters["target"] = 1.1;
     });
     const auto addPart = [&](const std::string& part,
                              const std::function<void(SteadyState&)>& operation) {

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <map>
 #include <string_view>
+#include <type_traits>
 #include <utility>
 
 // The words in which a converter states the pairs that it supports:
@@ -16,7 +17,7 @@
 // stands for the four pairs. Sources and destinations are types with a static format().
 namespace MediaConversion {
 
-// The conversions between packed formats of one kind and full ones.
+// The conversions between packed formats of one kind and full ones, and those of bytes to floats.
 enum class Family
 {
     RgbUnpacking,
@@ -25,6 +26,7 @@ enum class Family
     YCbCrEncoding,
     BlockDecoding,
     BlockEncoding,
+    BytesToFloats,
 };
 
 // Source first, destination second.
@@ -84,6 +86,15 @@ template <class... Sources, class Destinations>
 constexpr auto from(Destinations destinations)
 {
     return (Detail::fromOne<Sources>(destinations) + ...);
+}
+
+// The place of a conversion among pairs that have it.
+template <class Wanted, class... Conversions>
+constexpr std::size_t indexIn(Pairs<Conversions...>)
+{
+    std::size_t index = 0;
+    static_cast<void>(((std::is_same_v<Wanted, Conversions> || (++index, false)) || ...));
+    return index;
 }
 
 // Entries::entry<Conversion, index> is what the table holds for the pair at that place.

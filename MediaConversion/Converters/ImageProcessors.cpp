@@ -58,6 +58,7 @@ template <> constexpr FramesOf<PackedFrame, FullFrame  > rulesOf<Family::YCbCrDe
 template <> constexpr FramesOf<ImageFrame,  PackedFrame> rulesOf<Family::YCbCrEncoding>{"Can only convert FullFrame images",   "YCbCr 4:2:2 conversion is not supported from "};  // for 4:2:0, too
 template <> constexpr FramesOf<PackedFrame, FullFrame  > rulesOf<Family::BlockDecoding>{"Can only convert PackedFrame images", "RGB conversion is not supported from "};
 template <> constexpr FramesOf<ImageFrame,  PackedFrame> rulesOf<Family::BlockEncoding>{"Can only convert FullFrame images",   "DXT conversion is not supported from "};
+template <> constexpr FramesOf<FullFrame,   FullFrame  > rulesOf<Family::BytesToFloats>{};
 
 template <Family family> constexpr int pairsOf = 0;
 template <> constexpr auto pairsOf<Family::RgbUnpacking>  = rgbUnpackings;
@@ -67,6 +68,12 @@ template <> constexpr auto pairsOf<Family::YCbCrEncoding> = yCbCrEncodings;
 template <> constexpr auto pairsOf<Family::BlockDecoding> = blockDecodings;
 template <> constexpr auto pairsOf<Family::BlockEncoding> = blockEncodings;
 // clang-format on
+
+Stores storesFor(const cv::Mat& result)
+{
+    return result.total() * result.elemSize() < leastBytesPastCaches() ? Stores::Plain
+                                                                       : Stores::PastCaches;
+}
 
 // Spreads the rows of groups over the workers. A group covers several pixels, rows and columns; in
 // the matrix of the full side each of them is an element of its own.
@@ -80,10 +87,11 @@ void convertRows(const ImageFrame& source, const ImageFrame& destination, RowKer
     const cv::Mat& read = source.image();
     cv::Mat written = destination.image();
     const int groups = std::min(read.cols, written.cols);
+    const auto stores = storesFor(written);
     forEachBandOfRows(written.rows / destinationRows, [&](int first, int end) {
         for (int row = first; row < end; ++row)
             convertRow(read.ptr(row * sourceRows), read.step, written.ptr(row * destinationRows),
-                       written.step, groups);
+                       written.step, groups, stores);
     });
 }
 
@@ -199,6 +207,9 @@ std::unique_ptr<Velmora::IFrame> ImageBitDepth::onNewImage(
         fail("Bit depth conversion is not supported from ", source.channelType, " to ",
              m_destination.channelType);
 
+    const auto onePass = onePassConversions().find({source, m_destination});
+    if (onePass != onePassConversions().end())
+        return onePass->second(*full, m_destination);
     const auto& scaling = row->second;
     const cv::Mat& image = full->image();
     cv::Mat converted(image.size(), CV_MAKETYPE(scaling.depth, image.channels()));
@@ -264,6 +275,51 @@ const ImageColourspace::Table& ImageColourspace::conversions()
     return table;
 }
 
+namespace {
+
+// Decodes some blocks to bytes and goes on with those.
+std::unique_ptr<ImageFrame> decodeBlocksToFloats(const ImageFrame& source,
+                                                 const FrameFormat& destination)
+{
+    auto converted = std::make_unique<FullFrame>(destination, source.width(), source.height());
+    const cv::Mat& blocks = source.image();
+    cv::Mat floats = converted->image();
+    const auto stores = storesFor(floats);
+    const auto toBytes =
+        kernels(Family::BlockDecoding)[indexIn<Conversion<YCoCgDxt5, BgraU8>>(blockDecodings)];
+    const auto toFloats =
+        kernels(Family::BytesToFloats)[indexIn<Conversion<BgraU8, BgraF32>>(bytesToFloats)];
+    forEachBandOfRows(blocks.rows, [&](int first, int end) {
+        constexpr int blocksAtOnce = 64;
+        constexpr std::size_t rowBytes = blocksAtOnce * blockSide * sizeof(cv::Vec4b);
+        std::array<std::uint8_t, blockSide * rowBytes> bytes;
+        for (int row = first; row < end; ++row)
+            for (int column = 0; column < blocks.cols; column += blocksAtOnce) {
+                const int count = std::min(blocksAtOnce, blocks.cols - column);
+                toBytes(blocks.ptr(row, column), blocks.step, bytes.data(), rowBytes, count,
+                        Stores::Plain);
+                for (int line = 0; line < blockSide; ++line)
+                    toFloats(&bytes[line * rowBytes], rowBytes,
+                             floats.ptr(row * blockSide + line, column * blockSide), floats.step,
+                             count * blockSide, stores);
+            }
+    });
+    return converted;
+}
+
+}
+
+const ConvertTable& onePassConversions()
+{
+    static const ConvertTable& table = *new ConvertTable([] {
+        auto conversions = conversionTable<Convert<Family::BytesToFloats>>(bytesToFloats);
+        conversions.emplace(FormatPair{YCoCgDxt5::format(), BgraF32::format()},
+                            decodeBlocksToFloats);
+        return conversions;
+    }());
+    return table;
+}
+
 std::unique_ptr<Velmora::IFrame> TextureProcessor::onNewTexture(
     std::shared_ptr<const Velmora::ITextureFrame>)
 {
@@ -282,6 +338,7 @@ namespace {
     ImageRGBtoYCoCgDXT5::conversions();
     ImageBitDepth::conversions();
     ImageColourspace::conversions();
+    onePassConversions();
     return true;
 }();
 

@@ -135,6 +135,10 @@ private:
     Velmora::FrameFormat m_destination;
 };
 
+// Conversions to BGRA_F32 in one pass, with the bytes of the two steps that they stand for: the way
+// by BGRA_U8 and a change of the bit depth. What lies between never leaves the cache.
+const ConvertTable& onePassConversions();
+
 // The graphics card's side of the converters. This build has no OpenGL, so all of them refuse:
 // "Not built with OpenGL support".
 class TextureProcessor : public ITextureProcessor

@@ -1,12 +1,14 @@
 #include "MediaConversion/Converters/Kernels.h"
 
+#include <unistd.h>
+
 #include <atomic>
 
 namespace MediaConversion {
 
 namespace {
 
-using KernelSet = std::array<const RowKernel*, 6>;  // by family
+using KernelSet = std::array<const RowKernel*, 7>;  // by family
 
 template <Level rgb, Level yCbCrDecoding, Level yCbCrEncoding, Level blocks>
 const KernelSet& kernelSet()
@@ -18,6 +20,7 @@ const KernelSet& kernelSet()
         kernelsOf<yCbCrEncoding, Family::YCbCrEncoding>(),
         kernelsOf<blocks, Family::BlockDecoding>(),
         kernelsOf<blocks, Family::BlockEncoding>(),
+        kernelsOf<rgb, Family::BytesToFloats>(),
     };
     return kernels;
 }
@@ -45,6 +48,37 @@ std::atomic<const KernelSet*>& kernelsInUse()
     return kernels;
 }
 
+// Measured: an EPYC with 32 MB of last cache writes a float frame of 1080p, 33 MB, in 0.9 ms
+// plainly and in 1.3 ms past the caches, one of 4K on one thread in 8.0 and 5.7 ms. A Xeon, whose
+// cores share a slower last cache, gains at 1080p as much as at 4K, a half.
+std::size_t leastBytesOfThisMachine()
+{
+    constexpr std::size_t usual = std::size_t{16} << 20;
+#if defined(__x86_64__)
+    __builtin_cpu_init();
+    const long lastCache = ::sysconf(_SC_LEVEL3_CACHE_SIZE);
+    if (__builtin_cpu_is("amd") && lastCache > 0)
+        return 2 * static_cast<std::size_t>(lastCache);
+#endif
+    return usual;
+}
+
+std::atomic<std::size_t>& leastBytes()
+{
+    static std::atomic<std::size_t> bytes = leastBytesOfThisMachine();
+    return bytes;
+}
+
+}
+
+std::size_t leastBytesPastCaches()
+{
+    return leastBytes();
+}
+
+void storePastCachesFrom(std::size_t bytes)
+{
+    leastBytes() = bytes;
 }
 
 Level bestLevel()
@@ -52,9 +86,10 @@ Level bestLevel()
 #if defined(__x86_64__)
     __builtin_cpu_init();  // for those who ask while the program starts
     if (__builtin_cpu_supports("avx512f") && __builtin_cpu_supports("avx512bw") &&
-        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl"))
+        __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512vl") &&
+        __builtin_cpu_supports("fma"))
         return Level::Avx512;
-    if (__builtin_cpu_supports("avx2"))
+    if (__builtin_cpu_supports("avx2") && __builtin_cpu_supports("fma"))
         return Level::Avx2;
     if (__builtin_cpu_supports("sse4.1") && __builtin_cpu_supports("ssse3"))
         return Level::Sse41;

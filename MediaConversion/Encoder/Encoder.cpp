@@ -1,5 +1,6 @@
 #include "MediaConversion/Encoder/Encoder.h"
 
+#include "MediaConversion/Converters/ImageProcessors.h"
 #include "MediaConversion/Encoder/ConversionRegistry.h"
 #include "MediaConversion/Encoder/Filters.h"
 #include "MediaConversion/Errors.h"
@@ -71,12 +72,14 @@ void Encoder::connectFrameSink(IFrameSink* frameSink)
 {
     requireState(EncoderState::Idle);
     m_pipeline.connectFrameSink(frameSink);
+    m_frameSink = frameSink;
 }
 
 void Encoder::disconnectFrameSink(IFrameSink* frameSink)
 {
     requireState(EncoderState::Idle);
     m_pipeline.disconnectFrameSink(frameSink);
+    m_frameSink = nullptr;
 }
 
 void Encoder::onNewFrame(std::unique_ptr<Velmora::IFrame> frame)
@@ -86,7 +89,14 @@ void Encoder::onNewFrame(std::unique_ptr<Velmora::IFrame> frame)
         fail("no frame data");
     if (frame->format() != m_inputFormat)
         fail("input format must be ", m_inputFormat);
-    m_pipeline.onNewFrame(std::move(frame));
+    // A frame that the chain would refuse is left to it.
+    const auto onePass = onePassConversions().find({m_inputFormat, m_outputFormat});
+    const auto* const image = dynamic_cast<const Velmora::ImageFrame*>(frame.get());
+    if (onePass == onePassConversions().end() || !image || image->image().empty())
+        return m_pipeline.onNewFrame(std::move(frame));
+    auto converted = onePass->second(*image, m_outputFormat);
+    frame.reset();
+    m_frameSink->onNewFrame(std::move(converted));
 }
 
 void Encoder::add(std::unique_ptr<IFrameFilter> filter)

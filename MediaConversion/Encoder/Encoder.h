@@ -41,7 +41,8 @@ public:
     const Velmora::FrameFormat& outputFormat() const { return m_outputFormat; }
     EncoderState state() const { return m_state; }
 
-    // The filters in chain order, owned by the Encoder.
+    // The filters in chain order, owned by the Encoder. Where one pass gives the same frame as they
+    // would, they are passed by.
     const std::vector<IFrameFilter*>& filters() const { return m_filters; }
 
 private:
@@ -52,6 +53,7 @@ private:
     Velmora::FrameFormat m_outputFormat;
     FramePipeline m_pipeline;
     std::vector<IFrameFilter*> m_filters;
+    IFrameSink* m_frameSink = nullptr;
     EncoderState m_state = EncoderState::Idle;
 };
 

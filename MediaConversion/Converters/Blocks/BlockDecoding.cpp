@@ -336,7 +336,7 @@ struct BlockDecoder<YCoCgDxt5>
 
 template <class Packing, ChannelOrder order>
 void decodeRow(const std::uint8_t* blocks, std::size_t, std::uint8_t* pixels,
-               std::size_t pixelRowStep, int blockCount)
+               std::size_t pixelRowStep, int blockCount, Stores)
 {
     constexpr auto decode = BlockDecoder<Packing>::template decode<order>;
     constexpr int bytesOfBlock = blockSide * order.channels();

@@ -284,7 +284,7 @@ struct BlockEncoder<YCoCgDxt5>
 
 template <ChannelOrder order, class Packing>
 void encodeRow(const std::uint8_t* pixels, std::size_t pixelRowStep, std::uint8_t* blocks,
-               std::size_t, int blockCount)
+               std::size_t, int blockCount, Stores)
 {
     constexpr auto encode = BlockEncoder<Packing>::template encode<order>;
     constexpr int bytesOfBlock = blockSide * order.channels();

@@ -56,7 +56,7 @@ PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels
 
 template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type>
 [[gnu::flatten]] void packRow(const std::uint8_t* pixels, std::size_t, std::uint8_t* groups,
-                              std::size_t, int groupCount)
+                              std::size_t, int groupCount, Stores)
 {
     using Element = typename Channel<type>::Element;
     using Shuffle = SampleShuffle<layout, samples, order>;

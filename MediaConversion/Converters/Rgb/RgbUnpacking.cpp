@@ -30,20 +30,20 @@ PixelPair<typename Channel<type>::Element> channelsOf(const PixelPair<std::uint1
     }
 }
 
-template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type>
-[[gnu::flatten]] void unpackRow(const std::uint8_t* groups, std::size_t, std::uint8_t* pixels,
-                                std::size_t, int groupCount)
+template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, ChannelType type,
+          Stores stores>
+[[gnu::flatten]] void unpackRow(const std::uint8_t* groups, std::uint8_t* pixels, int groupCount)
 {
     using Element = typename Channel<type>::Element;
     using Shuffle = SampleShuffle<layout, samples, order>;
     constexpr int pairBytes = 2 * order.channels() * static_cast<int>(sizeof(Element));
-    const auto unpackPair = [](const std::uint8_t* bytes, std::uint8_t* pair) {
-        storePair<type, order>(channelsOf<layout.bits, type, order>(Shuffle::samples(bytes)), pair);
+    const auto unpacked = [](const std::uint8_t* bytes) {
+        return channelsOf<layout.bits, type, order>(Shuffle::samples(bytes));
     };
 
     int bytesLeft = groupCount * layout.bytes;
     for (; bytesLeft >= Shuffle::vectorBytes; bytesLeft -= Shuffle::bytes) {
-        unpackPair(groups, pixels);
+        storePair<type, order, stores>(unpacked(groups), pixels);
         groups += Shuffle::bytes;
         pixels += pairBytes;
     }
@@ -53,7 +53,7 @@ template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, Cha
     const auto* bytes = rest.data();
     for (; bytesLeft > 0; bytesLeft -= Shuffle::bytes) {
         std::array<std::uint8_t, pairBytes> pair;
-        unpackPair(bytes, pair.data());
+        storePair<type, order>(unpacked(bytes), pair.data());
         bytes += Shuffle::bytes;
         pixels = std::copy_n(pair.data(), bytesLeft < Shuffle::bytes ? pairBytes / 2 : pairBytes,
                              pixels);
@@ -63,8 +63,16 @@ template <const RgbLayout& layout, ChannelOrder samples, ChannelOrder order, Cha
 struct Unpack
 {
     template <class Source, class Destination>
-    static constexpr RowKernel row =
-        unpackRow<Source::layout, Source::order, Destination::order, Destination::channelType>;
+    static void row(const std::uint8_t* groups, std::size_t, std::uint8_t* pixels,
+                    std::size_t pixelRowStep, int groupCount, Stores stores)
+    {
+        constexpr auto order = Destination::order;
+        constexpr auto type = Destination::channelType;
+        convertStoring<type, order>(stores, pixels, pixelRowStep, [&](auto storesAs) {
+            unpackRow<Source::layout, Source::order, order, type, storesAs>(groups, pixels,
+                                                                            groupCount);
+        });
+    }
 };
 
 }

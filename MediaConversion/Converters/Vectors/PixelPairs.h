@@ -23,12 +23,30 @@ Vector<T, 4> opaqueBlack(T opaque)
     return Vector<T, 4>(pixel);
 }
 
-template <ChannelType type, ChannelOrder order>
+// Converts a row of pixels by storing as it is told to, if that is possible: past the caches go
+// whole vectors only, to addresses that are multiples of their size. `convert` gets the Stores as a
+// type.
+template <ChannelType type, ChannelOrder order, class Convert>
+void convertStoring(Stores stores, const std::uint8_t* pixels, std::size_t pixelRowStep,
+                    const Convert& convert)
+{
+    constexpr std::size_t pairBytes = sizeof(PixelPair<typename Channel<type>::Element>);
+    if constexpr (order.channels() == 4 && pairBytes >= 16) {
+        const auto address = reinterpret_cast<std::uintptr_t>(pixels);
+        if (stores == Stores::PastCaches && (address | pixelRowStep) % pairBytes == 0) {
+            convert(std::integral_constant<Stores, Stores::PastCaches>{});
+            return finishStoresPastCaches();
+        }
+    }
+    convert(std::integral_constant<Stores, Stores::Plain>{});
+}
+
+template <ChannelType type, ChannelOrder order, Stores stores = Stores::Plain>
 void storePair(const PixelPair<typename Channel<type>::Element>& pair, std::uint8_t* pixels)
 {
     constexpr int bytes = 2 * order.channels() * static_cast<int>(sizeof(pair)) / 8;
     if constexpr (order.channels() == 4)
-        pair.store(pixels);
+        pair.template storeBy<stores>(pixels);
     else
         pair.template shuffled<0, 1, 2, 4, 5, 6, 7, 7>().template store<bytes>(pixels);
 }

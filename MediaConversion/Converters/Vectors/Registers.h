@@ -174,6 +174,23 @@ inline R shuffledBytes(R one, R other)
 }
 #endif
 
+// Shuffles bytes within each 16 of them; a negative number gives 0.
+template <int... bytes, class R>
+inline R shuffledOrZero(R values)
+{
+#if defined(__SSSE3__)
+    if constexpr (sizeof(R) == 16)
+        return reinterpret_cast<R>(_mm_shuffle_epi8(
+            reinterpret_cast<__m128i>(values), _mm_setr_epi8(static_cast<char>(bytes)...)));
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(R) == 32)  // the instruction takes the lowest four bits
+        return reinterpret_cast<R>(_mm256_shuffle_epi8(
+            reinterpret_cast<__m256i>(values), _mm256_setr_epi8(static_cast<char>(bytes)...)));
+#endif
+    return shuffledBytes<(bytes < 0 ? int{sizeof(R)} : bytes)...>(values, R{});
+}
+
 // Two registers as one.
 template <class Both, class R>
 inline Both concatenated(R one, R other)
@@ -184,6 +201,53 @@ inline Both concatenated(R one, R other)
         return lanesOf<T, lanes...>(one, other);
     }
     (std::make_integer_sequence<int, sizeof(Both) / sizeof(T)>{});
+}
+
+#if defined(__FMA__)
+inline constexpr bool hasFusedOperations = true;
+#else
+inline constexpr bool hasFusedOperations = false;
+#endif
+
+// one * other + addend, rounded once.
+template <class R>
+R fused(R one, R other, R addend);
+
+template <class R>
+inline bool anyIsZero(R values)
+{
+    for (std::size_t lane = 0; lane < sizeof values / sizeof values[0]; ++lane)
+        if (values[lane] == 0)
+            return true;
+    return false;
+}
+
+// Writes a register past the caches where the processor has an instruction for it. The address is a
+// multiple of the register's size.
+template <class R>
+inline void storePastCaches(void* to, R values)
+{
+#if defined(__AVX512F__)
+    if constexpr (sizeof(R) == 64)
+        return _mm512_stream_si512(static_cast<__m512i*>(to), reinterpret_cast<__m512i>(values));
+#endif
+#if defined(__AVX2__)
+    if constexpr (sizeof(R) == 32)
+        return _mm256_stream_si256(static_cast<__m256i*>(to), reinterpret_cast<__m256i>(values));
+#endif
+#if defined(__SSE2__)
+    if constexpr (sizeof(R) == 16)
+        return _mm_stream_si128(static_cast<__m128i*>(to), reinterpret_cast<__m128i>(values));
+#endif
+    std::memcpy(to, &values, sizeof values);
+}
+
+// Other threads may read what was stored past the caches only after this.
+inline void finishStoresPastCaches()
+{
+#if defined(__SSE2__)
+    _mm_sfence();
+#endif
 }
 
 // The instructions that g++ does not find by itself.
@@ -210,6 +274,8 @@ template <> inline Floats8   larger(Floats8 one, Floats8 other)    { return _mm2
 template <> inline Floats8   smaller(Floats8 one, Floats8 other)   { return _mm256_min_ps(one, other); }
 template <> inline Doubles4  larger(Doubles4 one, Doubles4 other)  { return _mm256_max_pd(one, other); }
 template <> inline Doubles4  smaller(Doubles4 one, Doubles4 other) { return _mm256_min_pd(one, other); }
+template <> inline Floats8   fused(Floats8 one, Floats8 other, Floats8 addend) { return _mm256_fmadd_ps(one, other, addend); }
+template <> inline bool      anyIsZero(Integers8 values)           { return _mm256_movemask_epi8(_mm256_cmpeq_epi32(reinterpret_cast<__m256i>(values), _mm256_setzero_si256())) != 0; }
 template <> inline Floats8   concatenated<Floats8>(Floats4 one, Floats4 other) { return _mm256_set_m128(other, one); }
 template <> inline Doubles4  converted<Doubles4>(Floats4 values)    { return _mm256_cvtps_pd(values); }
 template <> inline Doubles4  converted<Doubles4>(Integers4 values)  { return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(values)); }

@@ -50,11 +50,23 @@ public:
         std::memcpy(to, m_parts, bytes);
     }
 
+    // Writes all lanes as the kernel is told to. Past the caches, the address is a multiple of the
+    // vector's size.
+    template <Stores stores>
+    void storeBy(void* to) const
+    {
+        if constexpr (stores == Stores::Plain)
+            return store(to);
+        for (int part = 0; part < parts; ++part)
+            storePastCaches(static_cast<std::uint8_t*>(to) + part * sizeof(Part), m_parts[part]);
+    }
+
     // clang-format off
     friend Vector operator+(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x + y; }, a, b); }
     friend Vector operator-(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x - y; }, a, b); }
     friend Vector operator*(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x * y; }, a, b); }
     friend Vector operator/(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x / y; }, a, b); }
+    friend Vector operator-(const Vector& a)                  { return each([](Part x) -> Part { return -x; }, a); }
     friend Vector operator&(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x & y; }, a, b); }
     friend Vector operator|(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x | y; }, a, b); }
     friend Vector operator^(const Vector& a, const Vector& b) { return each([](Part x, Part y) { return x ^ y; }, a, b); }
@@ -65,7 +77,9 @@ public:
     friend Vector max(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return larger<Part>(x, y); }, a, b); }
     friend Vector min(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return smaller<Part>(x, y); }, a, b); }
     friend Vector select(const Vector& mask, const Vector& one, const Vector& other) { return each([](Part m, Part x, Part y) { return select<Part>(m, x, y); }, mask, one, other); }
+    friend Vector fused(const Vector& a, const Vector& b, const Vector& c) { return each([](Part x, Part y, Part z) { return fused<Part>(x, y, z); }, a, b, c); }
     // For integers.
+    friend bool anyIsZero(const Vector& a)                     { return std::ranges::any_of(a.m_parts, [](Part x) { return anyIsZero<Part>(x); }); }
     friend Vector abs(const Vector& a)                         { return each([](Part x) -> Part { return x > Part{} ? x : -x; }, a); }
     // clang-format on
 
@@ -128,6 +142,14 @@ public:
     Vector<T, sizeof...(lanes)> shuffled() const
     {
         return shuffled<lanes...>(*this);
+    }
+
+    // Bytes within each 16 of this vector; a negative number gives 0.
+    template <int... bytes>
+    Vector shuffledOrZero() const
+    {
+        static_assert(sizeof(T) == 1 && sizeof...(bytes) == count && parts == 1);
+        return Vector(MediaConversion::shuffledOrZero<bytes...>(m_parts[0]));
     }
 
     Vector<T, 2 * count> concatenatedWith(const Vector& other) const
@@ -203,6 +225,22 @@ template <int count, auto laneOf, class T, int lanes>
 Vector<T, count> shuffledBy(const Vector<T, lanes>& vector)
 {
     return shuffledBy<count, laneOf>(vector, vector);
+}
+
+// The same for bytes within each 16 of them, named by a function of the place in these; a negative
+// number gives 0.
+template <auto byteOf, int count>
+Vector<std::uint8_t, count> shuffledInSixteens(const Vector<std::uint8_t, count>& bytes)
+{
+    return [&]<int... byte>(std::integer_sequence<int, byte...>)
+    {
+        constexpr auto inAll = [](int place) {
+            const int chosen = byteOf(place % 16);
+            return chosen < 0 ? chosen : place / 16 * 16 + chosen;
+        };
+        return bytes.template shuffledOrZero<inAll(byte)...>();
+    }
+    (std::make_integer_sequence<int, count>{});
 }
 
 // The lanes of one vector behind those of the other; and the halves of a vector.

@@ -23,30 +23,35 @@ using GroupPair = GroupsOf<4>;
 // Two groups, and bytes behind them that have no meaning.
 using PackedGroups = Vector<std::uint8_t, 16>;
 
-// Takes two groups apart, which reads a whole vector, and puts them together.
+// Takes groups apart, two in each 16 bytes, and puts them together.
 template <class Packing>
 struct GroupCodes
 {
-    static GroupPair unpacked(const PackedGroups& groups)
+    template <int pixels>
+    static GroupsOf<pixels> unpacked(const Vector<std::uint8_t, 4 * pixels>& groups)
     {
+        using Codes = typename GroupsOf<pixels>::Codes;
         if constexpr (hasFurtherBits) {
-            const auto top = shuffledBy<16, codeByteTwice>(groups).template bits<std::uint16_t>();
+            using PixelHalves = Vector<std::uint16_t, 2 * pixels>;
+            const auto top =
+                shuffledInSixteens<codeByteTwice>(groups).template bits<std::uint16_t>();
             const auto further =
-                shuffledBy<16, furtherByteTwice>(groups).template bits<std::uint16_t>();
-            const auto lowBits = ((further & Halves(0xFF00)) * Halves(factorsToTop)) >> 14;
+                shuffledInSixteens<furtherByteTwice>(groups).template bits<std::uint16_t>();
+            const auto lowBits = ((further & PixelHalves(0xFF00)) *
+                                  PixelHalves(repeatedTo<2 * pixels>(factorsToTop))) >>
+                                 14;
             const auto codes =
-                (((top >> 6) & Halves(0x3FC)) | lowBits).template bits<std::int32_t>();
-            return {codes >> 16, codes & GroupPair::Codes(0xFFFF), {}, {}};
+                (((top >> 6) & PixelHalves(0x3FC)) | lowBits).template bits<std::int32_t>();
+            return {codes >> 16, codes & Codes(0xFFFF), {}, {}};
         } else {
-            const PackedGroups zeros(0);
-            GroupPair codes{
-                shuffledBy<16, lumaByte<0>>(groups, zeros).template bits<std::int32_t>(),
-                shuffledBy<16, chromaByte>(groups, zeros).template bits<std::int32_t>(),
+            GroupsOf<pixels> codes{
+                shuffledInSixteens<lumaByte<0>>(groups).template bits<std::int32_t>(),
+                shuffledInSixteens<chromaByte>(groups).template bits<std::int32_t>(),
                 {},
                 {}};
             if constexpr (Packing::rows == 2)
                 codes.lumaBelow =
-                    shuffledBy<16, lumaByte<1>>(groups, zeros).template bits<std::int32_t>();
+                    shuffledInSixteens<lumaByte<1>>(groups).template bits<std::int32_t>();
             return codes;
         }
     }
@@ -74,7 +79,17 @@ struct GroupCodes
 
     static constexpr ByteLayout layout = Packing::layout;
     static constexpr bool hasFurtherBits = layout.furtherBits != ByteLayout::none;
-    static constexpr int zero = 16;  // a byte of the second vector
+    static constexpr int zero = -1;
+
+    template <std::size_t count>
+    static constexpr std::array<std::uint16_t, count> repeatedTo(
+        const std::array<std::uint16_t, 8>& eight)
+    {
+        std::array<std::uint16_t, count> values{};
+        for (std::size_t k = 0; k < count; ++k)
+            values[k] = eight[k % 8];
+        return values;
+    }
 
     // The byte of Y, and of Cb or Cr by turns, for each of four pixels.
     static constexpr int lumaOf(int pixel, int row)
@@ -138,9 +153,7 @@ struct GroupCodes
     {
         const int group = byte / Packing::bytes;
         const int place = byte % Packing::bytes;
-        return group > 1                     ? 0
-               : place == layout.furtherBits ? zero + 8 * group
-                                             : 8 * group + 2 * place;
+        return group > 1 ? 0 : place == layout.furtherBits ? 16 + 8 * group : 8 * group + 2 * place;
     }
 };
 
@@ -152,17 +165,27 @@ struct GroupCodes
 template <>
 struct GroupCodes<Zeq4224Hybrid>
 {
-    static GroupPair unpacked(const PackedGroups& groups)
+    template <int pixels>
+    static GroupsOf<pixels> unpacked(const Vector<std::uint8_t, 4 * pixels>& groups)
     {
-        using Words = Vector<std::uint32_t, 4>;
-        const auto words = groups.bits<std::uint32_t>();
-        const auto top = (words >> 22).bits<std::int32_t>();
-        const auto middle = ((words >> 10) & Words(0xFFF)).bits<std::int32_t>();
-        const auto low = (words & Words(0x3FF)).bits<std::int32_t>();
-        return {.luma = middle.shuffled<1, 0, 3, 2>(),
-                .chroma = low.shuffled<1, 4, 3, 6>(top),
+        using Words = Vector<std::uint32_t, pixels>;
+        const auto words = groups.template bits<std::uint32_t>();
+        const auto top = (words >> 22).template bits<std::int32_t>();
+        const auto middle = ((words >> 10) & Words(0xFFF)).template bits<std::int32_t>();
+        const auto low = (words & Words(0x3FF)).template bits<std::int32_t>();
+        return {.luma = shuffledBy<pixels, neighbour>(middle),
+                .chroma = shuffledBy<pixels, oddOrSecondEven<pixels>>(low, top),
                 .lumaBelow = {},
-                .alpha = top.shuffled<1, 4, 3, 6>(low)};
+                .alpha = shuffledBy<pixels, oddOrSecondEven<pixels>>(top, low)};
+    }
+
+    static constexpr int neighbour(int lane) { return lane ^ 1; }
+
+    // 1, 4, 3, 6 of four lanes and as many of a second vector.
+    template <int lanes>
+    static constexpr int oddOrSecondEven(int lane)
+    {
+        return lane % 2 == 0 ? lane + 1 : lanes + lane - 1;
     }
 
     static PackedGroups packed(const GroupPair& codes)
@@ -173,6 +196,30 @@ struct GroupCodes<Zeq4224Hybrid>
         return (top << 22 | middle << 10 | low).bits<std::uint8_t>();
     }
 };
+
+// Unpacks a pixel for each lane, four or eight. Reads a vector from the last two of the groups.
+template <class Packing, int lanes>
+GroupsOf<lanes> unpackedCodes(const std::uint8_t* groups)
+{
+    const auto first = PackedGroups::load(groups);
+    if constexpr (lanes == 4)
+        return GroupCodes<Packing>::template unpacked<4>(first);
+    else
+        return GroupCodes<Packing>::template unpacked<8>(
+            concatenated(first, PackedGroups::load(groups + 2 * Packing::bytes)));
+}
+
+// Repeats the first (0) or second (1) of each two neighbours in both their lanes: Cb or Cr for each
+// pixel.
+template <int which, class T, int lanes>
+Vector<T, lanes> repeated(const Vector<T, lanes>& pairs)
+{
+    if constexpr (lanes == 4)
+        return pairs.template shuffled<which, which, which + 2, which + 2>();
+    else
+        return pairs.template shuffled<which, which, which + 2, which + 2, which + 4, which + 4,
+                                       which + 6, which + 6>();
+}
 
 }
 }

@@ -128,7 +128,7 @@ GroupPair groupsOf(const std::uint8_t* pixels, std::size_t rowStep)
 
 template <class Packing, ChannelOrder order, ChannelType type>
 [[gnu::flatten]] void encodeRow(const std::uint8_t* pixels, std::size_t pixelRowStep,
-                                std::uint8_t* groups, std::size_t, int groupCount)
+                                std::uint8_t* groups, std::size_t, int groupCount, Stores)
 {
     constexpr std::size_t groupWidth =
         2 * sizeof(typename Channel<type>::Element) * order.channels();

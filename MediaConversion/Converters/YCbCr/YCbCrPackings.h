@@ -7,6 +7,12 @@
 
 namespace MediaConversion {
 
+// What chroma, centred on 0, adds to luma by ITU-T T.871.
+inline constexpr double redByCr = 1.402;
+inline constexpr double greenByCb = -0.34414;
+inline constexpr double greenByCr = -0.71414;
+inline constexpr double blueByCb = 1.772;
+
 // In which byte of a group each code lies, or its top eight bits. The further bits of all codes,
 // two each, then share one byte more, with those of the first byte's code at the top.
 struct ByteLayout
