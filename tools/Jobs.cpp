@@ -1,6 +1,7 @@
 #include "tools/Jobs.h"
 
 #include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "tools/Files.h"
 #include "tools/Report.h"
 
@@ -154,6 +155,9 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
     const auto processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     const auto jobCount = static_cast<std::size_t>(prepareThreads(
         std::min(settings.jobs ? settings.jobs : processors, static_cast<int>(jobs.size()))));
+
+    // Frames side by side use each other's memory again. It is part of what they may take together.
+    Velmora::installMemoryPool(settings.memory);
 
     // One heap for all threads: with one for each, freed frames stay with the thread that had them.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread allocates yet

@@ -92,4 +92,9 @@ void installMemoryPool()
     ImageFrame::setMemoryPool(std::make_shared<SelfPruningMemoryPool<HostMemoryResource>>());
 }
 
+void installMemoryPool(std::uint64_t limit)
+{
+    ImageFrame::setMemoryPool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit));
+}
+
 }

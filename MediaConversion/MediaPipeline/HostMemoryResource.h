@@ -15,7 +15,7 @@ namespace Velmora {
 class HostMemoryResource final : public IMemoryResource
 {
 public:
-    ~HostMemoryResource() override { ::operator delete(m_data); }
+    ~HostMemoryResource() override { ::operator delete(m_data, alignmentOf(m_size)); }
 
     HostMemoryResource(const HostMemoryResource&) = delete;
     HostMemoryResource& operator=(const HostMemoryResource&) = delete;
@@ -33,11 +33,19 @@ public:
     static void operator delete(void* address, BlockSize) { operator delete(address); }
 
 private:
-    friend class SelfPruningMemoryPool<HostMemoryResource>;
+    friend class ResourcePool<HostMemoryResource>;
 
     HostMemoryResource(IMemoryPool* pool, std::uint64_t size)
-        : m_pool(pool), m_data(static_cast<std::byte*>(::operator new(size))), m_size(size)
+        : m_pool(pool),
+          m_data(static_cast<std::byte*>(::operator new(size, alignmentOf(size)))),
+          m_size(size)
     {
+    }
+
+    // A frame begins at a page, so that vectors of its rows lie in one cache line each.
+    static constexpr std::align_val_t alignmentOf(std::uint64_t size)
+    {
+        return std::align_val_t{size < 4096 ? 64u : 4096u};
     }
 
     IMemoryPool* m_pool;
@@ -48,5 +56,10 @@ private:
 // Installs a pool of such blocks that prunes itself as the pool of all frames; see
 // ImageFrame::setMemoryPool. A process that reads media files calls it once, before the first.
 void installMemoryPool();
+
+// The same for a program that converts several frames side by side: the pool keeps blocks of up to
+// so many bytes, so that no frame waits for memory that another has given back. See
+// BoundedMemoryPool.
+void installMemoryPool(std::uint64_t limit);
 
 }

@@ -2,9 +2,11 @@
 
 #include "MediaConversion/Errors.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <iterator>
+#include <list>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -50,20 +52,47 @@ public:
     virtual std::uint64_t count() const = 0;
 };
 
-// Keeps the large blocks of a clip's frames alive between frames. Every acquisition ages the blocks
-// that lie idle; one that has seen three acquisitions go by is freed. `Resource` is constructed
-// from the pool and a size in bytes. With an operator new for a BlockSize it has a say in where it
-// lies, and so in which block is lent. Its `populate`, if it has one, is called once, without the
-// pool's lock.
+// What pools of one kind of resource share. `Resource` is constructed from the pool and a size in
+// bytes. With an operator new for a BlockSize it has a say in where it lies. Its `populate`, if it
+// has one, is called once, without the pool's lock.
 template <class Resource>
-class SelfPruningMemoryPool final : public IMemoryPool
+class ResourcePool : public IMemoryPool
 {
 public:
-    SelfPruningMemoryPool() = default;
+    ResourcePool() = default;
 
-    SelfPruningMemoryPool(const SelfPruningMemoryPool&) = delete;
-    SelfPruningMemoryPool& operator=(const SelfPruningMemoryPool&) = delete;
+    ResourcePool(const ResourcePool&) = delete;
+    ResourcePool& operator=(const ResourcePool&) = delete;
 
+protected:
+    std::unique_ptr<Resource> newResource(std::uint64_t size)
+    {
+        if constexpr (requires { Resource::operator new (sizeof(Resource), BlockSize{size}); })
+            return std::unique_ptr<Resource>(new (BlockSize{size}) Resource(this, size));
+        else
+            return std::unique_ptr<Resource>(new Resource(this, size));
+    }
+
+    static void populate(Resource* created)
+    {
+        if constexpr (requires { created->populate(); })
+            created->populate();
+    }
+
+    [[noreturn]] static void refuseForeign()
+    {
+        MediaConversion::fail(
+            "Cannot release memory resource that is not a member of this memory pool");
+    }
+};
+
+// Keeps the large blocks of a clip's frames alive between frames. Every acquisition ages the blocks
+// that lie idle; one that has seen three acquisitions go by is freed. Where a resource lies decides
+// which one is lent.
+template <class Resource>
+class SelfPruningMemoryPool final : public ResourcePool<Resource>
+{
+public:
     // Lends the idle resource with the lowest address that is large enough, however much larger it
     // may be, and makes one of exactly the size asked for if there is none.
     IMemoryResource* acquire(std::uint64_t size) override
@@ -73,10 +102,10 @@ public:
         Resource* const created = reused ? nullptr : create(size);
         prune();
         lock.unlock();
-        if constexpr (requires { created->populate(); })
-            if (created)
-                created->populate();
-        return reused ? reused : created;
+        if (reused)
+            return reused;
+        this->populate(created);
+        return created;
     }
 
     void release(IMemoryResource* resource) override
@@ -84,8 +113,7 @@ public:
         const std::lock_guard lock(m_resourcesMutex);
         const auto entry = m_resources.find(resource);
         if (entry == m_resources.end())
-            MediaConversion::fail(
-                "Cannot release memory resource that is not a member of this memory pool");
+            this->refuseForeign();
         entry->second.inUse = 0;
     }
 
@@ -117,18 +145,10 @@ private:
 
     Resource* create(std::uint64_t size)
     {
-        std::unique_ptr<Resource> resource(newResource(size));
+        std::unique_ptr<Resource> resource(this->newResource(size));
         Resource* const address = resource.get();
         m_resources.emplace(address, Entry{std::move(resource), 1, 0});
         return address;
-    }
-
-    Resource* newResource(std::uint64_t size)
-    {
-        if constexpr (requires { Resource::operator new (sizeof(Resource), BlockSize{size}); })
-            return new (BlockSize{size}) Resource(this, size);
-        else
-            return new Resource(this, size);
     }
 
     void prune()
@@ -143,6 +163,88 @@ private:
     std::map<IMemoryResource*, Entry> m_resources;
     mutable std::mutex m_resourcesMutex;
     const std::int32_t m_pruneThreshold = 3;
+};
+
+// Keeps every block, for a program whose memory is its own and that converts several frames side by
+// side. Idle blocks are freed, the longest idle first, while all blocks together take more than
+// `limit` bytes.
+template <class Resource>
+class BoundedMemoryPool final : public ResourcePool<Resource>
+{
+public:
+    explicit BoundedMemoryPool(std::uint64_t limit) : m_limit(limit) {}
+
+    // Lends the smallest idle resource that is large enough and no more than twice as large, and
+    // makes one of exactly the size asked for if there is none.
+    IMemoryResource* acquire(std::uint64_t size) override
+    {
+        std::unique_lock lock(m_blocksMutex);
+        auto best = m_blocks.end();
+        for (auto block = m_blocks.begin(); block != m_blocks.end(); ++block)
+            if (!block->isLent && block->resource->size() >= size &&
+                block->resource->size() / 2 <= size &&
+                (best == m_blocks.end() || block->resource->size() < best->resource->size()))
+                best = block;
+        if (best != m_blocks.end()) {
+            best->isLent = true;
+            return best->resource.get();
+        }
+        removeIdle(m_limit - std::min(size, m_limit));
+        m_blocks.push_front({this->newResource(size), true});
+        m_bytes += size;
+        Resource* const created = m_blocks.front().resource.get();
+        lock.unlock();
+        this->populate(created);
+        return created;
+    }
+
+    void release(IMemoryResource* resource) override
+    {
+        Blocks freed;  // outlives the lock
+        const std::lock_guard lock(m_blocksMutex);
+        const auto block = std::find_if(m_blocks.begin(), m_blocks.end(), [&](const Block& each) {
+            return each.resource.get() == resource;
+        });
+        if (block == m_blocks.end())
+            this->refuseForeign();
+        block->isLent = false;
+        m_blocks.splice(m_blocks.begin(), m_blocks, block);
+        freed = removeIdle(m_limit);
+    }
+
+    std::uint64_t count() const override
+    {
+        const std::lock_guard lock(m_blocksMutex);
+        return m_blocks.size();
+    }
+
+private:
+    struct Block
+    {
+        std::unique_ptr<Resource> resource;
+        bool isLent;
+    };
+    using Blocks = std::list<Block>;
+
+    // Hands out idle blocks until the others take no more than so many bytes.
+    Blocks removeIdle(std::uint64_t most)
+    {
+        Blocks removed;
+        for (auto block = m_blocks.end(); m_bytes > most && block != m_blocks.begin();) {
+            if ((--block)->isLent)
+                continue;
+            m_bytes -= block->resource->size();
+            const auto next = std::next(block);
+            removed.splice(removed.begin(), m_blocks, block);
+            block = next;
+        }
+        return removed;
+    }
+
+    const std::uint64_t m_limit;
+    std::uint64_t m_bytes = 0;  // of all blocks
+    Blocks m_blocks;            // the idle ones by the time that they have been idle
+    mutable std::mutex m_blocksMutex;
 };
 
 // Borrows one memory resource for a scope and gives it back at the end. Keeps the pool alive.

@@ -6,11 +6,13 @@
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <memory>
 #include <new>
 #include <random>
 #include <set>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Velmora {
@@ -48,6 +50,50 @@ TEST(SelfPruningMemoryPool, keepsItsRulesInARandomSequence)
             ASSERT_EQ(CountingResource::alive, static_cast<int>(pool.count()));
         }
         CountingResource::largest = UINT64_MAX;
+    }
+    EXPECT_EQ(CountingResource::alive, 0);
+}
+
+TEST(BoundedMemoryPool, keepsItsRulesInARandomSequence)
+{
+    constexpr std::uint64_t limit = 1000;
+    {
+        BoundedMemoryPool<CountingResource> pool(limit);
+        std::map<IMemoryResource*, std::uint64_t> lent;                // with their sizes
+        std::vector<std::pair<IMemoryResource*, std::uint64_t>> idle;  // the longest idle first
+        std::uint64_t bytes = 0;                                       // of both
+        std::mt19937 random(5);
+        for (int step = 0; step < 20000; ++step) {
+            SCOPED_TRACE(step);
+            if (random() % 2 && !lent.empty()) {
+                const auto chosen = std::next(lent.begin(), random() % lent.size());
+                idle.push_back(*chosen);
+                lent.erase(chosen);
+                pool.release(idle.back().first);
+            } else {
+                const auto wanted = random() % 8 * 16 + 1;
+                auto* const resource = pool.acquire(wanted);
+                const auto size = resource->size();
+                const auto isFit = [&](const auto& block) {
+                    return block.second >= wanted && block.second / 2 <= wanted;
+                };
+                const bool isReused = std::ranges::any_of(idle, isFit);
+                EXPECT_TRUE(isReused ? size >= wanted && size / 2 <= wanted : size == wanted);
+                const auto reused = std::ranges::find(idle, std::pair(resource, size));
+                EXPECT_EQ(reused != idle.end(), isReused);
+                if (isReused)
+                    idle.erase(reused);
+                else
+                    bytes += size;
+                EXPECT_TRUE(lent.emplace(resource, size).second);
+            }
+            for (; !idle.empty() && bytes > limit; idle.erase(idle.begin()))
+                bytes -= idle.front().second;
+            ASSERT_EQ(pool.count(), lent.size() + idle.size());
+            ASSERT_EQ(CountingResource::alive, static_cast<int>(pool.count()));
+        }
+        expectError("Cannot release memory resource that is not a member of this memory pool",
+                    [&] { pool.release(nullptr); });
     }
     EXPECT_EQ(CountingResource::alive, 0);
 }
