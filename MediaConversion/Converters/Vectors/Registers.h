@@ -180,8 +180,8 @@ inline R shuffledOrZero(R values)
 {
 #if defined(__SSSE3__)
     if constexpr (sizeof(R) == 16)
-        return reinterpret_cast<R>(_mm_shuffle_epi8(
-            reinterpret_cast<__m128i>(values), _mm_setr_epi8(static_cast<char>(bytes)...)));
+        return reinterpret_cast<R>(_mm_shuffle_epi8(reinterpret_cast<__m128i>(values),
+                                                    _mm_setr_epi8(static_cast<char>(bytes)...)));
 #endif
 #if defined(__AVX2__)
     if constexpr (sizeof(R) == 32)  // the instruction takes the lowest four bits
