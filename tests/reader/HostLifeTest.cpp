@@ -152,6 +152,9 @@ TEST_F(HostLife, isTheSameForAsLongAsItLasts)
     const auto files = clip();
     std::filesystem::copy_file(PLUG_IN, path("another.so"));
     const HeadlessHost another(path("another.so"));
+    // A plug-in's first reader sets OpenCV's allocator, which other threads read without a lock.
+    for (const auto* plugIn : DD::Image::Reader::Description::all())
+        HostedReader(*plugIn, files[0].path);
     std::atomic<int> filesShown = 0;
     int period = 0;
     long firstMemory = 0;
