@@ -25,9 +25,8 @@ static std::size_t largeSize(void* memory)
 void* operator new(std::size_t size, std::align_val_t alignment)
 {
     const bool fails = Allocations::untilFailure > 0 && --Allocations::untilFailure == 0;
-    void* const memory =
-        fails ? nullptr : std::aligned_alloc(static_cast<std::size_t>(alignment), size);
-    if (!memory)
+    void* memory = nullptr;
+    if (fails || ::posix_memalign(&memory, static_cast<std::size_t>(alignment), size) != 0)
         throw std::bad_alloc();
     ++Allocations::living;
     if (const auto bytes = largeSize(memory))
