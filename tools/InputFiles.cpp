@@ -28,7 +28,8 @@ std::optional<int> wholeNumber(std::string_view text)
 {
     int number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool isWhole = error == std::errc() && text.find_first_not_of(allDigits) == text.npos;
+    const bool isWhole =
+        error == std::errc() && text.find_first_not_of(allDigits) == std::string_view::npos;
     return isWhole ? std::optional(number) : std::nullopt;
 }
 
@@ -88,7 +89,8 @@ std::optional<int> frameNumberIn(const std::string& path)
     const auto name = fs::path(path).stem().native();
     const auto last = name.find_last_of(allDigits);
     const auto first = name.find_last_not_of(allDigits, last) + 1;  // 0 where there is none
-    return last == name.npos ? std::nullopt : wholeNumber(name.substr(first, last - first + 1));
+    return last == std::string::npos ? std::nullopt
+                                     : wholeNumber(name.substr(first, last - first + 1));
 }
 
 std::vector<int> parseFrames(const std::string& text)

@@ -291,7 +291,7 @@ std::unique_ptr<ImageFrame> decodeBlocksToFloats(const ImageFrame& source,
         kernels(Family::BytesToFloats)[indexIn<Conversion<BgraU8, BgraF32>>(bytesToFloats)];
     forEachBandOfRows(blocks.rows, [&](int first, int end) {
         constexpr int blocksAtOnce = 64;
-        constexpr std::size_t rowBytes = blocksAtOnce * blockSide * sizeof(cv::Vec4b);
+        constexpr std::size_t rowBytes = sizeof(cv::Vec4b) * blockSide * blocksAtOnce;
         std::array<std::uint8_t, blockSide * rowBytes> bytes;
         for (int row = first; row < end; ++row)
             for (int column = 0; column < blocks.cols; column += blocksAtOnce) {
