@@ -188,8 +188,8 @@ template <class Packing, ChannelOrder order, ChannelType type, Stores stores>
     }
 }
 
-// Floats are decoded by whole numbers, several times as fast as in double precision. For codes of
-// one full scale m, ITU-T T.871 says
+// Floats are decoded by whole numbers, which is faster than double precision. For codes of one full
+// scale m, ITU-T T.871 says
 //
 //     red   = ( 1000 Y              +  1402 Cr -   701 m) / ( 1000 m)
 //     green = (50000 Y - 17207 Cb  - 35707 Cr + 26457 m) / (50000 m)
