@@ -165,6 +165,39 @@ TEST(YCbCr42x, isEncodedFromAllEightBitTriples)
     expectAsReference(RGB_U8(), triples, {YUYV_422(), ZEQ_420()});
 }
 
+// Flat groups whose luma, Cb or Cr lies on a tie between two codes or a few floats beside it; each
+// fourth is a grey, whose chroma always does.
+TEST(YCbCr42x, isEncodedFromFloatsOnTies)
+{
+    constexpr double weights[][4] = {{0.299, 0.587, 0.114, 0},
+                                     {-0.168736, -0.331264, 0.5, 0.5},
+                                     {0.5, -0.418688, -0.081312, 0.5}};
+    constexpr int largest[] = {255, 1023, 4095};
+    std::mt19937 random;
+    std::uniform_real_distribution<double> fraction(0, 1);
+    cv::Mat groups(1024, 1024, CV_32FC4);
+    for (int group = 0; group < int(groups.total());) {
+        const double red = fraction(random);
+        const double green = fraction(random);
+        const auto& weight = weights[random() % 3];
+        const int max = largest[random() % 3];
+        const double tie = (int(fraction(random) * max) + 0.5) / max;
+        const double blue = (tie - weight[3] - weight[0] * red - weight[1] * green) / weight[2];
+        if (blue < 0 || blue > 1)
+            continue;
+        auto near = float(blue);
+        for (int steps = int(random() % 7) - 3; steps != 0; steps -= steps > 0 ? 1 : -1)
+            near = std::nextafter(near, steps > 0 ? 1.0F : 0.0F);
+        auto& pixel = groups.at<cv::Vec4f>(group / groups.cols, group % groups.cols);
+        pixel = {near, float(green), float(red), float(tie)};
+        if (group % 4 == 0)
+            pixel = cv::Vec4f::all(near);
+        ++group;
+    }
+    cv::resize(groups, groups, {}, 2, 2, cv::INTER_NEAREST);
+    expectAsReference(BGRA_F32(), groups, {YUYV_422(), ZEQ_420(), ZEQ_422(), ZEQ_4224_HYBRID()});
+}
+
 // Each colour as the first endpoint: with itself, its neighbours, the ends, and others; and then
 // all pairs of alpha endpoints. All else is random.
 TEST(YCoCgDXT5, isDecodedForAllEndpointsAndScales)

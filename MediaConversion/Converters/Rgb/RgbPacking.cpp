@@ -8,16 +8,6 @@ namespace MediaConversion {
 
 namespace {
 
-// Pixels of three channels have to be followed by one element more, which is read as well.
-template <int channels, class Element>
-PixelPair<Element> loadPair(const Element* pixels)
-{
-    if constexpr (channels == 4)
-        return PixelPair<Element>::load(pixels);
-    else
-        return concatenated(Vector<Element, 4>::load(pixels), Vector<Element, 4>::load(pixels + 3));
-}
-
 // The channels of two pixels as samples, in the pixels' own order.
 template <int bits, ChannelType type, int channels>
 PixelPair<std::uint16_t> samplesOf(const typename Channel<type>::Element* pixels)

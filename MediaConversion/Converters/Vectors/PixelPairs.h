@@ -14,6 +14,16 @@ using PixelPair = Vector<T, 8>;
 // One pixel, for what takes double precision.
 using DoublePixel = Vector<double, 4>;
 
+// Pixels of three channels have to be followed by one element more, which is read as well.
+template <int channels, class Element>
+PixelPair<Element> loadPair(const Element* pixels)
+{
+    if constexpr (channels == 4)
+        return PixelPair<Element>::load(pixels);
+    else
+        return concatenated(Vector<Element, 4>::load(pixels), Vector<Element, 4>::load(pixels + 3));
+}
+
 // A pixel that is 0 but for alpha, which is opaque; the lane is there also where it is not stored.
 template <class T, ChannelOrder order>
 Vector<T, 4> opaqueBlack(T opaque)

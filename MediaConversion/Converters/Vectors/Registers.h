@@ -222,6 +222,29 @@ inline bool anyIsZero(R values)
     return false;
 }
 
+template <class R>
+inline bool anyIsSet(R values)
+{
+    auto all = values[0];
+    for (std::size_t lane = 1; lane < sizeof values / sizeof values[0]; ++lane)
+        all |= values[lane];
+    return all != 0;
+}
+
+// The lanes of the lower eight bytes of each 16 of two registers by turns, or of the upper.
+template <int which, class T, class R>
+inline R interleavedInSixteens(R one, R other)
+{
+    constexpr int lanes = sizeof(R) / sizeof(T);
+    constexpr int inSixteen = 16 / sizeof(T);
+    return [&]<int... lane>(std::integer_sequence<int, lane...>)
+    {
+        return lanesOf<T, (lane % 2 * lanes + lane / inSixteen * inSixteen +
+                           (which * inSixteen + lane % inSixteen) / 2)...>(one, other);
+    }
+    (std::make_integer_sequence<int, lanes>{});
+}
+
 // Writes a register past the caches where the processor has an instruction for it. The address is a
 // multiple of the register's size.
 template <class R>
@@ -276,6 +299,7 @@ template <> inline Doubles4  larger(Doubles4 one, Doubles4 other)  { return _mm2
 template <> inline Doubles4  smaller(Doubles4 one, Doubles4 other) { return _mm256_min_pd(one, other); }
 template <> inline Floats8   fused(Floats8 one, Floats8 other, Floats8 addend) { return _mm256_fmadd_ps(one, other, addend); }
 template <> inline bool      anyIsZero(Integers8 values)           { return _mm256_movemask_epi8(_mm256_cmpeq_epi32(reinterpret_cast<__m256i>(values), _mm256_setzero_si256())) != 0; }
+template <> inline bool      anyIsSet(Integers8 values)            { return !_mm256_testz_si256(reinterpret_cast<__m256i>(values), reinterpret_cast<__m256i>(values)); }
 template <> inline Floats8   concatenated<Floats8>(Floats4 one, Floats4 other) { return _mm256_set_m128(other, one); }
 template <> inline Doubles4  converted<Doubles4>(Floats4 values)    { return _mm256_cvtps_pd(values); }
 template <> inline Doubles4  converted<Doubles4>(Integers4 values)  { return _mm256_cvtepi32_pd(reinterpret_cast<__m128i>(values)); }

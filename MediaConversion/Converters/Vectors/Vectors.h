@@ -80,6 +80,7 @@ public:
     friend Vector fused(const Vector& a, const Vector& b, const Vector& c) { return each([](Part x, Part y, Part z) { return fused<Part>(x, y, z); }, a, b, c); }
     // For integers.
     friend bool anyIsZero(const Vector& a)                     { return std::ranges::any_of(a.m_parts, [](Part x) { return anyIsZero<Part>(x); }); }
+    friend bool anyIsSet(const Vector& a)                      { return std::ranges::any_of(a.m_parts, [](Part x) { return anyIsSet<Part>(x); }); }
     friend Vector abs(const Vector& a)                         { return each([](Part x) -> Part { return x > Part{} ? x : -x; }, a); }
     // clang-format on
 
@@ -142,6 +143,16 @@ public:
     Vector<T, sizeof...(lanes)> shuffled() const
     {
         return shuffled<lanes...>(*this);
+    }
+
+    // The lanes of the lower eight bytes of each 16 of this vector and the other by turns, or of
+    // the upper.
+    template <int which>
+    Vector interleavedInSixteens(const Vector& other) const
+    {
+        return each(
+            [](Part x, Part y) { return MediaConversion::interleavedInSixteens<which, T>(x, y); },
+            *this, other);
     }
 
     // Bytes within each 16 of this vector; a negative number gives 0.
@@ -260,6 +271,17 @@ template <class T, int count>
 Vector<T, count / 2> upperHalf(const Vector<T, count>& vector)
 {
     return vector.template half<1>();
+}
+
+// one * other + addend, rounded once where the level can, else twice.
+template <class T, int count>
+Vector<T, count> productPlus(const Vector<T, count>& one, std::type_identity_t<T> other,
+                             const Vector<T, count>& addend)
+{
+    if constexpr (std::is_same_v<T, float> && hasFusedOperations)
+        return fused(one, Vector<T, count>(other), addend);
+    else
+        return one * Vector<T, count>(other) + addend;
 }
 
 // Rounds values below 2^31 to the nearest integer, ties to even. Negative values and NaN give 0 or

@@ -18,10 +18,23 @@ struct GroupsOf
     Codes alpha;      // where the packing has it
 };
 
-using GroupPair = GroupsOf<4>;
-
 // Two groups, and bytes behind them that have no meaning.
 using PackedGroups = Vector<std::uint8_t, 16>;
+
+// The codes of eight groups that are going to be put together, with a lane for each group.
+using EightCodes = Vector<std::int32_t, 8>;
+
+template <int rows>
+struct EightGroups
+{
+    std::array<EightCodes, 2 * rows> luma;  // left and right, then those of the row below
+    EightCodes cb;
+    EightCodes cr;
+    std::array<EightCodes, 2> alpha;  // left and right, where the packing has it
+};
+
+// The bytes of each group, little-endian: first four, then what there is of four more.
+using GroupWords = std::array<EightCodes, 2>;
 
 // Takes groups apart, two in each 16 bytes, and puts them together.
 template <class Packing>
@@ -56,26 +69,23 @@ struct GroupCodes
         }
     }
 
-    static PackedGroups packed(const GroupPair& codes)
+    static GroupWords words(const EightGroups<Packing::rows>& codes)
     {
-        if constexpr (hasFurtherBits) {
-            const auto halves = shuffledBy<8, codeOfByte>(narrowed(codes.luma, codes.chroma));
-            // The two low bits of a group's codes, side by side in the first byte of 64 bits.
-            auto low =
-                ((halves & Halves(3)) * Halves(factorsFromTop)).template bits<std::uint64_t>();
-            low = low | low >> 32;
-            low = low | low >> 16;
-            return shuffledBy<16, topOrFurtherByte>((halves >> 2).template bits<std::uint8_t>(),
-                                                    low.template bits<std::uint8_t>());
-        } else {
-            const auto first = narrowed(codes.luma, codes.chroma);
-            const auto below =
-                Packing::rows == 2 ? narrowed(codes.lumaBelow, codes.lumaBelow) : first;
-            return shuffledBy<16, codeOfPackedByte>(narrowed(first, below));
-        }
+        GroupWords words{EightCodes(0), EightCodes(0)};
+        const auto put = [&](const EightCodes& code, int byte) {
+            if constexpr (hasFurtherBits) {
+                words[0] = words[0] | (code >> 2) << 8 * byte;
+                words[1] = words[1] | (code & EightCodes(3)) << (6 - 2 * byte);
+            } else {
+                words[byte / 4] = words[byte / 4] | code << byte % 4 * 8;
+            }
+        };
+        put(codes.cb, layout.cb);
+        put(codes.cr, layout.cr);
+        for (std::size_t place = 0; place < codes.luma.size(); ++place)
+            put(codes.luma[place], layout.luma[place]);
+        return words;
     }
-
-    using Halves = Vector<std::uint16_t, 8>;
 
     static constexpr ByteLayout layout = Packing::layout;
     static constexpr bool hasFurtherBits = layout.furtherBits != ByteLayout::none;
@@ -127,34 +137,6 @@ struct GroupCodes
                 static_cast<std::uint16_t>(1 << 2 * (codeByteTwice(2 * half) % Packing::bytes));
         return factors;
     }();
-
-    // What moves them to their place, for the codes in the order of their bytes.
-    static constexpr std::array<std::uint16_t, 8> factorsFromTop{64, 16, 4, 1, 64, 16, 4, 1};
-
-    // Which of luma 0 to 3, chroma 4 to 7 and luma below 8 to 11 of four pixels is in a packed
-    // byte.
-    static constexpr int codeOfPackedByte(int byte)
-    {
-        const int pixels = byte / Packing::bytes * 2;
-        const int place = byte % Packing::bytes;
-        if (pixels < 4) {
-            for (int code = 0; code < 2 * Packing::rows; ++code)
-                if (layout.luma[code] == place)
-                    return code / 2 * 8 + pixels + code % 2;
-            return 4 + pixels + (layout.cb == place ? 0 : 1);
-        }
-        return byte;  // behind the groups; nobody reads it
-    }
-    static constexpr int codeOfByte(int half)
-    {
-        return codeOfPackedByte(half / 4 * Packing::bytes + half % 4);
-    }
-    static constexpr int topOrFurtherByte(int byte)
-    {
-        const int group = byte / Packing::bytes;
-        const int place = byte % Packing::bytes;
-        return group > 1 ? 0 : place == layout.furtherBits ? 16 + 8 * group : 8 * group + 2 * place;
-    }
 };
 
 // Two little-endian 32-bit words. The right pixel does stand first.
@@ -188,12 +170,10 @@ struct GroupCodes<Zeq4224Hybrid>
         return lane % 2 == 0 ? lane + 1 : lanes + lane - 1;
     }
 
-    static PackedGroups packed(const GroupPair& codes)
+    static GroupWords words(const EightGroups<1>& codes)
     {
-        const auto top = codes.chroma.shuffled<1, 4, 3, 6>(codes.alpha);
-        const auto middle = codes.luma.shuffled<1, 0, 3, 2>();
-        const auto low = codes.alpha.shuffled<1, 4, 3, 6>(codes.chroma);
-        return (top << 22 | middle << 10 | low).bits<std::uint8_t>();
+        return {codes.cr << 22 | codes.luma[1] << 10 | codes.alpha[1],
+                codes.alpha[0] << 22 | codes.luma[0] << 10 | codes.cb};
     }
 };
 
@@ -219,6 +199,36 @@ Vector<T, lanes> repeated(const Vector<T, lanes>& pairs)
     else
         return pairs.template shuffled<which, which, which + 2, which + 2, which + 4, which + 4,
                                        which + 6, which + 6>();
+}
+
+// How many bytes storeGroups writes.
+template <class Packing>
+inline constexpr int bytesStored =
+    Packing::bytes % 4 == 0 ? 8 * Packing::bytes : 6 * Packing::bytes + int{sizeof(PackedGroups)};
+
+// Puts the words of eight groups into their place, and then, where groups are no whole words, bytes
+// that have no meaning.
+template <class Packing>
+void storeGroups(const GroupWords& words, std::uint8_t* groups)
+{
+    if constexpr (Packing::bytes == 4) {
+        words[0].store(groups);
+    } else {
+        constexpr auto whole = [](int byte) {
+            return byte < 2 * Packing::bytes ? byte / Packing::bytes * 8 + byte % Packing::bytes
+                                             : -1;
+        };
+        const auto storePair = [&](int number, const Vector<std::int32_t, 4>& pair) {
+            shuffledInSixteens<whole>(pair.bits<std::uint8_t>())
+                .store(groups + number * 2 * Packing::bytes);
+        };
+        const auto first = words[0].interleavedInSixteens<0>(words[1]);
+        const auto second = words[0].interleavedInSixteens<1>(words[1]);
+        storePair(0, lowerHalf(first));
+        storePair(1, lowerHalf(second));
+        storePair(2, upperHalf(first));
+        storePair(3, upperHalf(second));
+    }
 }
 
 }

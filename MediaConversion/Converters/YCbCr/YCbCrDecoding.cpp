@@ -213,18 +213,6 @@ struct Reciprocal
     static constexpr auto lower = static_cast<float>(1.0 / divisor - upper);
 };
 
-// Of whole numbers so small that the sum is exact, fused or not.
-template <class Number>
-Vector<Number, floatLanes> productPlus(const Vector<Number, floatLanes>& one,
-                                       std::type_identity_t<Number> other,
-                                       const Vector<Number, floatLanes>& addend)
-{
-    if constexpr (std::is_same_v<Number, float> && hasFusedOperations)
-        return fused(one, Floats(other), addend);
-    else
-        return one * Vector<Number, floatLanes>(other) + addend;
-}
-
 // Divides a whole number below 2^24, and rounds once.
 template <int divisor>
 Floats quotient(const Floats& number)
