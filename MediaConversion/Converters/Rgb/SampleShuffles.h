@@ -24,13 +24,14 @@ struct SampleShuffle
         return words * PixelPair<std::uint16_t>(factors) >> (16 - layout.bits);
     }
 
-    // The packed bytes of such samples, and zeros behind them.
-    static Vector<std::uint8_t, vectorBytes> packed(const PixelPair<std::uint16_t>& samples)
+    // The packed bytes of such samples, and zeros behind them, in 16 bytes for each two pixels.
+    template <int lanes>
+    static Vector<std::uint8_t, 2 * lanes> packed(const Vector<std::uint16_t, lanes>& samples)
     {
+        using Samples = Vector<std::uint16_t, lanes>;
         const auto words =
-            (samples * PixelPair<std::uint16_t>(packFactors)).template bits<std::uint8_t>();
-        return shuffledBy<vectorBytes, laneByte<0>>(words) |
-               shuffledBy<vectorBytes, laneByte<1>>(words);
+            (samples * Samples(repeatedTo<lanes>(packFactors))).template bits<std::uint8_t>();
+        return shuffledInSixteens<laneByte<0>>(words) | shuffledInSixteens<laneByte<1>>(words);
     }
 
     static constexpr int unused = -1;

@@ -59,6 +59,13 @@ inline R smaller(R one, R other)
     return one < other ? one : other;
 }
 
+// All bits of a lane are set where two numbers are equal.
+template <class R>
+inline R equalLanes(R one, R other)
+{
+    return reinterpret_cast<R>(one == other);
+}
+
 // Selects bytes of `one` where the highest bit of the mask's byte is set, else those of `other`.
 template <class R>
 inline R select(R mask, R one, R other)
@@ -297,6 +304,7 @@ template <> inline Floats8   larger(Floats8 one, Floats8 other)    { return _mm2
 template <> inline Floats8   smaller(Floats8 one, Floats8 other)   { return _mm256_min_ps(one, other); }
 template <> inline Doubles4  larger(Doubles4 one, Doubles4 other)  { return _mm256_max_pd(one, other); }
 template <> inline Doubles4  smaller(Doubles4 one, Doubles4 other) { return _mm256_min_pd(one, other); }
+template <> inline Floats8   equalLanes(Floats8 one, Floats8 other) { return _mm256_cmp_ps(one, other, _CMP_EQ_OQ); }
 template <> inline Floats8   fused(Floats8 one, Floats8 other, Floats8 addend) { return _mm256_fmadd_ps(one, other, addend); }
 template <> inline bool      anyIsZero(Integers8 values)           { return _mm256_movemask_epi8(_mm256_cmpeq_epi32(reinterpret_cast<__m256i>(values), _mm256_setzero_si256())) != 0; }
 template <> inline bool      anyIsSet(Integers8 values)            { return !_mm256_testz_si256(reinterpret_cast<__m256i>(values), reinterpret_cast<__m256i>(values)); }

@@ -77,6 +77,7 @@ public:
     friend Vector max(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return larger<Part>(x, y); }, a, b); }
     friend Vector min(const Vector& a, const Vector& b)       { return each([](Part x, Part y) { return smaller<Part>(x, y); }, a, b); }
     friend Vector select(const Vector& mask, const Vector& one, const Vector& other) { return each([](Part m, Part x, Part y) { return select<Part>(m, x, y); }, mask, one, other); }
+    friend Vector equal(const Vector& a, const Vector& b)     { return each([](Part x, Part y) { return equalLanes<Part>(x, y); }, a, b); }
     friend Vector fused(const Vector& a, const Vector& b, const Vector& c) { return each([](Part x, Part y, Part z) { return fused<Part>(x, y, z); }, a, b, c); }
     // For integers.
     friend bool anyIsZero(const Vector& a)                     { return std::ranges::any_of(a.m_parts, [](Part x) { return anyIsZero<Part>(x); }); }
@@ -254,6 +255,16 @@ Vector<std::uint8_t, count> shuffledInSixteens(const Vector<std::uint8_t, count>
     (std::make_integer_sequence<int, count>{});
 }
 
+// The same eight numbers over and over, for the lanes of a longer vector.
+template <std::size_t count, class T>
+constexpr std::array<T, count> repeatedTo(const std::array<T, 8>& eight)
+{
+    std::array<T, count> values{};
+    for (std::size_t k = 0; k < count; ++k)
+        values[k] = eight[k % 8];
+    return values;
+}
+
 // The lanes of one vector behind those of the other; and the halves of a vector.
 template <class T, int count>
 Vector<T, 2 * count> concatenated(const Vector<T, count>& one, const Vector<T, count>& other)
@@ -321,6 +332,17 @@ inline Vector<std::uint16_t, 8> narrowed(const Vector<std::int32_t, 4>& one,
         .shuffled<0, 2, 4, 6, 8, 10, 12, 14>(max(other, least).bits<std::uint16_t>());
 #endif
 }
+
+#if defined(__AVX2__)
+inline Vector<std::uint16_t, 16> narrowed(const Vector<std::int32_t, 8>& one,
+                                          const Vector<std::int32_t, 8>& other)
+{
+    const auto byTurns =
+        _mm256_packus_epi32(std::bit_cast<__m256i>(one), std::bit_cast<__m256i>(other));
+    return std::bit_cast<Vector<std::uint16_t, 16>>(
+        _mm256_permute4x64_epi64(byTurns, _MM_SHUFFLE(3, 1, 2, 0)));
+}
+#endif
 
 inline Vector<std::uint8_t, 16> narrowed(const Vector<std::uint16_t, 8>& one,
                                          const Vector<std::uint16_t, 8>& other)

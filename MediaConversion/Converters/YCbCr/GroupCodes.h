@@ -91,16 +91,6 @@ struct GroupCodes
     static constexpr bool hasFurtherBits = layout.furtherBits != ByteLayout::none;
     static constexpr int zero = -1;
 
-    template <std::size_t count>
-    static constexpr std::array<std::uint16_t, count> repeatedTo(
-        const std::array<std::uint16_t, 8>& eight)
-    {
-        std::array<std::uint16_t, count> values{};
-        for (std::size_t k = 0; k < count; ++k)
-            values[k] = eight[k % 8];
-        return values;
-    }
-
     // The byte of Y, and of Cb or Cr by turns, for each of four pixels.
     static constexpr int lumaOf(int pixel, int row)
     {
