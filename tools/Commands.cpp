@@ -28,6 +28,7 @@ const std::vector<CommandEntry>& commands()
         {"check",      "read and convert media files, and name those that fail", check},
         {"convert",    "convert between media files and other pictures",         convert},
         {"compare",    "say how far pictures are from others",                   compare},
+        {"cat",        "write a sequence to another program, for a movie",       cat},
         {"sheet",      "put small views of many files on one page",              sheet},
         {"thumbnail",  "write a small PNG file for each file",                   thumbnail},
         {"doctor",     "look whether everything is in its place",                doctor},

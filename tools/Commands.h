@@ -66,6 +66,7 @@ Command info();
 Command check();
 Command convert();
 Command compare();
+Command cat();
 Command sheet();
 Command thumbnail();
 Command doctor();
