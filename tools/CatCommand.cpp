@@ -18,6 +18,7 @@
 #include <span>
 #include <string>
 #include <system_error>
+#include <utility>
 #include <vector>
 
 namespace Zeq {
@@ -86,30 +87,31 @@ private:
     std::size_t m_heldBefore = 0;  // how many times more the next picture is written
 };
 
-// Where no frames were asked for, all from the first to the last are wanted.
+// The frames that were asked for or, where none were, all from the first to the last.
 void addSequence(Plan& plan, const FramePattern& sequence, const std::vector<InputFile>& files,
                  const Options& options)
 {
-    const auto first = plan.shots.size();
+    const auto firstOfSequence = plan.shots.size();
+    const bool areAskedFor = !options.frames.empty();
     Gap gap;
-    int expected = *files.front().frame;
+    const auto fillGap = [&] {
+        if (gap.count)
+            plan.add(std::exchange(gap, {}), options.missing, firstOfSequence);
+    };
+    int previous = *files.front().frame;
     for (const auto& file : files) {
-        const int frame = *file.frame;
-        if (options.frames.empty() && frame > expected)
-            gap = {sequence.fileName(expected), sequence.fileName(frame - 1),
-                   static_cast<std::size_t>(frame - expected)};
-        expected = frame + 1;
-        if (!options.frames.empty() && !exists(file.name)) {
+        if (areAskedFor && !exists(file.name)) {
             gap = {gap.count ? gap.first : file.name, file.name, gap.count + 1};
             continue;
         }
-        if (gap.count)
-            plan.add(gap, options.missing, first);
-        gap = {};
+        if (!areAskedFor && *file.frame - previous > 1)
+            gap = {sequence.fileName(previous + 1), sequence.fileName(*file.frame - 1),
+                   static_cast<std::size_t>(*file.frame - previous - 1)};
+        previous = *file.frame;
+        fillGap();
         plan.add(file.name);
     }
-    if (gap.count)
-        plan.add(gap, options.missing, first);
+    fillGap();
 }
 
 Plan planned(const Options& options)

@@ -163,6 +163,9 @@ TEST_F(Cat, namesWhatIsMissingOrPutsOtherFramesInItsPlace)
         EXPECT_EQ(letters(), expected) << arguments;
         EXPECT_EQ(errors, "");
     }
+    writeFrame(2147483647, 'x');
+    EXPECT_EQ(run("zeq cat s.#.zeq"), 1);
+    EXPECT_THAT(errors, EndsWith("s.10.zeq to s.2147483646.zeq: 2147483637 frames are missing\n"));
     // What is held is told, and not taken from the sequence before.
     writeFile(folder.file("t.1.zeq"), MediaFileBytes::picture(0x200, 1, 1, "ttt").bytes());
     runWell("zeq cat t.#.zeq s.#.zeq --frames 1-2 --missing hold");
