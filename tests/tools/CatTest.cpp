@@ -1,6 +1,6 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
-#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+#include "tests/support/Pools.h"
 #include "tests/tools/ProgramTest.h"
 
 #include <algorithm>
@@ -96,7 +96,7 @@ TEST_F(Cat, takesOtherPicturesAndTheWindowThatHostsShow)
 // What FFmpeg makes of the pipe has the library's own values.
 TEST_F(Cat, feedsAMovie)
 {
-    Velmora::installMemoryPool();
+    const InstalledPool pool;
     using namespace Velmora::Formats;
     const std::pair<Name, Velmora::FrameFormat> cases[] = {{"yuyv-422", RGB_U8()},
                                                            {"zeq-422", RGB_U16()}};
