@@ -1,9 +1,8 @@
 #include "imaging/ContactSheet.h"
 
+#include "imaging/Lettering.h"
 #include "imaging/PictureFiles.h"
 
-#include <OpenImageIO/imagebuf.h>
-#include <OpenImageIO/imagebufalgo.h>
 #include <opencv2/imgproc.hpp>
 
 #include <algorithm>
@@ -51,71 +50,6 @@ cv::Mat flattened(const cv::Mat& view, int red, int blue)
             image.at<cv::Vec3b>(row, column) = {over(red), over(1), over(blue)};
         }
     return image;
-}
-
-// Text in ASCII on an RGB canvas of 8 bits is in DejaVu Sans where the machine has it and otherwise
-// in the strokes that OpenCV brings along. Sizes are in pixels.
-
-const char* const font = "DejaVuSans";
-
-constexpr int strokeFont = cv::FONT_HERSHEY_SIMPLEX;
-
-double strokeScale(int size)
-{
-    return size / 30.0;
-}
-
-bool fontExists()
-{
-    static const bool exists = OIIO::ImageBufAlgo::text_size("x", 12, font).defined();
-    return exists;
-}
-
-int textWidth(const std::string& text, int size)
-{
-    if (fontExists())
-        return OIIO::ImageBufAlgo::text_size(text, size, font).width();
-    return cv::getTextSize(text, strokeFont, strokeScale(size), 1, nullptr).width;
-}
-
-// `position` is the left end of the line that the letters stand on.
-void drawText(cv::Mat& canvas, const std::string& text, cv::Point position, int size, int grey)
-{
-    if (!fontExists()) {
-        cv::putText(canvas, text, position, strokeFont, strokeScale(size), cv::Scalar::all(grey), 1,
-                    cv::LINE_AA);
-        return;
-    }
-    const OIIO::ImageSpec description(canvas.cols, canvas.rows, 3, OIIO::TypeDesc::UINT8);
-    OIIO::ImageBuf image(description, canvas.data);
-    const float brightness = static_cast<float>(grey) / 255;
-    const float colour[] = {brightness, brightness, brightness};
-    OIIO::ImageBufAlgo::render_text(image, position.x, position.y, text, size, font, colour);
-}
-
-// The text with a question mark for each other character: OpenImageIO 2.4 draws them wrongly and
-// OpenCV not at all.
-std::string drawable(const std::string& text)
-{
-    std::string ascii;
-    for (const char byte : text) {
-        const bool isContinuation = (byte & 0xC0) == 0x80;
-        if (byte >= ' ' && byte <= '~')
-            ascii += byte;
-        else if (!isContinuation)
-            ascii += '?';
-    }
-    return ascii;
-}
-
-// The text, cut and ended with dots where it would be wider than `width`.
-std::string shortened(std::string text, int size, int width)
-{
-    if (textWidth(text, size) <= width)
-        return text;
-    while (!text.empty() && textWidth(text + "...", size) > width)
-        text.pop_back();
-    return text + "...";
 }
 
 // Of a picture whose channels of these colours are `red` and `blue`.

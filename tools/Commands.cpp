@@ -7,6 +7,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cmath>
 #include <cstdint>
 #include <map>
 #include <memory>
@@ -25,6 +27,8 @@ const std::vector<CommandEntry>& commands()
         {"info",       "show what media files say of themselves",                info},
         {"check",      "read and convert media files, and name those that fail", check},
         {"convert",    "convert between media files and other pictures",         convert},
+        {"compare",    "say how far pictures are from others",                   compare},
+        {"cat",        "write a sequence to another program, for a movie",       cat},
         {"sheet",      "put small views of many files on one page",              sheet},
         {"thumbnail",  "write a small PNG file for each file",                   thumbnail},
         {"doctor",     "look whether everything is in its place",                doctor},
@@ -50,6 +54,20 @@ Argument filesArgument(std::vector<std::string>& files, const std::string& help)
 Argument framesArgument(std::string& frames)
 {
     return {"--frames", "LIST", &frames, "only these frames of a sequence: 1-100, 1-100x2, 1,5,9"};
+}
+
+std::string listed(const std::vector<std::string>& words)
+{
+    std::string text;
+    std::string line;
+    for (const auto& word : words) {
+        if (line.size() + word.size() > 84) {
+            text += line + "\n";
+            line.clear();
+        }
+        line += (line.empty() ? "  " : ", ") + word;
+    }
+    return text + line;
 }
 
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings)
@@ -116,6 +134,19 @@ CLI::Validator byteCount()
                   "amount like 512M or 4G", false);
 }
 
+CLI::Validator amount()
+{
+    return {[](std::string& text) {
+                double value = 0;
+                const auto* const end = text.data() + text.size();
+                const auto [stop, error] = std::from_chars(text.data(), end, value);
+                const bool isAmount =
+                    error == std::errc() && stop == end && std::isfinite(value) && value >= 0;
+                return isAmount ? std::string() : text + " is no number from 0 on, like 0.01";
+            },
+            ""};
+}
+
 // Not the library's own check, which prints all choices on one line.
 CLI::Validator choice(const Argument& argument)
 {
@@ -155,6 +186,8 @@ void declare(CLI::App& parser, const Argument& argument)
         option->transform(number(CLI::Range(1, argument.largest),
                                  "number from 1 to " + std::to_string(argument.largest),
                                  **target == 0));
+    if (std::holds_alternative<double*>(argument.target))
+        option->transform(amount());
     if (std::holds_alternative<std::uint64_t*>(argument.target))
         option->transform(byteCount());
 }

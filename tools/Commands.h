@@ -14,10 +14,10 @@ namespace Zeq {
 // it from here.
 struct Argument
 {
-    // A std::uint64_t is a number of bytes like 512M or 4G. A number that is 0 when nothing is said
-    // stays so for an empty text.
+    // A std::uint64_t is a number of bytes like 512M or 4G, a double is at least 0. A number that
+    // is 0 when nothing is said stays so for an empty text.
     using Target =
-        std::variant<bool*, std::string*, std::vector<std::string>*, int*, std::uint64_t*>;
+        std::variant<bool*, std::string*, std::vector<std::string>*, int*, double*, std::uint64_t*>;
 
     std::string names;  // "-o,--output"; without hyphens it stands for what is given without a name
     std::string value;  // what stands for the value in the help; a switch has none
@@ -65,6 +65,8 @@ std::function<int()> parseCommandLine(const std::vector<CommandEntry>& table, in
 Command info();
 Command check();
 Command convert();
+Command compare();
+Command cat();
 Command sheet();
 Command thumbnail();
 Command doctor();
@@ -79,6 +81,9 @@ inline const std::string namesText =
 \x1b, \n, \\: printf '%b' gives the name back. With --json, names are as JSON has them.)";
 inline const std::string exitStatusText =
     "Exit status: 0 all went well, 1 something failed, 2 the command line was wrong.";
+
+// The words in indented lines, for the descriptions of sub-commands.
+std::string listed(const std::vector<std::string>& words);
 
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =

@@ -2,9 +2,9 @@
 
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaFile/Headers.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
-#include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
@@ -121,12 +121,7 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
 {
     const auto& facts = file.facts();
     const auto options = file.mediaFileOptions();
-    // A media file keeps the frame that it has, of which hosts show the picture.
-    if (!options.width) {
-        const auto& packing = format.pixelPacking;
-        checkSide("wide", facts.size.width, packing.columnsPerGroup, format);
-        checkSide("high", facts.size.height, packing.rowsPerGroup, format);
-    }
+    checkCanBeHeld(file, format);
     const auto filledUp = options.width ? 0 : fillingUpByteCount(facts);
     const auto reservation =
         budget.reserve(facts.byteCount + filledUp + std::max(facts.byteCount, filledUp) / 4);
@@ -152,6 +147,32 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
     });
 }
 
+}
+
+std::vector<std::string> mediaFormatNames()
+{
+    std::vector<std::string> names;
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        names.push_back(shortName(format));
+    return names;
+}
+
+std::optional<FrameFormat> mediaFormat(const std::string& name)
+{
+    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
+        if (name == shortName(format))
+            return format;
+    return std::nullopt;
+}
+
+void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
+{
+    // A media file keeps the frame that it has, of which hosts show the picture.
+    if (file.mediaFileOptions().width)
+        return;
+    const auto& size = file.facts().size;
+    checkSide("wide", size.width, format.pixelPacking.columnsPerGroup, format);
+    checkSide("high", size.height, format.pixelPacking.rowsPerGroup, format);
 }
 
 void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)

@@ -4,6 +4,7 @@
 #include "imaging/Picture.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
+#include "tools/OpenFile.h"
 
 #include <cstddef>
 #include <functional>
@@ -29,12 +30,20 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
 // Whether a folder of this name exists, or the name ends as that of a folder does.
 bool isFolderName(const std::string& name);
 
+// The formats of media files as people ask for them, and the one of such a name.
+std::vector<std::string> mediaFormatNames();
+std::optional<Velmora::FrameFormat> mediaFormat(const std::string& name);
+
 // What the user asks for. The rest follows from the file that is converted.
 struct WantedResult
 {
     std::optional<Velmora::FrameFormat> format;  // of a media file
     std::optional<Imaging::SampleDepth> depth;   // of any other picture
 };
+
+// Throws a std::runtime_error when a media file of this format cannot hold the picture, of which it
+// has to hold whole groups of pixels.
+void checkCanBeHeld(const IOpenFile& file, const Velmora::FrameFormat& format);
 
 // Makes one file of another: a media file where the output's extension is zeq, else a picture of
 // that kind. The output is written whole or not at all. Throws a std::exception.

@@ -1,4 +1,3 @@
-#include "MediaConversion/MediaFile/Headers.h"
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
 #include "tools/Files.h"
@@ -26,14 +25,6 @@ struct Options
     JobSettings jobs;
 };
 
-std::vector<std::string> formatNames()
-{
-    std::vector<std::string> names;
-    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-        names.push_back(shortName(format));
-    return names;
-}
-
 std::vector<std::string> depthNames()
 {
     std::vector<std::string> names;
@@ -48,20 +39,6 @@ std::vector<std::string> extensions()
     for (const auto& type : pictureTypes())
         all.insert(all.end(), type.extensions.begin(), type.extensions.end());
     return all;
-}
-
-std::string listed(const std::vector<std::string>& words)
-{
-    std::string text;
-    std::string line;
-    for (const auto& word : words) {
-        if (line.size() + word.size() > 84) {
-            text += line + "\n";
-            line.clear();
-        }
-        line += (line.empty() ? "  " : ", ") + word;
-    }
-    return text + line;
 }
 
 std::string description()
@@ -84,16 +61,14 @@ of it, or has less than a thousandth of its bytes: its size is then a mere claim
   zeq convert --to dpx --skip-existing *.zeq dpx/
 
 Formats:
-)" + listed(formatNames()) +
+)" + listed(mediaFormatNames()) +
            "\n\nKinds of files:\n" + listed(extensions());
 }
 
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
-    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-        if (options.format == shortName(format))
-            wanted.format = format;
+    wanted.format = mediaFormat(options.format);
     for (const auto& depth : Imaging::sampleDepths)
         if (options.depth == depth.name)
             wanted.depth = depth.depth;
@@ -164,7 +139,7 @@ Command convert()
             {required({"FILE", "FILE... OUTPUT", &options->files,
                        "what is converted, and what it becomes"}),
              {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
-              formatNames()},
+              mediaFormatNames()},
              {"-d,--depth", "DEPTH", &options->depth,
               "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
              {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
+#include "tools/Report.h"
 
 #include <functional>
-#include <stdexcept>
 #include <string>
 
 namespace Zeq {
@@ -21,10 +21,10 @@ void makeFolder(const std::string& folder);
 std::string programFolder();
 
 // A file that could not be written: "shot.exr: No space left on device".
-class OutputError : public std::runtime_error
+class OutputError : public FileError
 {
 public:
-    using std::runtime_error::runtime_error;
+    using FileError::FileError;
 };
 
 // Writes a media file that appears under its name when it is complete: until then, and for ever

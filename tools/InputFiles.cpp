@@ -84,6 +84,11 @@ std::vector<int> FramePattern::framesOnDisk() const
     return frames;
 }
 
+std::optional<FramePattern> sequenceOf(const std::string& name)
+{
+    return exists(name) ? std::nullopt : FramePattern::parse(name);
+}
+
 std::optional<int> frameNumberIn(const std::string& path)
 {
     const auto name = fs::path(path).stem().native();
@@ -132,12 +137,6 @@ std::vector<int> parseFrames(const std::string& text)
 
 namespace {
 
-// A file that bears the very name comes before the sequence that it might stand for.
-std::optional<FramePattern> patternOf(const std::string& name)
-{
-    return exists(name) ? std::nullopt : FramePattern::parse(name);
-}
-
 // The pattern's frames, those that were asked for or all on the disk.
 std::vector<InputFile> framesOf(const FramePattern& pattern, const std::string& name,
                                 const std::optional<std::vector<int>>& wanted)
@@ -161,7 +160,7 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
     for (const auto& name : names) {
         if (name.empty())
             files.push_back({"''", {}, "no file has an empty name"});
-        else if (const auto pattern = patternOf(name))
+        else if (const auto pattern = sequenceOf(name))
             std::ranges::move(framesOf(*pattern, name, wanted), std::back_inserter(files));
         else if (wanted)
             throw UsageError("--frames: " + name + " has no place for the frame's number");

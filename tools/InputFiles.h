@@ -26,6 +26,9 @@ struct FramePattern
     std::vector<int> framesOnDisk() const;
 };
 
+// The sequence that a name stands for; a file that bears the very name comes first.
+std::optional<FramePattern> sequenceOf(const std::string& name);
+
 // The last number in a file's name, which is 12 for "shot2.0012.zeq".
 std::optional<int> frameNumberIn(const std::string& path);
 

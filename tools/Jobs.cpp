@@ -137,8 +137,8 @@ private:
     std::mutex m_outputMutex;
 };
 
-// Gives how many jobs can run at once. They share the processors, so that they do not stand in each
-// other's way. Where no threads can be started, OpenCV is not to start any either.
+// The jobs share the processors, so that they do not stand in each other's way. Where no threads
+// can be started, OpenCV is not to start any either.
 int prepareThreads(int jobCount)
 {
     const int processors = cv::getNumberOfCPUs();
@@ -149,12 +149,11 @@ int prepareThreads(int jobCount)
 
 }
 
-std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
+std::size_t prepareJobs(std::size_t count, const JobSettings& settings)
 {
-    MemoryBudget budget(settings.memory);
     const auto processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
     const auto jobCount = static_cast<std::size_t>(prepareThreads(
-        std::min(settings.jobs ? settings.jobs : processors, static_cast<int>(jobs.size()))));
+        std::min(settings.jobs ? settings.jobs : processors, static_cast<int>(count))));
 
     // Frames side by side use each other's memory again. It is part of what they may take together.
     Velmora::installMemoryPool(settings.memory);
@@ -162,7 +161,13 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
     // One heap for all threads: with one for each, freed frames stay with the thread that had them.
     // NOLINTNEXTLINE(concurrency-mt-unsafe): no other thread allocates yet
     ::mallopt(M_ARENA_MAX, 1);
+    return jobCount;
+}
 
+std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
+{
+    MemoryBudget budget(settings.memory);
+    const auto jobCount = prepareJobs(jobs.size(), settings);
     Progress progress(jobs.size(), settings.isQuiet);
     std::atomic<std::size_t> next = 0;
     std::atomic<std::size_t> failures = 0;
@@ -172,7 +177,7 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
             try {
                 job.run(budget);
                 progress.succeeded(job.result);
-            } catch (const OutputError& error) {
+            } catch (const FileError& error) {
                 ++failures;
                 progress.failed(error.what());
             } catch (const std::exception& error) {

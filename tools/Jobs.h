@@ -56,13 +56,17 @@ struct JobSettings
 };
 
 // One file's work. It reserves the memory that it will take as soon as it knows how much that is,
-// and throws a std::exception when it fails.
+// and throws a std::exception when it fails, a FileError where that is about another file.
 struct Job
 {
     std::string name;    // of the file, for errors
     std::string result;  // what is printed when it is done
     std::function<void(MemoryBudget&)> run;
 };
+
+// Gets the process ready for so many jobs, which share the processors and the memory, and gives how
+// many of them can run at once.
+std::size_t prepareJobs(std::size_t count, const JobSettings& settings);
 
 // Runs the jobs, several at once where threads can be started, and names those that fail. Progress
 // is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed.

@@ -13,6 +13,7 @@ extern "C" __attribute__((visibility("default"))) const Zeq::PictureModule* zeqP
         .write = Imaging::writePicture,
         .viewOf = Imaging::viewOf,
         .writeContactSheet = Imaging::writeContactSheet,
+        .writeHeatMap = Imaging::writeHeatMap,
         .openImageIoVersion = OIIO_VERSION_STRING,
     };
     for (const auto* const attribute : {"threads", "exr_threads"})

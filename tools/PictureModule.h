@@ -1,6 +1,7 @@
 #pragma once
 
 #include "imaging/ContactSheet.h"
+#include "imaging/HeatMap.h"
 #include "imaging/Picture.h"
 
 #include <memory>
@@ -19,6 +20,7 @@ struct PictureModule
                   const std::string& heldName);
     Imaging::View (*viewOf)(const Imaging::Picture& picture, const std::string& name);
     void (*writeContactSheet)(const std::string& fileName, const std::vector<Imaging::View>& views);
+    void (*writeHeatMap)(const std::string& fileName, const Imaging::HeatMap& map);
     const char* openImageIoVersion;
 };
 

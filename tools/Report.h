@@ -23,6 +23,13 @@ public:
     using std::runtime_error::runtime_error;
 };
 
+// A failure whose text begins with the name of the file that it is about.
+class FileError : public std::runtime_error
+{
+public:
+    using std::runtime_error::runtime_error;
+};
+
 // A text for people, of one line, with the names in it: control characters, bytes that are no
 // UTF-8 and backslashes are written as printf's %b reads them, "\n", "\x1b", "\\". A name cannot
 // give orders to a terminal that way, and can still be told from any other.
@@ -30,6 +37,17 @@ std::string shown(const std::string& text);
 
 // The text of an exception, or a better one where its own is for developers.
 std::string messageOf(const std::exception& error);
+
+// Does this. What fails becomes a FileError about the file.
+template <class Operation>
+auto naming(const std::string& fileName, const Operation& operation)
+{
+    try {
+        return operation();
+    } catch (const std::exception& error) {
+        throw FileError(fileName + ": " + messageOf(error));
+    }
+}
 
 // Writes "zeq: text" to the error stream.
 void reportError(const std::string& text);

@@ -2,6 +2,8 @@
 
 #include <nlohmann/json.hpp>
 
+#include <sstream>
+
 using namespace testing;
 
 struct BadInput : ProgramTest
@@ -92,6 +94,29 @@ TEST_F(BadInput, keepsNoOtherFromBeingUsed)
     }
     EXPECT_THAT(folder.files(), Contains("s.png"));
     EXPECT_THAT(folder.files("out"), ElementsAre("good.png", "good.tif"));
+}
+
+// Whichever of two files is bad, and where a movie is made of it.
+TEST_F(BadInput, isOneMessageWhereTwoAreComparedOrAMovieIsMade)
+{
+    runWell("ls $samples | sed -n 's/.zeq$//p'; mkdir folder.zeq; mkfifo pipe.zeq; : >empty.zeq");
+    std::vector<std::string> bad = {"folder.zeq", "pipe.zeq", "empty.zeq", "unknown.zeq"};
+    writeFile(folder.file(bad.back()), MediaFileBytes::picture(0x201, 2, 2, "").bytes());
+    std::istringstream names(output);
+    for (std::string name; std::getline(names, name);)
+        for (const std::size_t size : {3, 20, 27, 28, 1000, 30000}) {
+            bad.push_back(name + std::to_string(size) + ".zeq");
+            writeFile(folder.file(bad.back()),
+                      folder.content(SAMPLES "/" + name + ".zeq").substr(0, size));
+        }
+    ASSERT_EQ(bad.size(), 4u + 13 * 6);
+    for (const auto& file : bad)
+        for (const std::string& command :
+             {"compare " + file + " good.zeq", "compare good.zeq " + file, "cat " + file}) {
+            EXPECT_EQ(run("zeq " + command), 1) << command;
+            EXPECT_EQ(output, "") << command;
+            EXPECT_THAT(errors, MatchesRegex("zeq: " + file + ": [^\n]+\n")) << command;
+        }
 }
 
 TEST_F(BadInput, givesNoOrdersToATerminal)

@@ -1,0 +1,265 @@
+#include "MediaConversion/Errors.h"
+#include "tools/Commands.h"
+#include "tools/Files.h"
+#include "tools/InputFiles.h"
+#include "tools/OpenFile.h"
+#include "tools/Pixmap.h"
+#include "tools/ReadAhead.h"
+#include "tools/Report.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <memory>
+#include <span>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace Zeq {
+
+using MediaConversion::fail;
+using MediaConversion::joined;
+
+namespace {
+
+struct Options
+{
+    std::vector<std::string> files;
+    std::string bits;
+    std::string missing;
+    std::string frames;
+    bool isForced = false;
+    JobSettings jobs;
+};
+
+// A picture that is written once or several times.
+struct Shot
+{
+    std::string file;  // none for a black one
+    std::size_t times = 1;
+};
+
+// Frames that are missing one after the other.
+struct Gap
+{
+    std::string first;
+    std::string last;
+    std::size_t count = 0;
+
+    std::string text() const
+    {
+        return count == 1 ? first + ": is missing"
+                          : joined(first, " to ", last, ": ", count, " frames are missing");
+    }
+};
+
+// What is written, in order, and what is missing.
+struct Plan
+{
+    std::vector<Shot> shots;
+    std::vector<Gap> gaps;
+
+    // Fills the gap, which may be at the beginning of a sequence, by the user's choice.
+    void add(const Gap& gap, const std::string& choice, std::size_t firstOfSequence)
+    {
+        gaps.push_back(gap);
+        if (choice == "black")
+            shots.push_back({"", gap.count});
+        else if (shots.size() > firstOfSequence)
+            shots.back().times += gap.count;
+        else
+            m_heldBefore = gap.count;
+    }
+
+    void add(const std::string& file)
+    {
+        shots.push_back({file, 1 + m_heldBefore});
+        m_heldBefore = 0;
+    }
+
+private:
+    std::size_t m_heldBefore = 0;  // how many times more the next picture is written
+};
+
+// The frames that were asked for or, where none were, all from the first to the last.
+void addSequence(Plan& plan, const FramePattern& sequence, const std::vector<InputFile>& files,
+                 const Options& options)
+{
+    const auto firstOfSequence = plan.shots.size();
+    const bool areAskedFor = !options.frames.empty();
+    Gap gap;
+    const auto fillGap = [&] {
+        if (gap.count)
+            plan.add(std::exchange(gap, {}), options.missing, firstOfSequence);
+    };
+    int previous = *files.front().frame;
+    for (const auto& file : files) {
+        if (areAskedFor && !exists(file.name)) {
+            gap = {gap.count ? gap.first : file.name, file.name, gap.count + 1};
+            continue;
+        }
+        if (!areAskedFor && *file.frame - previous > 1)
+            gap = {sequence.fileName(previous + 1), sequence.fileName(*file.frame - 1),
+                   static_cast<std::size_t>(*file.frame - previous - 1)};
+        previous = *file.frame;
+        fillGap();
+        plan.add(file.name);
+    }
+    fillGap();
+}
+
+Plan planned(const Options& options)
+{
+    Plan plan;
+    for (const auto& name : options.files) {
+        const auto files = inputFiles({name}, options.frames);
+        if (!files.front().problem.empty())
+            fail(files.front().name, ": ", files.front().problem);
+        if (const auto sequence = sequenceOf(name))
+            addSequence(plan, *sequence, files, options);
+        else
+            plan.add(name);
+    }
+    return plan;
+}
+
+struct Shape
+{
+    cv::Size size;
+    int bits;
+};
+
+// Of the first picture, as which all are written.
+Shape shapeOf(const Plan& plan, const std::string& wantedBits)
+{
+    const auto first =
+        std::ranges::find_if(plan.shots, [](const Shot& shot) { return !shot.file.empty(); });
+    const auto file = naming(first->file, [&] { return openFile(first->file); });
+    const auto& facts = file->facts();
+    naming(first->file, [&] { checkNotEmpty(facts); });
+    const bool isDeep =
+        wantedBits.empty() ? facts.depth != Imaging::SampleDepth::U8 : wantedBits == "16";
+    return {facts.size, isDeep ? 16 : 8};
+}
+
+cv::Mat samplesOf(const Shot& shot, const Shape& shape, const ReadAhead::Reserve& reserve)
+{
+    const auto byteCount = pixmapByteCount(shape.size, shape.bits);
+    if (shot.file.empty()) {
+        reserve(byteCount);
+        return blackSamples(shape.size, shape.bits);
+    }
+    const auto file = openFile(shot.file);
+    const auto& facts = file->facts();
+    if (facts.size != shape.size)
+        fail("has ", facts.size.width, " x ", facts.size.height, " pixels, the first frame has ",
+             shape.size.width, " x ", shape.size.height);
+    reserve(facts.byteCount + fillingUpByteCount(facts) + byteCount);
+    return pixmapSamples(*file, shape.bits);
+}
+
+// Gives false when nobody reads any more.
+bool writeToOutput(std::span<const char> bytes)
+{
+    while (!bytes.empty()) {
+        const auto count = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
+        if (count > 0) {
+            bytes = bytes.subspan(static_cast<std::size_t>(count));
+        } else if (errno == EPIPE) {
+            return false;
+        } else if (errno == EAGAIN) {
+            pollfd output{STDOUT_FILENO, POLLOUT, 0};
+            ::poll(&output, 1, -1);
+        } else if (errno != EINTR) {
+            fail("The output could not be written: ", std::generic_category().message(errno));
+        }
+    }
+    return true;
+}
+
+// Gives false when nobody reads any more.
+bool writeShots(const std::vector<Shot>& shots, const Shape& shape, const JobSettings& settings)
+{
+    // A pipe that holds more lets both programs run longer before they wait for each other.
+    ::fcntl(STDOUT_FILENO, F_SETPIPE_SZ, 1 << 20);
+    const auto header = pixmapHeader(shape.size, shape.bits);
+    ReadAhead pictures(
+        shots.size(), settings, [&](std::size_t index, const ReadAhead::Reserve& reserve) {
+            const auto& shot = shots[index];
+            return naming(shot.file, [&] { return samplesOf(shot, shape, reserve); });
+        });
+    for (const auto& shot : shots) {
+        const auto& samples = pictures.next();
+        const std::span bytes(samples.ptr<char>(), pixmapByteCount(shape.size, shape.bits));
+        for (std::size_t time = 0; time < shot.times; ++time)
+            if (!writeToOutput(header) || !writeToOutput(bytes))
+                return false;
+    }
+    return true;
+}
+
+int run(const Options& options)
+{
+    if (::isatty(STDOUT_FILENO) && !options.isForced)
+        throw UsageError(
+            "pictures are not written to a terminal; pipe them into a program, or use --force");
+    const auto plan = planned(options);
+    const auto& choice = options.missing;
+    for (const auto& gap : plan.gaps)
+        if (choice.empty())
+            reportError(gap.text());
+        else if (!options.jobs.isQuiet)
+            reportError(gap.text() +
+                        (choice == "hold" ? ", a neighbour is held" : ", black is shown"));
+    if (choice.empty() && !plan.gaps.empty())
+        return ExitStatus::failure;
+    const auto shape = shapeOf(plan, options.bits);
+    return writeShots(plan.shots, shape, options.jobs) ? ExitStatus::success : ExitStatus::failure;
+}
+
+}
+
+Command cat()
+{
+    const auto options = std::make_shared<Options>();
+    return {
+        .description = sequencesText + R"(
+Writes the frames to standard output, one PPM picture (P6) after the other, for a program that makes
+a movie of them. Each picture says its size and depth; all have those of the first. Values are
+written as they are stored, and alpha is left out.
+
+  zeq cat shot.####.zeq | ffmpeg -f ppm_pipe -framerate 24 -i - -pix_fmt yuv420p shot.mp4
+
+Where frames between the first and the last are missing, or of those in --frames, these are named and
+nothing is written, unless --missing says what takes their place: hold shows the frame before them
+again, or the one after them where there is none, and black a black one. A frame that cannot be read
+or has another size is named and ends the output.
+
+When the reader goes away, zeq ends without a message: by the signal SIGPIPE, which shells show as
+status 141, or with status 1 where that signal is ignored.)",
+        .arguments =
+            withJobArguments({filesArgument(options->files, "media files and other pictures"),
+                              {"--bits",
+                               "BITS",
+                               &options->bits,
+                               "8 or 16 (default: 8 where the first file has 8, else 16)",
+                               {"8", "16"}},
+                              {"--missing",
+                               "CHOICE",
+                               &options->missing,
+                               "what takes the place of missing frames: hold, black",
+                               {"hold", "black"}},
+                              framesArgument(options->frames),
+                              {"--force", "", &options->isForced, "write to a terminal as well"}},
+                             options->jobs),
+        .run = [options] { return Zeq::run(*options); },
+    };
+}
+
+}
