@@ -59,10 +59,13 @@ try {
     const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
     const auto start = reinterpret_cast<std::uintptr_t>(m_data);
     const auto end = (start + m_size) / pageSize * pageSize;
+    const auto firstPage = (start + pageSize - 1) / pageSize * pageSize;
+    // Large pages come a few times as fast, and go at once. Without them it works as well.
+    ::madvise(m_data + (firstPage - start), end - firstPage, MADV_HUGEPAGE);
     const auto pieces = std::clamp(std::thread::hardware_concurrency(), 1u, mostThreads);
-    const auto piece = (end - start) / pieces / pageSize * pageSize + pageSize;
+    const auto piece = (end - firstPage) / pieces / pageSize * pageSize + pageSize;
     std::vector<std::jthread> threads;
-    for (auto first = (start + pageSize - 1) / pageSize * pageSize; first < end; first += piece)
+    for (auto first = firstPage; first < end; first += piece)
         threads.emplace_back(::madvise, m_data + (first - start), std::min(piece, end - first),
                              MADV_POPULATE_WRITE);
 } catch (const std::exception&) {
