@@ -14,7 +14,7 @@ namespace Benchmarks {
 // In which company and in which sizes a conversion is measured.
 enum class Scope
 {
-    Usual,          // beside the limit, the reference and other libraries, at 1080p and 4K
+    Usual,          // beside the limit and other libraries, at 1080p and 4K
     Growing,        // from half a megapixel to 33 as well
     Peers,          // beside other libraries only
     PeersFromFile,  // the same, from a media file
@@ -26,7 +26,6 @@ struct Conversion
     Velmora::FrameFormat destination;
     Scope scope = Scope::Usual;
     std::array<double, 2> mostToLimit{};  // ours / limit on one thread and on two; 0 for no target
-    double leastOfReference = 0;          // reference / ours; 0 for no target
 };
 
 // Every media format to float BGRA, as the reader converts it, what studios write, and what other

@@ -1,4 +1,4 @@
-// Every conversion beside the limit, the reference and other libraries. Benchmarks are named
+// Every conversion beside the limit and other libraries. Benchmarks are named
 // CONVERSION/PICTURE/HEIGHT/THREADS/CONTENDER; report.py runs those that share all but the
 // contender together, in one process and taking turns at random, and makes tables of their ratios.
 
@@ -71,8 +71,7 @@ struct Trial
     cv::Mat image;
     std::unique_ptr<Velmora::ImageFrame> frame;
     OurWork ours;
-    bool isExact;    // whether ours gives the reference's bytes, on the picture that is timed
-    cv::Mat result;  // the reference's, held like ours, which would else find it in the cache
+    bool isExact;  // whether ours gives the reference's bytes, on the picture that is timed
     cv::Mat outputs[2], copies[2];  // written in turn
     int turn = 0;
     std::map<const Peer*, PeerWork> peers;
@@ -131,10 +130,6 @@ void addContenders(const Conversion& conversion, const Setting& setting)
             trial.turn ^= 1;
             copyRows(trial.copies[trial.turn], trial.copies[trial.turn ^ 1]);
         });
-        if (isUsualSize)
-            add(conversion, setting, "reference", conversion.leastOfReference, [](Trial& trial) {
-                trial.result = referenceConverted(*trial.frame, trial.conversion.destination);
-            });
     }
     for (const auto& peer : peers())
         if (peer.isBeside(conversion) && isUsualSize && (setting.threads == 1 || peer.isThreaded))
