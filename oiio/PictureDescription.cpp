@@ -88,7 +88,8 @@ OIIO::ImageSpec descriptionOf(const MediaConversion::MediaHeader& header,
     description.attribute(formatAttribute, shortName(stored));
     description.attribute(magicAttribute, std::string(toString(header.magic)));
     const auto kept = MediaConversion::mediaFileOptions(header, frame);
-    forEachKeptField(kept, [&](const char* name, int field) { description.attribute(name, field); });
+    forEachKeptField(kept,
+                     [&](const char* name, int field) { description.attribute(name, field); });
     return description;
 }
 

@@ -29,7 +29,8 @@ OIIO_EXPORT int zeq_imageio_version = OIIO_PLUGIN_VERSION;
 
 OIIO_EXPORT const char* zeq_imageio_library_version()
 {
-    static const auto& text = *new std::string("MediaConversion " + MediaConversion::Version::text());
+    static const auto& text =
+        *new std::string("MediaConversion " + MediaConversion::Version::text());
     return text.c_str();
 }
 

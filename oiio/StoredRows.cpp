@@ -27,7 +27,8 @@ using ChannelPlaces = std::array<int, 4>;  // of red, green, blue and alpha in a
 
 ChannelPlaces placesIn(const FrameFormat& full)
 {
-    return full.pixelFormat.starts_with('B') ? ChannelPlaces{2, 1, 0, 3} : ChannelPlaces{0, 1, 2, 3};
+    return full.pixelFormat.starts_with('B') ? ChannelPlaces{2, 1, 0, 3}
+                                             : ChannelPlaces{0, 1, 2, 3};
 }
 
 // Copies some channels of a row of pixels. A target need not be aligned.
@@ -113,8 +114,8 @@ StoredRows::Band StoredRows::converted(int number, const FrameFormat& format) co
     const auto& stored = m_frame->image();
     const int groupRows =
         rowsPerBand / static_cast<int>(m_frame->format().pixelPacking.rowsPerGroup);
-    const auto groups = stored.rowRange(number * groupRows,
-                                        std::min((number + 1) * groupRows, stored.rows));
+    const auto groups =
+        stored.rowRange(number * groupRows, std::min((number + 1) * groupRows, stored.rows));
     const auto frame = MediaConversion::convert(frameOver(m_frame->format(), groups), format);
     return {number, &format, frame->image()};
 }

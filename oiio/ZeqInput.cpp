@@ -113,8 +113,12 @@ bool ZeqInput::read_scanlines(int subimage, int mipLevel, int firstY, int endY, 
             stride_t planeDistance = OIIO::AutoStride;
             OIIO::ImageSpec::auto_stride(pixelDistance, rowDistance, planeDistance, type.size(),
                                          endChannel - firstChannel, m_spec.width, m_spec.height);
-            target = {static_cast<std::byte*>(data), type,          firstChannel, endChannel,
-                      pixelDistance,                 rowDistance};
+            target = {static_cast<std::byte*>(data),
+                      type,
+                      firstChannel,
+                      endChannel,
+                      pixelDistance,
+                      rowDistance};
             if (StoredRows::areFew(rows))
                 return storedNow.readOnward(rows, target);
             stored = m_rows;

@@ -23,8 +23,8 @@ public:
     const char* format_name() const override { return "zeq"; }
     bool valid_file(const std::string& fileName) const override;
 
-    // Refuses a file whose frame would not be read, as far as its headers and its length tell: hosts
-    // take the memory that a description asks for.
+    // Refuses a file whose frame would not be read, as far as its headers and its length tell:
+    // hosts take the memory that a description asks for.
     bool open(const std::string& fileName, OIIO::ImageSpec& description) override;
     bool close() override;
 

@@ -99,7 +99,7 @@ void ZeqOutput::start(const std::string& fileName, const ImageSpec& description)
     const int height = hasCorner ? description.height : description.full_height;
     const auto format = storedFormat(description);
     MediaConversion::checkMayBeWritten(format, static_cast<std::uint64_t>(width),
-                      static_cast<std::uint64_t>(height));
+                                       static_cast<std::uint64_t>(height));
     if (!Imaging::mayBeFilledUp(area(width, height), area(description.width, description.height)))
         fail("of a picture so large, at least a pixel in 16 has to be given");
     picture->options = mediaFileOptions(description);
@@ -154,8 +154,7 @@ void ZeqOutput::take(int y, TypeDesc type, const void* data, stride_t pixelDista
     auto& picture = *m_picture;
     if (!OIIO::convert_image(m_spec.nchannels, m_spec.width, 1, 1, data, type, pixelDistance,
                              OIIO::AutoStride, OIIO::AutoStride, picture.samples.data(),
-                             TypeDesc::FLOAT, OIIO::AutoStride, OIIO::AutoStride,
-                             OIIO::AutoStride))
+                             TypeDesc::FLOAT, OIIO::AutoStride, OIIO::AutoStride, OIIO::AutoStride))
         fail("Pixels cannot be converted from ", std::string_view(type.c_str()));
     const auto row = std::int64_t{y} - picture.y;
     while (picture.rows < std::min<std::int64_t>(row, picture.frame->height()))

@@ -45,8 +45,8 @@ private:
         std::unique_ptr<Velmora::ImageFrame> frame;  // in the stored format
         int x = 0;                                   // of the frame's upper left pixel
         int y = 0;
-        cv::Mat band;              // rows in BGRA_F32 until they are converted
-        int rows = 0;              // of the frame that are in it or in the band
+        cv::Mat band;                // rows in BGRA_F32 until they are converted
+        int rows = 0;                // of the frame that are in it or in the band
         std::vector<float> samples;  // a row as it is given, in float
     };
 

@@ -49,8 +49,8 @@ HeaderFields headerFields(const Velmora::FrameFormat& format, std::uint64_t widt
     if (width > limit || height > limit)
         fail("Media file cannot hold a frame of ", width, "x", height, " pixels");
     const auto& packing = format.pixelPacking;
-    const auto byteCount = width / packing.columnsPerGroup * (height / packing.rowsPerGroup) *
-                           packing.bytesPerGroup;
+    const auto byteCount =
+        width / packing.columnsPerGroup * (height / packing.rowsPerGroup) * packing.bytesPerGroup;
     const HeaderFields stored{code, static_cast<std::uint16_t>(width),
                               static_cast<std::uint16_t>(height)};
     if (frameDataSize(format, stored.width, stored.height) != byteCount)

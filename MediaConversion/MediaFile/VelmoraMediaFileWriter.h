@@ -32,8 +32,8 @@ struct MediaFileOptions
 MediaFileOptions mediaFileOptions(const MediaHeader& header, const FrameHeader& frame);
 
 // The format that a picture with samples of so many bits gets in a media file when none is asked
-// for. It is the one of the fewest bits that holds the samples, or one of 12 bits when none does. For
-// more than 8 bits with alpha there is one format only, which halves the resolution of colours.
+// for. It is the one of the fewest bits that holds the samples, or one of 12 bits when none does.
+// For more than 8 bits with alpha there is one format only, which halves the resolution of colours.
 Velmora::FrameFormat defaultMediaFormat(int bits, bool hasAlpha);
 
 // Throws a std::runtime_error when no media file can hold a frame of this format and of so many

@@ -166,10 +166,9 @@ PackedFrame::PackedFrame(const FrameFormat& format, const cv::Mat& image, bool f
 }
 
 PackedFrame::PackedFrame(const FrameFormat& format, int width, int height)
-    : PackedFrame(format,
-                  [shape = shapeOf(format, width, height)] {
-                      return newMatrix(shape.groupRows, shape.groupColumns, shape.cvType);
-                  }())
+    : PackedFrame(format, [shape = shapeOf(format, width, height)] {
+          return newMatrix(shape.groupRows, shape.groupColumns, shape.cvType);
+      }())
 {
 }
 

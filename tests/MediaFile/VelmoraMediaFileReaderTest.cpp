@@ -61,6 +61,7 @@ protected:
                      const std::string& bytes)
     {
         open();
+        reader.checkFrame();
         const auto frame = reader.readFrame();
         EXPECT_EQ(frame->format(), format);
         const auto& image = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
@@ -92,6 +93,24 @@ TEST_F(VelmoraMediaFileReaderTest, staysOpenWithoutMemoryAndForAnUnknownFormat)
                         digits);
         EXPECT_EQ(reader.mediaHeader().mediaFormatCode, code);
     }
+}
+
+TEST_F(VelmoraMediaFileReaderTest, tellsBeforeReadingWhatIsWrongWithTheFrame)
+{
+    auto cut = smallPicture();
+    cut.data.pop_back();
+    giveFile(cut);
+    open();
+    for (int again = 0; again < 2; ++again)
+        expectError<MediaFileAccessException>(endOfFile, [&] { reader.checkFrame(); });
+    expectReadError(endOfFile);
+    expectError<MediaFileAccessException>(noHeader, [&] { reader.checkFrame(); });
+    giveFile(MediaFileBytes::picture(ZEQ_420.mediaCode, 4, 3, ""));
+    open();
+    expectError(
+        "Frame format row pixel packing of 2 pixels is incompatible with supplied image rows "
+        "of 3",
+        [&] { reader.checkFrame(); });
 }
 
 TEST_F(VelmoraMediaFileReaderTest, aFailedOpenForgetsTheFileBeforeAndCarriesTheName)
