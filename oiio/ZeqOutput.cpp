@@ -100,8 +100,11 @@ void ZeqOutput::start(const std::string& fileName, const ImageSpec& description)
     const auto format = storedFormat(description);
     MediaConversion::checkMayBeWritten(format, static_cast<std::uint64_t>(width),
                                        static_cast<std::uint64_t>(height));
+    if (description.nchannels == 4 && !hasAlpha(format.colourspace))
+        fail(shortName(format), " holds no alpha; leave it out or choose another zeq:format");
     if (!Imaging::mayBeFilledUp(area(width, height), area(description.width, description.height)))
-        fail("of a picture so large, at least a pixel in 16 has to be given");
+        fail("Media file is not filled up: of a picture of ", width, "x", height,
+             " pixels, at least a pixel in 16 has to be given");
     picture->options = mediaFileOptions(description);
     constexpr int limit = 65535;
     if (description.full_width > limit || description.full_height > limit)

@@ -111,7 +111,7 @@ TEST_F(Writing, choosesTheFormatThatSuitsTheSamples)
                   format);
     }
     for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-        for (const int channels : {3, 4}) {
+        for (const int channels : {3, hasAlpha(format.colourspace) ? 4 : 3}) {
             auto description = picture(channels, TypeDesc::FLOAT);
             description["zeq:format"] = shortName(format);
             EXPECT_EQ(errorOf(description, 1), "");
@@ -178,6 +178,8 @@ TEST_F(Writing, refusesWhatAMediaFileCannotHold)
     shown.full_height = 65536;
     auto deep = picture();
     deep.depth = 2;
+    auto withAlpha = picture(4);
+    withAlpha["zeq:format"] = "RGB-SMPTE-2110";
     auto mostlyEmpty = picture();
     mostlyEmpty.x = 1;
     mostlyEmpty.full_width = mostlyEmpty.full_height = 30000;
@@ -192,7 +194,10 @@ TEST_F(Writing, refusesWhatAMediaFileCannotHold)
         {shown, "Media file cannot hold a picture of 4x65536 pixels"},
         {empty, "Frame has no pixels"},
         {deep, "Media file cannot hold a picture that is deep"},
-        {mostlyEmpty, "of a picture so large, at least a pixel in 16 has to be given"},
+        {mostlyEmpty,
+         "Media file is not filled up: of a picture of 30000x30000 pixels, at least a "
+         "pixel in 16 has to be given"},
+        {withAlpha, "RGB-SMPTE-2110 holds no alpha; leave it out or choose another zeq:format"},
         {withAttribute("zeq:headerByte3", 256),
          "zeq:headerByte3 is 256; a media file holds 0 to 255"},
         {withAttribute("zeq:format", "RGB"),
