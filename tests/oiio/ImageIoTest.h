@@ -14,6 +14,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
@@ -36,12 +37,10 @@ protected:
     // A picture of noise, of which every sample's bits are all in use.
     static MediaFileBytes noise(std::uint32_t code, std::uint16_t width, std::uint16_t height)
     {
-        std::mt19937 random(code);
         std::string data(MediaConversion::frameDataSize(
                              MediaConversion::mediaFormatCodes().at(code), width, height),
                          '\0');
-        for (auto& byte : data)
-            byte = static_cast<char>(random());
+        std::ranges::generate(data, std::mt19937(code));
         return MediaFileBytes::picture(code, width, height, data);
     }
 
