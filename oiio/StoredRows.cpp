@@ -104,7 +104,7 @@ void StoredRows::readOnward(RowRange rows, const RowsTarget& target)
     copy(m_latest, rows, target);
 }
 
-const FrameFormat& StoredRows::formatFor(OIIO::TypeDesc type) const
+const FrameFormat& StoredRows::formatFor(const OIIO::TypeDesc& type) const
 {
     return type.is_floating_point() ? m_float : m_native;
 }

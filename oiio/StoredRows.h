@@ -61,7 +61,7 @@ private:
 
     static int bandOf(int row) { return row / rowsPerBand; }
 
-    const Velmora::FrameFormat& formatFor(OIIO::TypeDesc type) const;
+    const Velmora::FrameFormat& formatFor(const OIIO::TypeDesc& type) const;
     Band converted(int number, const Velmora::FrameFormat& format) const;
     static void copy(const Band& band, RowRange rows, const RowsTarget& target);
 

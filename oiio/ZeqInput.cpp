@@ -111,7 +111,8 @@ bool ZeqInput::read_scanlines(int subimage, int mipLevel, int firstY, int endY, 
             if (type == TypeDesc::UNKNOWN)
                 type = m_spec.format;
             stride_t planeDistance = OIIO::AutoStride;
-            OIIO::ImageSpec::auto_stride(pixelDistance, rowDistance, planeDistance, type.size(),
+            OIIO::ImageSpec::auto_stride(pixelDistance, rowDistance, planeDistance,
+                                         static_cast<stride_t>(type.size()),
                                          endChannel - firstChannel, m_spec.width, m_spec.height);
             target = {static_cast<std::byte*>(data),
                       type,

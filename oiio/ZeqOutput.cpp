@@ -161,23 +161,24 @@ void ZeqOutput::take(int y, TypeDesc type, const void* data, stride_t pixelDista
         fail("Pixels cannot be converted from ", std::string_view(type.c_str()));
     const auto row = std::int64_t{y} - picture.y;
     while (picture.rows < std::min<std::int64_t>(row, picture.frame->height()))
-        addRow(nullptr);
+        addRow();
     if (0 <= row && row < picture.frame->height())
-        addRow(picture.samples.data());
+        addRow(picture.samples);
 }
 
 // Samples outside the frame are left out, and what lies around them is 0, as is a row without any.
-void ZeqOutput::addRow(const float* samples)
+void ZeqOutput::addRow(std::span<const float> samples)
 {
     auto& picture = *m_picture;
     auto* const row = picture.band.ptr<cv::Vec4f>(picture.rows % rowsPerBand);
     const std::int64_t width = picture.band.cols;
     const auto left = std::int64_t{m_spec.x} - picture.x;
-    const auto first = samples ? std::clamp<std::int64_t>(left, 0, width) : width;
-    const auto end = samples ? std::clamp(left + m_spec.width, first, width) : width;
+    const auto first = samples.empty() ? width : std::clamp<std::int64_t>(left, 0, width);
+    const auto end = samples.empty() ? width : std::clamp(left + m_spec.width, first, width);
     std::fill(row, row + first, cv::Vec4f());
     for (auto column = first; column < end; ++column) {
-        const float* const sample = samples + (column - left) * m_spec.nchannels;
+        const float* const sample =
+            &samples[static_cast<std::size_t>((column - left) * m_spec.nchannels)];
         // The conversion to 8 bits would make highlights black that are too large for an int.
         const auto limited = [](float value) { return value > 1 ? 1.f : value; };
         row[column] = {limited(sample[2]), limited(sample[1]), limited(sample[0]),
@@ -202,7 +203,7 @@ void ZeqOutput::finish()
 {
     auto& picture = *m_picture;
     while (picture.rows < picture.frame->height())
-        addRow(nullptr);
+        addRow();
     MediaConversion::VelmoraMediaFileWriter().write(MediaConversion::wideFileName(picture.fileName),
                                                     *picture.frame, picture.options);
     m_picture.reset();

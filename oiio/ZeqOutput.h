@@ -7,6 +7,7 @@
 
 #include <cstddef>
 #include <memory>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -52,7 +53,7 @@ private:
 
     void start(const std::string& fileName, const OIIO::ImageSpec& description);
     void take(int y, OIIO::TypeDesc type, const void* data, OIIO::stride_t pixelDistance);
-    void addRow(const float* samples);
+    void addRow(std::span<const float> samples = {});
     void finish();
 
     std::unique_ptr<Picture> m_picture;  // none between files, nor once one has failed
