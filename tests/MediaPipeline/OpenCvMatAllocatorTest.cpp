@@ -170,7 +170,8 @@ TEST(ImageFramePool, mayServeFramesAloneAndLeaveOpenCvToTheHost)
 {
     using Velmora::Formats::BGRA_U8;
     const auto pool = newPool();
-    const int before = defaultAllocatorsSet;
+    static auto& ofTheHost = *new OpenCvMatAllocator{nullptr};
+    cv::Mat::setDefaultAllocator(&ofTheHost);
     ImageFrame::setMemoryPool(pool, ImageFrame::PooledMatrices::OfFrames);
     {
         const FullFrame frame(BGRA_U8(), 8, 8);
@@ -179,7 +180,7 @@ TEST(ImageFramePool, mayServeFramesAloneAndLeaveOpenCvToTheHost)
         const cv::Mat others[] = {cv::Mat(8, 8, CV_8UC4), frame.image().clone()};
         EXPECT_EQ(pool->count(), 2u);
     }
-    EXPECT_EQ(defaultAllocatorsSet, before);
+    EXPECT_EQ(cv::Mat::getDefaultAllocator(), &ofTheHost);
     ImageFrame::setMemoryPool(pool);
     ImageFrame::setMemoryPool(pool, ImageFrame::PooledMatrices::OfFrames);
     EXPECT_EQ(cv::Mat::getDefaultAllocator(), cv::Mat::getStdAllocator());
