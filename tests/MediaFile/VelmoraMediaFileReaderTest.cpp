@@ -61,7 +61,6 @@ protected:
                      const std::string& bytes)
     {
         open();
-        reader.checkFrame();
         const auto frame = reader.readFrame();
         EXPECT_EQ(frame->format(), format);
         const auto& image = dynamic_cast<const Velmora::IImageFrame&>(*frame).image();
@@ -97,6 +96,10 @@ TEST_F(VelmoraMediaFileReaderTest, staysOpenWithoutMemoryAndForAnUnknownFormat)
 
 TEST_F(VelmoraMediaFileReaderTest, tellsBeforeReadingWhatIsWrongWithTheFrame)
 {
+    giveFile(smallPicture());
+    open();
+    reader.checkFrame();
+    EXPECT_EQ(reader.readFrame()->format(), RGB_U8());
     auto cut = smallPicture();
     cut.data.pop_back();
     giveFile(cut);
