@@ -93,17 +93,9 @@ using Velmora::FrameFormat;
 
 namespace {
 
-// The format that a picture gets when none is asked for. It is the one of the fewest bits that
-// holds the samples, or one of 12 bits when none does. For more than 8 bits with alpha there is one
-// format only, which halves the resolution of colours.
 FrameFormat defaultFormat(const PictureFacts& facts)
 {
-    using namespace Velmora::Formats;
-    if (facts.depth == SampleDepth::U8)
-        return facts.hasAlpha ? RGBA_U8() : RGB_U8();
-    if (facts.hasAlpha)
-        return ZEQ_4224_HYBRID();
-    return facts.depth == SampleDepth::U10 ? RGB_DPX_FILLED() : RGB_SMPTE_2110();
+    return MediaConversion::defaultMediaFormat(factsOf(facts.depth).bits, facts.hasAlpha);
 }
 
 void checkSide(const char* side, int length, std::uint32_t group, const FrameFormat& format)

@@ -21,6 +21,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace Zeq {
 
@@ -28,17 +29,28 @@ namespace {
 
 namespace fs = std::filesystem;
 
+// The first of these folders that has the file, with the file's name.
+std::string findFile(const std::string& name, const std::vector<fs::path>& folders)
+{
+    for (const auto& folder : folders)
+        if (const auto file = folder / name; fs::exists(file))
+            return fs::canonical(file);
+    return {};
+}
+
 // Where the plug-in is when it was built or installed with this program, or put where users put it.
 std::string findPlugIn()
 {
     const fs::path folder = programFolder();
     const char* const home = std::getenv("HOME");
-    const fs::path places[] = {folder / "../reader", folder / LIBRARY_FOLDER,
-                               fs::path(home ? home : "/") / ".host/plugins"};
-    for (const auto& place : places)
-        if (const auto plugIn = place / "zeqReader.so"; fs::exists(plugIn))
-            return fs::canonical(plugIn);
-    return {};
+    return findFile("zeqReader.so", {folder / "../reader", folder / LIBRARY_FOLDER,
+                                     fs::path(home ? home : "/") / ".host/plugins"});
+}
+
+std::string findImageIoPlugIn()
+{
+    const fs::path folder = programFolder();
+    return findFile("zeq.imageio.so", {folder / "../oiio", folder / LIBRARY_FOLDER});
 }
 
 int loadPlugIn(const fs::path& plugIn)
@@ -138,6 +150,21 @@ bool printPlugIn(const std::string& plugIn)
     return problem.empty();
 }
 
+// A build without the plug-in is as good as any.
+bool printImageIoPlugIn(const std::string& plugIn)
+{
+    print("OpenImageIO plug-in", plugIn.empty() ? "not found" : plugIn);
+    if (plugIn.empty())
+        return true;
+    const auto problem = tryPlugIn(plugIn);
+    print("OpenImageIO plug-in loads", problem.empty() ? "yes" : "no; " + problem);
+    print("OpenImageIO programs",
+          "set OIIO_LIBRARY_PATH, or OPENIMAGEIO_PLUGIN_PATH from OpenImageIO 2.6.3 on, to " +
+              fs::path(plugIn).parent_path().native() +
+              "; only programs with the version above take notice of the plug-in");
+    return problem.empty();
+}
+
 int diagnose(const std::string& plugIn)
 {
     print("zeq", MediaConversion::Version::text());
@@ -145,7 +172,8 @@ int diagnose(const std::string& plugIn)
     print("OpenCV", cv::getVersionString());
     const bool hasPictures = printOpenImageIo();
     const bool hasPlugIn = printPlugIn(plugIn.empty() ? findPlugIn() : plugIn);
-    return hasPictures && hasPlugIn ? ExitStatus::success : ExitStatus::failure;
+    const bool hasImageIo = printImageIoPlugIn(findImageIoPlugIn());
+    return hasPictures && hasPlugIn && hasImageIo ? ExitStatus::success : ExitStatus::failure;
 }
 
 }
@@ -156,7 +184,8 @@ Command doctor()
     return {
         .description =
             R"(Looks for the host's reader plug-in in the build tree, where it is installed and in
-~/.host/plugins, loads it, and says what the host has to be told.)",
+~/.host/plugins, loads it, and says what the host has to be told. Then does the same for the
+plug-in for programs that read pictures through OpenImageIO.)",
         .arguments = {{"--plugin", "PATH", plugIn.get(), "the plug-in to try"}},
         .run = [plugIn] { return diagnose(*plugIn); }};
 }

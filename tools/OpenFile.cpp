@@ -71,14 +71,7 @@ public:
                    .depth = depthOf(format),
                    .hasAlpha = hasAlpha(format.colourspace),
                    .byteCount = std::min(dataSize + floatByteCount(stored), mostFor(fileName))};
-        m_options = {.magic = header.magic,
-                     .headerByte0 = header.headerByte0,
-                     .headerByte1 = header.headerByte1,
-                     .headerRevision = header.headerRevision,
-                     .headerByte3 = header.headerByte3,
-                     .frameField1 = frame.frameField1,
-                     .width = header.width,
-                     .height = header.height};
+        m_options = MediaConversion::mediaFileOptions(header, frame);
     }
 
     const PictureFacts& facts() const override { return m_facts; }

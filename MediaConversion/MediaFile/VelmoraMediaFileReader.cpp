@@ -187,6 +187,15 @@ FrameHeader VelmoraMediaFileReader::frameHeader() const
     return *m_frameHeader;
 }
 
+void VelmoraMediaFileReader::checkFrame() const
+{
+    const auto stored = storedFrame();
+    const auto size = stored.dataSize();
+    stored.checkByteCount(size);
+    if (remainingBytes(*m_stream).value_or(size) < size)
+        fail(m_fileName, endOfFile);
+}
+
 std::unique_ptr<IFrame> VelmoraMediaFileReader::readFrame()
 {
     return m_readMethod(*this);

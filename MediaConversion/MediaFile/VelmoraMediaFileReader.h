@@ -51,6 +51,10 @@ public:
     MediaHeader mediaHeader() const;
     FrameHeader frameHeader() const;
 
+    // Throws what reading the frame would throw, as far as the headers and the length of the file
+    // tell. The file stays open.
+    void checkFrame() const;
+
     // Reads the frame by the active method. A file serves one frame: once its data has been asked
     // for, the reader is closed, also when that fails. What fails before leaves the file open.
     std::unique_ptr<Velmora::IFrame> readFrame();

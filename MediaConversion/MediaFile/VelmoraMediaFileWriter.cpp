@@ -37,26 +37,35 @@ std::uint32_t mediaFormatCodeOf(const Velmora::FrameFormat& format)
     return entry->first;
 }
 
-// Throws for a frame that would not be read back.
-HeaderFields headerFields(const ImageFrame& frame)
+// Throws for a frame that would not be read back. The sizes are whole groups, and in 64 bits: a
+// frame's own width and height are ints.
+HeaderFields headerFields(const Velmora::FrameFormat& format, std::uint64_t width,
+                          std::uint64_t height)
 {
-    const auto& packing = frame.format().pixelPacking;
-    const auto& image = frame.image();
-    const auto code = mediaFormatCodeOf(frame.format());
-    if (image.rows <= 0 || image.cols <= 0)
+    const auto code = mediaFormatCodeOf(format);
+    if (width == 0 || height == 0)
         fail("Frame has no pixels");
-    // In 64 bits: the frame's own width and height are ints.
-    const auto width = static_cast<std::uint64_t>(image.cols) * packing.columnsPerGroup;
-    const auto height = static_cast<std::uint64_t>(image.rows) * packing.rowsPerGroup;
     constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
     if (width > limit || height > limit)
         fail("Media file cannot hold a frame of ", width, "x", height, " pixels");
-    const auto byteCount = std::uint64_t{image.total()} * image.elemSize();
+    const auto& packing = format.pixelPacking;
+    const auto byteCount =
+        width / packing.columnsPerGroup * (height / packing.rowsPerGroup) * packing.bytesPerGroup;
     const HeaderFields stored{code, static_cast<std::uint16_t>(width),
                               static_cast<std::uint16_t>(height)};
-    if (frameDataSize(frame.format(), stored.width, stored.height) != byteCount)
+    if (frameDataSize(format, stored.width, stored.height) != byteCount)
         fail("Media file cannot hold a frame of ", byteCount, " bytes");
     return stored;
+}
+
+HeaderFields headerFields(const ImageFrame& frame)
+{
+    const auto& packing = frame.format().pixelPacking;
+    const auto pixels = [](int groups, std::uint64_t perGroup) {
+        return groups > 0 ? static_cast<std::uint64_t>(groups) * perGroup : 0;
+    };
+    return headerFields(frame.format(), pixels(frame.image().cols, packing.columnsPerGroup),
+                        pixels(frame.image().rows, packing.rowsPerGroup));
 }
 
 LittleEndianWriter headersOf(const HeaderFields& frame, const MediaFileOptions& options)
@@ -104,6 +113,34 @@ auto named(const std::wstring& fileName, std::string_view failure, Operation ope
     }
 }
 
+}
+
+MediaFileOptions mediaFileOptions(const MediaHeader& header, const FrameHeader& frame)
+{
+    return {.magic = header.magic,
+            .headerByte0 = header.headerByte0,
+            .headerByte1 = header.headerByte1,
+            .headerRevision = header.headerRevision,
+            .headerByte3 = header.headerByte3,
+            .frameField1 = frame.frameField1,
+            .width = header.width,
+            .height = header.height};
+}
+
+Velmora::FrameFormat defaultMediaFormat(int bits, bool hasAlpha)
+{
+    using namespace Velmora::Formats;
+    if (bits <= 8)
+        return hasAlpha ? RGBA_U8() : RGB_U8();
+    if (hasAlpha)
+        return ZEQ_4224_HYBRID();
+    return bits <= 10 ? RGB_DPX_FILLED() : RGB_SMPTE_2110();
+}
+
+void checkMayBeWritten(const Velmora::FrameFormat& format, std::uint64_t width,
+                       std::uint64_t height)
+{
+    headerFields(format, width, height);
 }
 
 VelmoraMediaFileWriter::VelmoraMediaFileWriter(CreateFile createFile)

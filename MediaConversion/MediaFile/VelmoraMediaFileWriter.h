@@ -28,6 +28,19 @@ struct MediaFileOptions
     std::optional<std::uint16_t> height = std::nullopt;
 };
 
+// What the headers of a file say beside its frame, for another file that is made from it.
+MediaFileOptions mediaFileOptions(const MediaHeader& header, const FrameHeader& frame);
+
+// The format that a picture with samples of so many bits gets in a media file when none is asked
+// for. It is the one of the fewest bits that holds the samples, or one of 12 bits when none does.
+// For more than 8 bits with alpha there is one format only, which halves the resolution of colours.
+Velmora::FrameFormat defaultMediaFormat(int bits, bool hasAlpha);
+
+// Throws a std::runtime_error when no media file can hold a frame of this format and of so many
+// pixels, which are whole groups: the text of the writer.
+void checkMayBeWritten(const Velmora::FrameFormat& format, std::uint64_t width,
+                       std::uint64_t height);
+
 // Writes frames as media files, as VelmoraMediaFileReader reads them: the bytes of the frame's
 // matrix as they are, without a conversion.
 class VelmoraMediaFileWriter

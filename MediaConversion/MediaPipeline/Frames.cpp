@@ -114,7 +114,7 @@ FullFrame::FullFrame(const FrameFormat& format, const cv::Mat& image, bool flip)
 }
 
 FullFrame::FullFrame(const FrameFormat& format, int width, int height)
-    : FullFrame(format, cv::Mat(height, width, openCvType(format, FullFormatCvTypes())))
+    : FullFrame(format, newMatrix(height, width, openCvType(format, FullFormatCvTypes())))
 {
 }
 
@@ -148,12 +148,6 @@ PackedMatrixShape shapeOf(const FrameFormat& format, int width, int height)
     return packedMatrixShape(format, openCvType(format, PackedFormatCvTypes()), width, height);
 }
 
-cv::Mat newMatrix(const FrameFormat& format, int width, int height)
-{
-    const auto shape = shapeOf(format, width, height);
-    return cv::Mat(shape.groupRows, shape.groupColumns, shape.cvType);
-}
-
 cv::Mat groupsOver(const FrameFormat& format, int width, int height,
                    const RawFrameData* rawFrameData)
 {
@@ -172,7 +166,9 @@ PackedFrame::PackedFrame(const FrameFormat& format, const cv::Mat& image, bool f
 }
 
 PackedFrame::PackedFrame(const FrameFormat& format, int width, int height)
-    : PackedFrame(format, newMatrix(format, width, height))
+    : PackedFrame(format, [shape = shapeOf(format, width, height)] {
+          return newMatrix(shape.groupRows, shape.groupColumns, shape.cvType);
+      }())
 {
 }
 

@@ -74,10 +74,18 @@ public:
     // The file's bytes under the matrix; throws when the frame was not made from a file's bytes.
     const RawFrameData& rawFrameData() const;
 
-    // Installs the pool that frames draw from, process-wide, and with it the allocator that makes
-    // every new matrix of the process draw from it as well. An empty pool takes both away again.
-    // Matrices that are alive keep their blocks and the pool that lent them.
-    static void setMemoryPool(std::shared_ptr<IMemoryPool> pool);
+    // Which new matrices draw from the pool of frames.
+    enum class PooledMatrices
+    {
+        OfTheProcess,  // all of them, by an allocator that OpenCV is given
+        OfFrames,      // for a library in a process whose OpenCV is not its own
+    };
+
+    // Installs the pool that frames draw from, process-wide, and with it the allocator of those
+    // matrices. An empty pool takes both away again. Matrices that are alive keep their blocks and
+    // the pool that lent them.
+    static void setMemoryPool(std::shared_ptr<IMemoryPool> pool,
+                              PooledMatrices matrices = PooledMatrices::OfTheProcess);
 
     // The installed pool; throws when there is none.
     static std::shared_ptr<IMemoryPool> memoryPool();
@@ -86,6 +94,9 @@ protected:
     // By reference: the matrix is made from the same data in the caller's argument list.
     ImageFrame(const CvTypes& table, const FrameFormat& format, const cv::Mat& image,
                std::unique_ptr<RawFrameData>&& rawFrameData);
+
+    // Elements still to be written.
+    static cv::Mat newMatrix(int rows, int columns, int cvType);
 
 private:
     int m_cvType;

@@ -100,4 +100,10 @@ void installMemoryPool(std::uint64_t limit)
     ImageFrame::setMemoryPool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit));
 }
 
+void installMemoryPoolForFrames(std::uint64_t limit)
+{
+    ImageFrame::setMemoryPool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit),
+                              ImageFrame::PooledMatrices::OfFrames);
+}
+
 }

@@ -62,4 +62,8 @@ void installMemoryPool();
 // BoundedMemoryPool.
 void installMemoryPool(std::uint64_t limit);
 
+// The same for a library in a program that is not its own: OpenCV's allocator stays as it is, and
+// only frames draw from the pool.
+void installMemoryPoolForFrames(std::uint64_t limit);
+
 }

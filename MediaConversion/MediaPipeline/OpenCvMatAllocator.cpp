@@ -122,6 +122,7 @@ struct Installation
 {
     std::shared_ptr<IMemoryPool> pool;
     OpenCvMatAllocator allocator{nullptr};
+    bool servesFramesAlone = false;
     std::mutex mutex;
 };
 
@@ -133,19 +134,37 @@ Installation& installation()
 
 }
 
-void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
+void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool, PooledMatrices matrices)
 {
     auto& installed = installation();
     std::shared_ptr<IMemoryPool> replaced;  // outlives the lock: the pool may die here
     const std::lock_guard lock(installed.mutex);
     replaced = std::exchange(installed.pool, std::move(pool));
     installed.allocator.setPool(installed.pool);
+    installed.servesFramesAlone = installed.pool && matrices == PooledMatrices::OfFrames;
+    if (installed.servesFramesAlone && cv::Mat::getDefaultAllocator() != &installed.allocator)
+        return;
     // Not null, which OpenCV 4 would call at the next matrix.
-    cv::MatAllocator* const allocator =
-        installed.pool ? &installed.allocator : cv::Mat::getStdAllocator();
+    cv::MatAllocator* const allocator = installed.pool && !installed.servesFramesAlone
+                                            ? &installed.allocator
+                                            : cv::Mat::getStdAllocator();
     // Other threads read OpenCV's pointer without a lock: it is not written where it stays.
     if (cv::Mat::getDefaultAllocator() != allocator)
         cv::Mat::setDefaultAllocator(allocator);
+}
+
+cv::Mat ImageFrame::newMatrix(int rows, int columns, int cvType)
+{
+    auto& installed = installation();
+    cv::Mat matrix;
+    {
+        const std::lock_guard lock(installed.mutex);
+        if (installed.servesFramesAlone)
+            matrix.allocator = &installed.allocator;
+    }
+    matrix.create(rows, columns, cvType);
+    matrix.allocator = nullptr;  // its memory knows where it came from
+    return matrix;
 }
 
 std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()

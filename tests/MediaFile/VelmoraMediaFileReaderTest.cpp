@@ -94,6 +94,28 @@ TEST_F(VelmoraMediaFileReaderTest, staysOpenWithoutMemoryAndForAnUnknownFormat)
     }
 }
 
+TEST_F(VelmoraMediaFileReaderTest, tellsBeforeReadingWhatIsWrongWithTheFrame)
+{
+    giveFile(smallPicture());
+    open();
+    reader.checkFrame();
+    EXPECT_EQ(reader.readFrame()->format(), RGB_U8());
+    auto cut = smallPicture();
+    cut.data.pop_back();
+    giveFile(cut);
+    open();
+    for (int again = 0; again < 2; ++again)
+        expectError<MediaFileAccessException>(endOfFile, [&] { reader.checkFrame(); });
+    expectReadError(endOfFile);
+    expectError<MediaFileAccessException>(noHeader, [&] { reader.checkFrame(); });
+    giveFile(MediaFileBytes::picture(ZEQ_420.mediaCode, 4, 3, ""));
+    open();
+    expectError(
+        "Frame format row pixel packing of 2 pixels is incompatible with supplied image rows "
+        "of 3",
+        [&] { reader.checkFrame(); });
+}
+
 TEST_F(VelmoraMediaFileReaderTest, aFailedOpenForgetsTheFileBeforeAndCarriesTheName)
 {
     const auto throwsWithName = [](const std::string& text) {

@@ -166,6 +166,29 @@ TEST(ImageFramePool, setsOpenCvsAllocatorOnlyWhereItIsAnother)
     }
 }
 
+TEST(ImageFramePool, mayServeFramesAloneAndLeaveOpenCvToTheHost)
+{
+    using Velmora::Formats::BGRA_U8;
+    const auto pool = newPool();
+    static auto& ofTheHost = *new OpenCvMatAllocator{nullptr};
+    cv::Mat::setDefaultAllocator(&ofTheHost);
+    ImageFrame::setMemoryPool(pool, ImageFrame::PooledMatrices::OfFrames);
+    {
+        const FullFrame frame(BGRA_U8(), 8, 8);
+        const PackedFrame packed(Velmora::Formats::RGB_DPX_FILLED(), 8, 8);
+        EXPECT_EQ(pool->count(), 2u);
+        const cv::Mat others[] = {cv::Mat(8, 8, CV_8UC4), frame.image().clone()};
+        EXPECT_EQ(pool->count(), 2u);
+    }
+    EXPECT_EQ(cv::Mat::getDefaultAllocator(), &ofTheHost);
+    ImageFrame::setMemoryPool(pool);
+    ImageFrame::setMemoryPool(pool, ImageFrame::PooledMatrices::OfFrames);
+    EXPECT_EQ(cv::Mat::getDefaultAllocator(), cv::Mat::getStdAllocator());
+    ImageFrame::setMemoryPool(nullptr);
+    const FullFrame frame(BGRA_U8(), 8, 8);
+    EXPECT_EQ(frame.image().u->currAllocator, cv::Mat::getStdAllocator());
+}
+
 TEST(ImageFramePool, livesAsLongAsOneOfItsMatrices)
 {
     std::weak_ptr<IMemoryPool> pool;

@@ -84,6 +84,13 @@ TEST_F(Commands, lookAfterTheInstallation)
     runWell("zeq doctor");
     EXPECT_THAT(output, AllOf(HasSubstr("plug-in: " PLUG_IN "\n"), HasSubstr("loads: yes\n")));
 #endif
+#ifdef IMAGE_IO_PLUG_IN
+    run("zeq doctor");
+    EXPECT_THAT(output, ContainsRegex("OpenImageIO plug-in: " IMAGE_IO_PLUG_IN
+                                      "\nOpenImageIO plug-in loads: yes\n"
+                                      "OpenImageIO programs: set OIIO_LIBRARY_PATH, or "
+                                      "OPENIMAGEIO_PLUGIN_PATH from .* to .*/oiio; "));
+#endif
 }
 
 // Every option of every sub-command is in its help, in the manual page and in the completion.
