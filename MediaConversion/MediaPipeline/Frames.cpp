@@ -1,6 +1,7 @@
 #include "MediaConversion/MediaPipeline/Frames.h"
 
 #include "MediaConversion/Errors.h"
+#include "MediaConversion/MediaPipeline/OpenCvMatAllocator.h"
 
 #include <opencv2/core.hpp>
 #include <opencv2/core/mat.hpp>
@@ -114,7 +115,7 @@ FullFrame::FullFrame(const FrameFormat& format, const cv::Mat& image, bool flip)
 }
 
 FullFrame::FullFrame(const FrameFormat& format, int width, int height)
-    : FullFrame(format, cv::Mat(height, width, openCvType(format, FullFormatCvTypes())))
+    : FullFrame(format, frameMatrix(height, width, openCvType(format, FullFormatCvTypes())))
 {
 }
 
@@ -151,7 +152,7 @@ PackedMatrixShape shapeOf(const FrameFormat& format, int width, int height)
 cv::Mat newMatrix(const FrameFormat& format, int width, int height)
 {
     const auto shape = shapeOf(format, width, height);
-    return cv::Mat(shape.groupRows, shape.groupColumns, shape.cvType);
+    return frameMatrix(shape.groupRows, shape.groupColumns, shape.cvType);
 }
 
 cv::Mat groupsOver(const FrameFormat& format, int width, int height,

@@ -79,6 +79,10 @@ public:
     // Matrices that are alive keep their blocks and the pool that lent them.
     static void setMemoryPool(std::shared_ptr<IMemoryPool> pool);
 
+    // The same for a guest in a process whose other matrices are not ours: frames alone draw from
+    // the pool, and OpenCV's default allocator stays as it is.
+    static void setFramePool(std::shared_ptr<IMemoryPool> pool);
+
     // The installed pool; throws when there is none.
     static std::shared_ptr<IMemoryPool> memoryPool();
 

@@ -97,4 +97,9 @@ void installMemoryPool(std::uint64_t limit)
     ImageFrame::setMemoryPool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit));
 }
 
+void installFramePool(std::uint64_t limit)
+{
+    ImageFrame::setFramePool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit));
+}
+
 }

@@ -133,6 +133,17 @@ Installation& installation()
 
 }
 
+namespace {
+
+// Other threads read OpenCV's pointer without a lock: it is not written where it stays.
+void setDefaultAllocator(cv::MatAllocator* allocator)
+{
+    if (cv::Mat::getDefaultAllocator() != allocator)
+        cv::Mat::setDefaultAllocator(allocator);
+}
+
+}
+
 void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
 {
     auto& installed = installation();
@@ -141,11 +152,18 @@ void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
     replaced = std::exchange(installed.pool, std::move(pool));
     installed.allocator.setPool(installed.pool);
     // Not null, which OpenCV 4 would call at the next matrix.
-    cv::MatAllocator* const allocator =
-        installed.pool ? &installed.allocator : cv::Mat::getStdAllocator();
-    // Other threads read OpenCV's pointer without a lock: it is not written where it stays.
-    if (cv::Mat::getDefaultAllocator() != allocator)
-        cv::Mat::setDefaultAllocator(allocator);
+    setDefaultAllocator(installed.pool ? &installed.allocator : cv::Mat::getStdAllocator());
+}
+
+void ImageFrame::setFramePool(std::shared_ptr<IMemoryPool> pool)
+{
+    auto& installed = installation();
+    std::shared_ptr<IMemoryPool> replaced;  // outlives the lock: the pool may die here
+    const std::lock_guard lock(installed.mutex);
+    replaced = std::exchange(installed.pool, std::move(pool));
+    installed.allocator.setPool(installed.pool);
+    if (cv::Mat::getDefaultAllocator() == &installed.allocator)
+        setDefaultAllocator(cv::Mat::getStdAllocator());
 }
 
 std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()
@@ -155,6 +173,16 @@ std::shared_ptr<IMemoryPool> ImageFrame::memoryPool()
     if (!installed.pool)
         MediaConversion::fail("ImageFrame has no memory pool - did you forget to set it?");
     return installed.pool;
+}
+
+cv::Mat frameMatrix(int rows, int columns, int cvType)
+{
+    cv::Mat matrix;
+    auto& installed = installation();
+    if (const std::lock_guard lock(installed.mutex); installed.pool)
+        matrix.allocator = &installed.allocator;
+    matrix.create(rows, columns, cvType);
+    return matrix;
 }
 
 }

@@ -53,4 +53,7 @@ private:
     mutable std::mutex m_loansMutex;              // guards the pool and the loans
 };
 
+// A matrix for a frame, still to be written, which draws from the installed pool if there is one.
+cv::Mat frameMatrix(int rows, int columns, int cvType);
+
 }
