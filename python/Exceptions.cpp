@@ -103,8 +103,12 @@ void addExceptions(py::module_& module)
 FileName::FileName(py::object given) : m_given(std::move(given))
 {
     PyObject* encoded = nullptr;
-    if (!::PyUnicode_FSConverter(m_given.ptr(), &encoded))
-        throw py::error_already_set();
+    if (!::PyUnicode_FSConverter(m_given.ptr(), &encoded)) {
+        const py::error_already_set error;
+        if (!error.matches(::PyExc_ValueError))
+            throw error;
+        raiseArgumentError(py::str(error.value()));
+    }
     m_bytes = py::reinterpret_steal<py::bytes>(encoded);
 }
 

@@ -23,7 +23,7 @@ void addExceptions(py::module_& module);
 class FileName
 {
 public:
-    // Takes text, bytes and paths; raises what the interpreter does for anything else.
+    // Takes text, bytes and paths; raises a TypeError for anything else.
     explicit FileName(py::object given);
 
     const py::object& given() const { return m_given; }

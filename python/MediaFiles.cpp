@@ -57,12 +57,15 @@ public:
     const FileFacts& facts() const { return m_facts; }
 
     // Once only, and throws for a file of unknown format and for a frame without pixels.
-    std::unique_ptr<Velmora::IImageFrame> read(const FrameFormat& format)
+    std::unique_ptr<Velmora::IImageFrame> read()
     {
-        auto frame = MediaConversion::convert(m_reader.readFrame(), format);
-        if (frame->image().empty())
+        auto frame = m_reader.readFrame();
+        // What is in the wanted format already passes as it is.
+        const auto format = frame->format();
+        auto image = MediaConversion::convert(std::move(frame), format);
+        if (image->image().empty())
             MediaConversion::fail("no image data in frame");
-        return frame;
+        return image;
     }
 
 private:
@@ -70,6 +73,25 @@ private:
     MediaConversion::VelmoraMediaFileReader m_reader{m_streams};
     FileFacts m_facts{};
 };
+
+}
+
+namespace {
+
+std::string withRedAndBlueSwapped(std::string channels)
+{
+    for (char& channel : channels)
+        channel = channel == 'R' ? 'B' : channel == 'B' ? 'R' : channel;
+    return channels;
+}
+
+// What a frame of RGB is in another order of its channels: each such format has its counterpart.
+FrameFormat withRedAndBlueSwapped(FrameFormat format)
+{
+    if (format.colourspace == RGB || format.colourspace == RGBA)
+        format.pixelFormat = withRedAndBlueSwapped(format.pixelFormat);
+    return format;
+}
 
 }
 
@@ -89,7 +111,17 @@ FrameSamples readSamples(const std::string& fileName, Reading reading,
     const bool hasAlpha = reading == Reading::Floats || Velmora::hasAlpha(stored.colourspace);
     const auto wanted = channels.value_or(hasAlpha ? "BGRA" : "BGR");
     const bool withAlpha = wanted.find('A') != std::string::npos;
-    return select(file.read(formatToRead(stored, reading, withAlpha)), wanted);
+    auto frame = file.read();
+    const auto format = formatToRead(stored, reading, withAlpha);
+    // A frame that passes for its counterpart is converted to pixels in the other order.
+    const auto counterpart = withRedAndBlueSwapped(stored);
+    const auto swapped = formatToRead(counterpart, reading, withAlpha);
+    const auto swappedOrder = withRedAndBlueSwapped(swapped.pixelFormat);
+    if (counterpart != stored && !haveEqualSteps(wanted, format.pixelFormat) &&
+        haveEqualSteps(wanted, swappedOrder))
+        return select(MediaConversion::convert(frameOver(counterpart, frame->image()), swapped),
+                      swappedOrder, wanted);
+    return select(MediaConversion::convert(std::move(frame), format), format.pixelFormat, wanted);
 }
 
 void writeSamples(const std::string& fileName, const Samples& samples, const FrameFormat& format,
@@ -103,7 +135,7 @@ ConvertedFile readConverted(const std::string& fileName, const FrameFormat& form
 {
     OpenFile file(fileName);
     const auto [media, frame, stored] = file.facts();
-    return {file.read(format),
+    return {MediaConversion::convert(file.read(), format),
             {.magic = media.magic,
              .headerByte0 = media.headerByte0,
              .headerByte1 = media.headerByte1,

@@ -3,15 +3,16 @@
 #include "python/Exceptions.h"
 #include "python/MediaFiles.h"
 
-#include <pybind11/numpy.h>
 #include <pybind11/stl.h>
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace ZeqPython {
 
@@ -22,83 +23,123 @@ using Channels = std::optional<std::string>;
 
 constexpr std::uint64_t keptByDefault = std::uint64_t{2} << 30;
 
-const char* typeName(ChannelType type)
+// The types of samples that arrays may have.
+struct SampleType
 {
-    switch (type) {
-        case ChannelType::U8:
-            return "uint8";
-        case ChannelType::F32:
-            return "float32";
-        default:
-            return "uint16";
-    }
+    ChannelType type;
+    const char* name;       // for people
+    const char* interface;  // in numpy's array interface, in the processor's byte order
+    const char* buffer;     // in the buffer protocol
+    py::ssize_t size;       // bytes
+};
+
+// clang-format off
+constexpr std::array<SampleType, 3> sampleTypes{{
+    // type              name       interface buffer size
+    {ChannelType::U8,  "uint8",   "|u1",    "B",   1},
+    {ChannelType::U16, "uint16",  "<u2",    "H",   2},
+    {ChannelType::F32, "float32", "<f4",    "f",   4},
+}};
+// clang-format on
+
+const SampleType& factsOf(ChannelType type)
+{
+    return *std::ranges::find(sampleTypes, type, &SampleType::type);
 }
 
-// The array keeps the frame.
-py::array arrayOver(FrameSamples read)
+// Loaded with the first array, as it takes ten times as long as this module. Everything goes
+// through its own functions: pybind11 2.10 reaches for its tables in a way that deadlocks when
+// several threads make the first arrays.
+py::module_ numpy()
+{
+    return py::module_::import("numpy");
+}
+
+py::buffer_info bufferOver(FrameSamples& read)
 {
     const auto& samples = read.samples;
-    const py::capsule owner(read.frame.get(),
-                            [](void* frame) { delete static_cast<Velmora::IImageFrame*>(frame); });
-    static_cast<void>(read.frame.release());
-    return py::array(
-        py::dtype(typeName(samples.type)),
-        {samples.rows, samples.columns, static_cast<std::ptrdiff_t>(samples.channels.size())},
-        {samples.rowStride, samples.columnStride, samples.channelStride}, samples.data, owner);
+    const auto& type = factsOf(samples.type);
+    return {const_cast<std::byte*>(samples.data),
+            type.size,
+            type.buffer,
+            3,
+            {samples.rows, samples.columns, static_cast<py::ssize_t>(samples.channels.size())},
+            {samples.rowStride, samples.columnStride, samples.channelStride}};
 }
 
-// The array in samples as the processor knows them, where they may be read one by one.
-py::array readable(const py::array& array)
+std::string textOf(const py::handle& object)
 {
-    const bool isNative = array.dtype().attr("isnative").cast<bool>();
-    const bool isAligned = array.attr("flags").attr("aligned").cast<bool>();
-    if (isNative && isAligned)
+    return py::str(object);
+}
+
+// The array, which has to be one of numpy's, with samples that the processor can read where they
+// lie: else a copy.
+py::object readable(const py::object& array)
+{
+    if (!py::isinstance(array, numpy().attr("ndarray")))
+        throw py::type_error("array is of type " + textOf(py::type::of(array).attr("__name__")) +
+                             "; numpy.ndarray is needed");
+    const auto type = array.attr("dtype");
+    if (type.attr("isnative").cast<bool>() && array.attr("flags").attr("aligned").cast<bool>())
         return array;
-    return array.attr("astype")(array.dtype().attr("newbyteorder")("="));
+    return array.attr("astype")(type.attr("newbyteorder")("="));
 }
 
-ChannelType typeOf(const py::array& array)
+ChannelType typeOf(const py::dict& interface, const py::object& array)
 {
-    for (const auto type : {ChannelType::U8, ChannelType::U16, ChannelType::F32})
-        if (array.dtype().equal(py::dtype(typeName(type))))
-            return type;
-    raiseArgumentError("array is of type " + py::str(array.dtype()).cast<std::string>() +
+    const auto name = textOf(interface["typestr"]);
+    for (const auto& type : sampleTypes)
+        if (name == type.interface)
+            return type.type;
+    raiseArgumentError("array is of type " + textOf(array.attr("dtype")) +
                        "; uint8, uint16 or float32 is needed");
 }
 
 // The samples stay the array's.
-Samples samplesOf(const py::array& array, const Channels& channels)
+Samples samplesOf(const py::object& array, const Channels& channels)
 {
-    const auto type = typeOf(array);
-    if (array.ndim() != 3 || (array.shape(2) != 3 && array.shape(2) != 4))
-        raiseArgumentError("array is of shape " + py::str(array.attr("shape")).cast<std::string>() +
+    const py::dict interface = array.attr("__array_interface__");
+    const auto type = typeOf(interface, array);
+    const auto shape = array.attr("shape").cast<std::vector<py::ssize_t>>();
+    const auto strides = array.attr("strides").cast<std::vector<py::ssize_t>>();
+    if (shape.size() != 3 || (shape[2] != 3 && shape[2] != 4))
+        raiseArgumentError("array is of shape " + textOf(array.attr("shape")) +
                            "; rows x columns x 3 or 4 channels are needed");
-    const auto count = static_cast<std::size_t>(array.shape(2));
+    const auto count = static_cast<std::size_t>(shape[2]);
     const auto order = channels.value_or(count == 4 ? "BGRA" : "BGR");
     checkChannels(order);
     const bool hasColours = std::ranges::all_of(
         std::string("RGB"), [&](char colour) { return order.find(colour) != std::string::npos; });
     if (order.size() != count || !hasColours)
         raiseArgumentError("channels are '" + order + "', and array has " + std::to_string(count));
-    return {.data = static_cast<const std::byte*>(array.data()),
-            .rows = array.shape(0),
-            .columns = array.shape(1),
-            .rowStride = array.strides(0),
-            .columnStride = array.strides(1),
-            .channelStride = array.strides(2),
+    const py::tuple data = interface["data"];
+    return {.data = reinterpret_cast<const std::byte*>(data[0].cast<std::uintptr_t>()),
+            .rows = shape[0],
+            .columns = shape[1],
+            .rowStride = strides[0],
+            .columnStride = strides[1],
+            .channelStride = strides[2],
             .type = type,
             .channels = order};
 }
 
-py::array readArray(const py::object& file, const py::object& dtype, const Channels& channels)
+Reading readingOf(const py::object& dtype)
+{
+    if (py::isinstance<py::str>(dtype) && textOf(dtype) == "native")
+        return Reading::Native;
+    if (!numpy().attr("dtype")(dtype).equal(py::str("float32")))
+        raiseArgumentError("dtype is " + textOf(py::repr(dtype)) +
+                           "; 'float32' or 'native' is needed");
+    return Reading::Floats;
+}
+
+// The array keeps the frame.
+py::object readArray(const py::object& file, const py::object& dtype, const Channels& channels)
 {
     const FileName name(file);
-    const bool isNative = py::isinstance<py::str>(dtype) && dtype.equal(py::str("native"));
-    if (!isNative && !py::dtype::from_args(dtype).equal(py::dtype("float32")))
-        raiseArgumentError("dtype is " + py::repr(dtype).cast<std::string>() +
-                           "; 'float32' or 'native' is needed");
-    const auto reading = isNative ? Reading::Native : Reading::Floats;
-    return arrayOver(unlocked(name, [&] { return readSamples(name.bytes(), reading, channels); }));
+    const auto reading = readingOf(dtype);
+    auto read = unlocked(name, [&] { return readSamples(name.bytes(), reading, channels); });
+    return numpy().attr("asarray")(py::cast(std::move(read)));
 }
 
 MediaConversion::MediaFileOptions optionsOf(const py::dict& header)
@@ -110,8 +151,7 @@ MediaConversion::MediaFileOptions optionsOf(const py::dict& header)
         try {
             field = header[name].cast<Value>();
         } catch (const py::cast_error&) {
-            raiseArgumentError(std::string(name) + " is " +
-                               py::repr(header[name]).cast<std::string>() +
+            raiseArgumentError(std::string(name) + " is " + textOf(py::repr(header[name])) +
                                ", which has no place in a header");
         }
     };
@@ -132,7 +172,7 @@ MediaConversion::MediaFileOptions optionsOf(const py::dict& header)
     return options;
 }
 
-void writeArray(const py::object& file, const py::array& array, const std::string& format,
+void writeArray(const py::object& file, const py::object& array, const std::string& format,
                 const Channels& channels, const std::optional<py::dict>& header)
 {
     const FileName name(file);
@@ -159,10 +199,10 @@ void describe(py::dict& facts, const Velmora::FrameFormat& format)
 {
     facts["bits"] = bitsOf(format.channelType);
     facts["hasAlpha"] = hasAlpha(format.colourspace);
-    facts["dtype"] = typeName(formatToRead(format, Reading::Native, false).channelType);
+    facts["dtype"] = factsOf(formatToRead(format, Reading::Native, false).channelType).name;
 }
 
-py::dict factsOf(const py::object& file)
+py::dict infoOf(const py::object& file)
 {
     const FileName name(file);
     auto read = unlocked(name, [&] { return readFacts(name.bytes()); });
@@ -265,6 +305,7 @@ PYBIND11_MODULE(_zeq, module)
     py::options options;
     options.disable_function_signatures();
     addExceptions(module);
+    py::class_<FrameSamples>(module, "_Frame", py::buffer_protocol()).def_buffer(bufferOver);
     module.attr("__version__") = MediaConversion::Version::text();
     module.attr("formats") = formats();
     module.def("read", readArray, readText, arg("file"), py::kw_only(), arg("dtype") = "float32",
@@ -273,7 +314,7 @@ PYBIND11_MODULE(_zeq, module)
                arg("format"), arg("channels") = py::none(), arg("header") = py::none());
     module.def("convert", convertFile, convertText, arg("source"), arg("destination"),
                py::kw_only(), arg("format"));
-    module.def("info", factsOf, infoText, arg("file"));
+    module.def("info", infoOf, infoText, arg("file"));
     module.def("keep_memory", keepMemory, keepMemoryText, arg("byte_count"));
     Velmora::installFramePool(keptByDefault);
 }

@@ -72,60 +72,61 @@ void checkChannels(std::string_view channels)
 namespace {
 
 // Puts the channels of each pixel in another order: `sources` has their places of before.
-template <class Sample>
+template <class Sample, std::size_t channels>
 void reorder(cv::Mat pixels, const std::array<std::size_t, mostChannels>& sources)
 {
-    const auto channels = static_cast<std::size_t>(pixels.channels());
     forEachRow(pixels.rows, [&](int row) {
+        const auto places = sources;
         auto* pixel = pixels.ptr<Sample>(row);
         for (int column = 0; column < pixels.cols; ++column, pixel += channels) {
-            std::array<Sample, mostChannels> before{};
+            std::array<Sample, channels> before{};
             std::copy_n(pixel, channels, before.begin());
             for (std::size_t channel = 0; channel < channels; ++channel)
-                pixel[channel] = before[sources[channel]];
+                pixel[channel] = before[places[channel]];
         }
     });
 }
 
 }
 
-FrameSamples select(std::unique_ptr<Velmora::IImageFrame> frame, const std::string& channels)
+bool haveEqualSteps(std::string_view channels, std::string_view order)
 {
-    const auto& format = frame->format();
-    const auto& order = format.pixelFormat;
-    const auto size = sampleSize(format.channelType);
+    bool areEqual = true;
+    for (std::size_t channel = 2; channel < channels.size(); ++channel)
+        areEqual = areEqual && order.find(channels[channel]) - order.find(channels[channel - 1]) ==
+                                   order.find(channels[1]) - order.find(channels[0]);
+    return areEqual;
+}
+
+FrameSamples select(std::unique_ptr<Velmora::IImageFrame> frame, const std::string& order,
+                    const std::string& channels)
+{
+    const auto type = frame->format().channelType;
+    const auto size = sampleSize(type);
+    const cv::Mat& pixels = frame->image();
     std::array<std::size_t, mostChannels> sources{};
     std::ranges::transform(channels, sources.begin(),
                            [&](char channel) { return order.find(channel); });
-    const auto step = [&](std::size_t channel) {
-        return static_cast<std::ptrdiff_t>(sources[channel]) -
-               static_cast<std::ptrdiff_t>(sources[channel - 1]);
-    };
-    bool hasEqualSteps = true;
-    for (std::size_t channel = 2; channel < channels.size(); ++channel)
-        hasEqualSteps = hasEqualSteps && step(channel) == step(1);
-
-    std::ptrdiff_t first = 0;
-    std::ptrdiff_t channelStep = 1;
-    const cv::Mat& pixels = frame->image();
-    if (hasEqualSteps) {
-        first = static_cast<std::ptrdiff_t>(sources[0]);
-        channelStep = channels.size() > 1 ? step(1) : 1;
-    } else {
+    if (!haveEqualSteps(channels, order)) {
         auto next = channels.size();
         for (std::size_t place = 0; place < order.size(); ++place)
             if (channels.find(order[place]) == std::string::npos)
                 sources[next++] = place;
-        withSample(format.channelType,
-                   [&](auto sample) { reorder<decltype(sample)>(pixels, sources); });
+        withSample(type, [&](auto sample) {
+            order.size() == mostChannels ? reorder<decltype(sample), mostChannels>(pixels, sources)
+                                         : reorder<decltype(sample), 3>(pixels, sources);
+        });
+        sources = {0, 1, 2, 3};
     }
+    const auto first = static_cast<std::ptrdiff_t>(sources[0]);
+    const auto step = channels.size() > 1 ? static_cast<std::ptrdiff_t>(sources[1]) - first : 1;
     const Samples samples{.data = reinterpret_cast<const std::byte*>(pixels.data) + first * size,
                           .rows = pixels.rows,
                           .columns = pixels.cols,
                           .rowStride = static_cast<std::ptrdiff_t>(pixels.step[0]),
                           .columnStride = static_cast<std::ptrdiff_t>(pixels.elemSize()),
-                          .channelStride = channelStep * size,
-                          .type = format.channelType,
+                          .channelStride = step * size,
+                          .type = type,
                           .channels = channels};
     return {std::move(frame), samples};
 }
@@ -239,6 +240,19 @@ std::unique_ptr<Velmora::ImageFrame> copyOf(const Samples& samples, const FrameF
     return frame;
 }
 
+// A frame of the samples' type in the order that all conversions take, or of floats where there are
+// none of this type.
+FrameFormat formatOfCopy(const Samples& samples, const FrameFormat& destination)
+{
+    using namespace Velmora::Formats;
+    for (const auto& format : {BGR_U8, BGRA_U8, BGR_U16, BGRA_U16, BGR_F32})
+        if (format.channelType == samples.type &&
+            format.pixelFormat.size() == samples.channels.size() &&
+            (isDirect(format(), destination) || isDirect(format(), BGRA_F32())))
+            return format();
+    return BGRA_F32();
+}
+
 void checkSize(const Samples& samples)
 {
     constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
@@ -253,10 +267,10 @@ void checkSize(const Samples& samples)
 std::unique_ptr<Velmora::ImageFrame> frameFor(const Samples& samples,
                                               const FrameFormat& destination)
 {
-    using namespace Velmora::Formats;
     checkSize(samples);
-    for (const auto& format : full)
-        if (isDirect(format(), destination) && liesAs(samples, format)) {
+    const auto copied = formatOfCopy(samples, destination);
+    for (const auto& format : Velmora::Formats::full)
+        if (liesAs(samples, format) && (isDirect(format(), destination) || format() == copied)) {
             // The order of the channels may run against that of the memory.
             auto first = samples;
             first.data += offsetOf(format.pixelFormat[0], samples);
@@ -268,11 +282,7 @@ std::unique_ptr<Velmora::ImageFrame> frameFor(const Samples& samples,
                                                static_cast<int>(samples.columns), format.cvType,
                                                data, static_cast<std::size_t>(samples.rowStride)));
         }
-    for (const auto& format : {BGR_U8, BGRA_U8, BGR_U16, BGRA_U16, BGR_F32})
-        if (format.channelType == samples.type &&
-            format.pixelFormat.size() == samples.channels.size() && isDirect(format(), destination))
-            return copyOf(samples, format());
-    return copyOf(samples, BGRA_F32());
+    return copyOf(samples, copied);
 }
 
 }

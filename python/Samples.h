@@ -36,10 +36,14 @@ struct FrameSamples
 // once at most.
 void checkChannels(std::string_view channels);
 
-// The wanted channels of a full frame of 8 or 16 bits or floats. Nothing is copied: where equal
-// steps do not lead from one wanted channel to the next, the pixels are put in order where they
-// are.
-FrameSamples select(std::unique_ptr<Velmora::IImageFrame> frame, const std::string& channels);
+// Whether equal steps lead from each wanted channel to the next in pixels of this order.
+bool haveEqualSteps(std::string_view channels, std::string_view order);
+
+// The wanted channels of a full frame of 8 or 16 bits or floats, whose channels lie in this order,
+// whatever its format says. Nothing is copied: channels without equal steps are put in order where
+// they are.
+FrameSamples select(std::unique_ptr<Velmora::IImageFrame> frame, const std::string& order,
+                    const std::string& channels);
 
 // A frame with these samples, in a format that converts to `destination`: over the samples
 // themselves where they lie as a frame's do, else over a copy. Floats that no integer can hold are

@@ -18,9 +18,9 @@ Format = Literal[
     "ZEQ-422",
     "RGB-DPX-FILLED",
     "BGR-DPX-FILLED",
-    "ZEQ-4224-HYBRID",
     "RGB-SMPTE-2110",
     "BGR-SMPTE-2110",
+    "ZEQ-4224-HYBRID",
     "YCoCg-DXT5",
 ]
 SampleType = Literal["uint8", "uint16", "float32"]
@@ -43,9 +43,9 @@ class FileFacts(TypedDict):
     frameWidth: int
     frameHeight: int
     magic: Literal["zeq ", "zeqZ"]
-    headerRevision: int
     headerByte0: int
     headerByte1: int
+    headerRevision: int
     headerByte3: int
     frameField1: int
 

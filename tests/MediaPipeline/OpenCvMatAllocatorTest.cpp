@@ -166,6 +166,28 @@ TEST(ImageFramePool, setsOpenCvsAllocatorOnlyWhereItIsAnother)
     }
 }
 
+TEST(ImageFramePool, mayServeFramesAlone)
+{
+    const InstalledPool forAll;
+    const auto pool = newPool();
+    OpenCvMatAllocator ofTheHost{nullptr};
+    // It takes our own allocator away from other matrices, and leaves that of others.
+    for (auto* const allocator :
+         {cv::Mat::getDefaultAllocator(), static_cast<cv::MatAllocator*>(&ofTheHost)}) {
+        cv::Mat::setDefaultAllocator(allocator);
+        ImageFrame::setFramePool(pool);
+        EXPECT_EQ(cv::Mat::getDefaultAllocator(),
+                  allocator == &ofTheHost ? allocator : cv::Mat::getStdAllocator());
+    }
+    cv::Mat::setDefaultAllocator(cv::Mat::getStdAllocator());
+    ASSERT_EQ(ImageFrame::memoryPool(), pool);
+    const cv::Mat matrix(8, 8, CV_8UC4);
+    EXPECT_EQ(pool->count(), 0u);
+    const FullFrame full(Formats::BGRA_U8(), 8, 8);
+    const PackedFrame packed(Formats::ZEQ_422(), 8, 8);
+    EXPECT_EQ(pool->count(), 2u);
+}
+
 TEST(ImageFramePool, livesAsLongAsOneOfItsMatrices)
 {
     std::weak_ptr<IMemoryPool> pool;
