@@ -245,53 +245,70 @@ void keepMemory(std::uint64_t byteCount)
     Velmora::installFramePool(byteCount);
 }
 
-constexpr auto readText = R"(Reads a media file's frame as an array of rows x columns x channels.
+// The first line of each is the signature that help() shows.
+constexpr auto readText = R"(read(file, *, dtype='float32', channels=None)
+--
+
+Reads a media file's frame as an array of rows x columns x channels.
 
 dtype     "float32": values from 0 to 1, as the compositing host shows them, in four channels;
           a file without alpha is opaque.
           "native": uint8, 0 to 255, of 8-bit RGB and YCoCg-DXT5; uint16, 0 to 65535, of 10- and
-          12-bit RGB; float32 of YCbCr. Alpha is there if the file has it. zeq.formats and
-          zeq.info tell which type it is.
+          12-bit RGB; float32, 0 to 1, of YCbCr. Alpha is there if the file has it. zeq.formats and
+          zeq.info say which type it is.
 channels  one or several of R, G, B and A, in any order. Otherwise "BGRA", or "BGR" of a native
-          array without alpha: the order in which frames lie in memory.
+          array without alpha: the order of the compositing host's memory.
 
-The array is the frame's memory, is its only owner and may be written to. Nothing is copied,
-whichever channels are asked for. Those that lie at equal steps are a view, with negative strides
-where they run backwards ("BGRA", "RGB", "ABGR" less its end, one channel alone). For others, "RGBA"
-above all, the pixels are put in order where they are, which is one more pass over the memory.
+The array is the frame's memory and may be written to. No choice of channels copies it. Those at
+equal steps in memory are a view, with negative strides where they run backwards, as "RGB" may.
+For others the pixels are put in order where they are, in one more pass: "RGBA" needs that of YCbCr
+and YCoCg-DXT5, as files of RGB are converted to either order.
 
-The frame's size may differ from the picture's, which info gives as width and height.)";
+The frame may have another size than the picture that hosts show, which info gives as width and
+height.)";
 
-constexpr auto writeText = R"(Writes an array of rows x columns x 3 or 4 channels as a media file.
+constexpr auto writeText = R"(write(file, array, *, format, channels=None, header=None)
+--
+
+Writes an array of rows x columns x 3 or 4 channels as a media file.
 
 array     uint8, 0 to 255; uint16, 0 to 65535; or float32, 0 to 1, where what lies outside is cut
-          off and what is no number becomes 0. Any strides and either byte order.
-format    one of zeq.formats. A format without alpha drops it; one with it takes three channels as
-          opaque.
+          off and what is no number becomes 0. Of any strides and either byte order.
+format    one of zeq.formats. A format without alpha drops it; one with alpha takes three channels
+          as opaque.
 channels  what the array's channels are: R, G, B and perhaps A, in any order. Otherwise "BGRA" or
           "BGR", as read gives them.
-header    a dictionary as info gives it: magic, headerByte0, headerByte1, headerRevision,
-          headerByte3, frameField1, width and height are written, all else is ignored.
+header    a dictionary as info gives it, of which magic, width, height, headerByte0, headerByte1,
+          headerRevision, headerByte3 and frameField1 are written.
 
-An array is copied first where it does not lie as a frame of blue, green, red and perhaps alpha does.
-The file stands under its name when it is complete; what was there before stays when that fails.)";
+The array is copied first where its pixels are not contiguous or in another order than those of an
+RGB format, and where values are cut off. The file takes its name when it is complete; what was there
+before stays when that fails.)";
 
-constexpr auto convertText = R"(Writes a media file's frame in another format of zeq.formats.
+constexpr auto convertText = R"(convert(source, destination, *, format)
+--
 
-The destination keeps the other fields of the headers. It may be the source itself. It stands under
-its name when it is complete.)";
+Writes a media file's frame in another format, one of zeq.formats.
 
-constexpr auto infoText =
-    R"(Reads what a media file's headers say, without its frame, as a dictionary.
+The destination keeps the other fields of the headers. It may be the source itself. It takes its
+name when it is complete.)";
 
-The names are those of "zeq info --json"; besides, bits of a sample, hasAlpha and the native dtype.
-format, bits, hasAlpha and dtype are None for a file of unknown format.)";
+constexpr auto infoText = R"(info(file)
+--
 
-constexpr auto keepMemoryText = R"(Says how many bytes of memory the module keeps for later frames.
+Reads what a media file's headers say, without its frame, as a dictionary.
 
-The memory of arrays that are gone serves the next ones, while it takes no more than so many bytes
-together with that of arrays that are alive. It is 2 GiB at first. What is kept already is freed by
-this call.)";
+The names are those of "zeq info --json". Besides, there are the bits of a sample, hasAlpha, and the
+native dtype; these and format are None for a file of unknown format.)";
+
+constexpr auto keepMemoryText = R"(keep_memory(byte_count)
+--
+
+Says how much memory the module keeps for later frames, in bytes.
+
+The memory of arrays that are gone serves the next ones. It is kept while it takes no more than so
+many bytes together with that of the arrays that are alive: 2 GiB unless this is called. What is
+kept already is freed by the call.)";
 
 }
 

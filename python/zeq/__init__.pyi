@@ -1,14 +1,14 @@
 from collections.abc import Mapping
 from os import PathLike
-from typing import Any, Literal, TypedDict, Union
+from typing import Any, Literal, TypedDict, Union, overload
 
 import numpy
 from numpy.typing import NDArray
 
 __version__: str
 
-FileName = Union[str, bytes, PathLike[str], PathLike[bytes]]
-Format = Literal[
+_FileName = Union[str, bytes, PathLike[str], PathLike[bytes]]
+_Format = Literal[
     "YUYV-422",
     "ZEQ-420",
     "RGB-U8",
@@ -23,21 +23,21 @@ Format = Literal[
     "ZEQ-4224-HYBRID",
     "YCoCg-DXT5",
 ]
-SampleType = Literal["uint8", "uint16", "float32"]
+_SampleType = Literal["uint8", "uint16", "float32"]
 
-class FormatFacts(TypedDict):
+class _FormatFacts(TypedDict):
     bits: int
     hasAlpha: bool
-    dtype: SampleType
+    dtype: _SampleType
     rowsPerGroup: int
     columnsPerGroup: int
 
-class FileFacts(TypedDict):
-    format: Format | None
+class _FileFacts(TypedDict):
+    format: _Format | None
     formatCode: str
     bits: int | None
     hasAlpha: bool | None
-    dtype: SampleType | None
+    dtype: _SampleType | None
     width: int
     height: int
     frameWidth: int
@@ -52,28 +52,36 @@ class FileFacts(TypedDict):
 class Error(Exception): ...
 
 class DataError(Error, ValueError):
-    filename: FileName | None
+    filename: _FileName | None
 
 class FileError(Error, OSError): ...
 class MissingFileError(FileError, FileNotFoundError): ...
 class FilePermissionError(FileError, PermissionError): ...
 
-formats: Mapping[Format, FormatFacts]
+formats: Mapping[_Format, _FormatFacts]
 
+@overload
 def read(
-    file: FileName,
+    file: _FileName,
     *,
-    dtype: Any = "float32",
+    dtype: Literal["float32"] | type[numpy.float32] = "float32",
+    channels: str | None = None,
+) -> NDArray[numpy.float32]: ...
+@overload
+def read(
+    file: _FileName,
+    *,
+    dtype: Literal["native"],
     channels: str | None = None,
 ) -> NDArray[Any]: ...
 def write(
-    file: FileName,
+    file: _FileName,
     array: NDArray[Any],
     *,
-    format: Format,
+    format: _Format | str,
     channels: str | None = None,
     header: Mapping[str, Any] | None = None,
 ) -> None: ...
-def convert(source: FileName, destination: FileName, *, format: Format) -> None: ...
-def info(file: FileName) -> FileFacts: ...
+def convert(source: _FileName, destination: _FileName, *, format: _Format | str) -> None: ...
+def info(file: _FileName) -> _FileFacts: ...
 def keep_memory(byte_count: int) -> None: ...

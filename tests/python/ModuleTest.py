@@ -445,12 +445,12 @@ class Names(ModuleTest):
         for node in stub.body:
             if isinstance(node, (ast.FunctionDef, ast.ClassDef)):
                 public.add(node.name)
-            elif isinstance(node, ast.Assign) and node.targets[0].id == "Format":
+            elif isinstance(node, ast.Assign) and node.targets[0].id == "_Format":
                 self.assertEqual([each.value for each in node.value.slice.elts], list(zeq.formats))
         self.assertLessEqual(set(zeq.__all__) - {"formats"}, public)
         facts = zeq.info(SAMPLES / "coffee.rgb-u8.zeq")
         for node in stub.body:
-            if isinstance(node, ast.ClassDef) and node.name == "FileFacts":
+            if isinstance(node, ast.ClassDef) and node.name == "_FileFacts":
                 self.assertEqual([each.target.id for each in node.body], list(facts))
 
 
