@@ -4,11 +4,13 @@
 #include "python/MediaFiles.h"
 
 #include <pybind11/stl.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -20,8 +22,6 @@ namespace {
 
 using Velmora::ChannelType;
 using Channels = std::optional<std::string>;
-
-constexpr std::uint64_t keptByDefault = std::uint64_t{2} << 30;
 
 // The types of samples that arrays may have.
 struct SampleType
@@ -239,10 +239,26 @@ py::object formats()
     return py::module_::import("types").attr("MappingProxyType")(all);
 }
 
+// Arrays may outlive all that the module has.
+using Pool = Velmora::BoundedMemoryPool<Velmora::HostMemoryResource>;
+const std::shared_ptr<Pool>& pool()
+{
+    static const auto& pool = *new std::shared_ptr<Pool>(std::make_shared<Pool>(0));
+    return pool;
+}
+
 void keepMemory(std::uint64_t byteCount)
 {
     const py::gil_scoped_release released;
-    Velmora::installFramePool(byteCount);
+    pool()->setLimit(byteCount);
+}
+
+// Enough for four threads that read frames of 4K.
+std::uint64_t memoryKeptAtFirst()
+{
+    const auto machine = static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
+                         static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
+    return std::min(std::uint64_t{2} << 30, machine / 4);
 }
 
 // The first line of each is the signature that help() shows.
@@ -307,8 +323,8 @@ constexpr auto keepMemoryText = R"(keep_memory(byte_count)
 Says how much memory the module keeps for later frames, in bytes.
 
 The memory of arrays that are gone serves the next ones. It is kept while it takes no more than so
-many bytes together with that of the arrays that are alive: 2 GiB unless this is called. What is
-kept already is freed by the call.)";
+many bytes together with that of the arrays that are alive. At first that is 2 GiB, or a quarter of
+the machine's memory where that is less. keep_memory(0) frees what is kept.)";
 
 }
 
@@ -333,5 +349,6 @@ PYBIND11_MODULE(_zeq, module)
                py::kw_only(), arg("format"));
     module.def("info", infoOf, infoText, arg("file"));
     module.def("keep_memory", keepMemory, keepMemoryText, arg("byte_count"));
-    Velmora::installFramePool(keptByDefault);
+    keepMemory(memoryKeptAtFirst());
+    Velmora::ImageFrame::setFramePool(pool());
 }

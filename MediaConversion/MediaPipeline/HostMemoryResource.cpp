@@ -97,9 +97,4 @@ void installMemoryPool(std::uint64_t limit)
     ImageFrame::setMemoryPool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit));
 }
 
-void installFramePool(std::uint64_t limit)
-{
-    ImageFrame::setFramePool(std::make_shared<BoundedMemoryPool<HostMemoryResource>>(limit));
-}
-
 }

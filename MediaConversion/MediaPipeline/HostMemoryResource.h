@@ -62,8 +62,4 @@ void installMemoryPool();
 // BoundedMemoryPool.
 void installMemoryPool(std::uint64_t limit);
 
-// The same for a guest in a process whose other matrices are not ours; see
-// ImageFrame::setFramePool.
-void installFramePool(std::uint64_t limit);
-
 }
