@@ -5,7 +5,7 @@
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "python/Samples.h"
 
-#include <cstdint>
+#include <memory>
 #include <optional>
 #include <string>
 

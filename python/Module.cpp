@@ -142,28 +142,32 @@ py::object readArray(const py::object& file, const py::object& dtype, const Chan
     return numpy().attr("asarray")(py::cast(std::move(read)));
 }
 
+// Takes a field over if the dictionary has it.
+template <class Value>
+void take(const py::dict& header, const char* name, Value& field)
+{
+    if (!header.contains(name))
+        return;
+    try {
+        field = header[name].cast<Value>();
+    } catch (const py::cast_error&) {
+        raiseArgumentError(std::string(name) + " is " + textOf(py::repr(header[name])) +
+                           ", which has no place in a header");
+    }
+}
+
 MediaConversion::MediaFileOptions optionsOf(const py::dict& header)
 {
     MediaConversion::MediaFileOptions options;
-    const auto take = [&]<class Value>(const char* name, Value& field) {
-        if (!header.contains(name))
-            return;
-        try {
-            field = header[name].cast<Value>();
-        } catch (const py::cast_error&) {
-            raiseArgumentError(std::string(name) + " is " + textOf(py::repr(header[name])) +
-                               ", which has no place in a header");
-        }
-    };
-    take("headerByte0", options.headerByte0);
-    take("headerByte1", options.headerByte1);
-    take("headerRevision", options.headerRevision);
-    take("headerByte3", options.headerByte3);
-    take("frameField1", options.frameField1);
-    take("width", options.width);
-    take("height", options.height);
+    take(header, "headerByte0", options.headerByte0);
+    take(header, "headerByte1", options.headerByte1);
+    take(header, "headerRevision", options.headerRevision);
+    take(header, "headerByte3", options.headerByte3);
+    take(header, "frameField1", options.frameField1);
+    take(header, "width", options.width);
+    take(header, "height", options.height);
     std::string magic(toString(options.magic));
-    take("magic", magic);
+    take(header, "magic", magic);
     using MediaConversion::MediaFileMagic;
     if (magic == toString(MediaFileMagic::ZeqZ))
         options.magic = MediaFileMagic::ZeqZ;
