@@ -121,6 +121,7 @@ namespace {
 struct Installation
 {
     std::shared_ptr<IMemoryPool> pool;
+    bool isForFramesAlone = false;
     OpenCvMatAllocator allocator{nullptr};
     std::mutex mutex;
 };
@@ -151,6 +152,7 @@ void ImageFrame::setMemoryPool(std::shared_ptr<IMemoryPool> pool)
     const std::lock_guard lock(installed.mutex);
     replaced = std::exchange(installed.pool, std::move(pool));
     installed.allocator.setPool(installed.pool);
+    installed.isForFramesAlone = false;
     // Not null, which OpenCV 4 would call at the next matrix.
     setDefaultAllocator(installed.pool ? &installed.allocator : cv::Mat::getStdAllocator());
 }
@@ -162,6 +164,7 @@ void ImageFrame::setFramePool(std::shared_ptr<IMemoryPool> pool)
     const std::lock_guard lock(installed.mutex);
     replaced = std::exchange(installed.pool, std::move(pool));
     installed.allocator.setPool(installed.pool);
+    installed.isForFramesAlone = true;
     if (cv::Mat::getDefaultAllocator() == &installed.allocator)
         setDefaultAllocator(cv::Mat::getStdAllocator());
 }
@@ -179,7 +182,7 @@ cv::Mat frameMatrix(int rows, int columns, int cvType)
 {
     cv::Mat matrix;
     auto& installed = installation();
-    if (const std::lock_guard lock(installed.mutex); installed.pool)
+    if (const std::lock_guard lock(installed.mutex); installed.isForFramesAlone)
         matrix.allocator = &installed.allocator;
     matrix.create(rows, columns, cvType);
     return matrix;

@@ -53,7 +53,8 @@ private:
     mutable std::mutex m_loansMutex;              // guards the pool and the loans
 };
 
-// A matrix for a frame, still to be written, which draws from the installed pool if there is one.
+// A matrix for a frame, still to be written. It draws from a pool that serves frames alone, or is
+// made by OpenCV's default allocator.
 cv::Mat frameMatrix(int rows, int columns, int cvType);
 
 }
