@@ -49,7 +49,7 @@ struct UnfinishedFiles
 
 [[noreturn]] void failWith(int error)
 {
-    fail(std::generic_category().message(error));
+    throw std::system_error(error, std::generic_category());
 }
 
 // The result of a system call, which is made again when a signal interrupts it.
@@ -246,7 +246,7 @@ void AtomicFile::findTarget()
     std::error_code error;
     m_name = std::filesystem::canonical(m_name, error).string();
     if (error)
-        fail(error.message());
+        throw std::system_error(error);
     m_permissions = status.st_mode & allPermissions;
 }
 

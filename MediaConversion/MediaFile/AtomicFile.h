@@ -12,7 +12,8 @@ namespace MediaConversion {
 
 // A file in the making. It takes its name when it is complete: until then, and for ever when it is
 // destroyed before, what stands under the name stays as it was. What fails throws a
-// std::runtime_error whose text is the reason alone: "No space left on device".
+// std::runtime_error whose text is the reason alone: "No space left on device". It is a
+// std::system_error where the system gave the reason.
 class IAtomicFile
 {
 public:

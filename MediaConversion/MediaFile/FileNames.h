@@ -4,6 +4,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 // Narrow file names are the bytes that the file system knows, wide ones what the readers are given.
@@ -26,8 +27,8 @@ std::string displayFileName(std::wstring_view wide);
 class MediaFileAccessException final : public std::exception
 {
 public:
-    MediaFileAccessException(std::string fileName, std::string message)
-        : m_fileName(std::move(fileName)), m_message(std::move(message))
+    MediaFileAccessException(std::string fileName, std::string message, std::error_code reason = {})
+        : m_fileName(std::move(fileName)), m_message(std::move(message)), m_reason(reason)
     {
     }
 
@@ -35,12 +36,16 @@ public:
     const std::string& fileName() const { return m_fileName; }
     const std::string& message() const { return m_message; }
 
+    // The system's own reason; none where the system gave no reason or it was not kept.
+    std::error_code reason() const { return m_reason; }
+
     // The message alone.
     const char* what() const noexcept override { return m_message.c_str(); }
 
 private:
     std::string m_fileName;
     std::string m_message;
+    std::error_code m_reason;
 };
 
 }

@@ -11,6 +11,7 @@
 #include <span>
 #include <stdexcept>
 #include <string_view>
+#include <system_error>
 #include <utility>
 
 namespace MediaConversion {
@@ -109,7 +110,9 @@ auto named(const std::wstring& fileName, std::string_view failure, Operation ope
     try {
         return operation();
     } catch (const std::runtime_error& error) {
-        throw MediaFileAccessException(displayFileName(fileName), joined(failure, error.what()));
+        const auto* const ofSystem = dynamic_cast<const std::system_error*>(&error);
+        throw MediaFileAccessException(displayFileName(fileName), joined(failure, error.what()),
+                                       ofSystem ? ofSystem->code() : std::error_code());
     }
 }
 

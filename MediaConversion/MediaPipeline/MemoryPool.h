@@ -174,6 +174,15 @@ class BoundedMemoryPool final : public ResourcePool<Resource>
 public:
     explicit BoundedMemoryPool(std::uint64_t limit) : m_limit(limit) {}
 
+    // Another limit from now on, which applies to the blocks that are idle already.
+    void setLimit(std::uint64_t limit)
+    {
+        Blocks freed;  // outlives the lock
+        const std::lock_guard lock(m_blocksMutex);
+        m_limit = limit;
+        freed = removeIdle(m_limit);
+    }
+
     // Lends the smallest idle resource that is large enough and no more than twice as large, and
     // makes one of exactly the size asked for if there is none.
     IMemoryResource* acquire(std::uint64_t size) override
@@ -241,7 +250,7 @@ private:
         return removed;
     }
 
-    const std::uint64_t m_limit;
+    std::uint64_t m_limit;
     std::uint64_t m_bytes = 0;  // of all blocks
     Blocks m_blocks;            // the idle ones by the time that they have been idle
     mutable std::mutex m_blocksMutex;

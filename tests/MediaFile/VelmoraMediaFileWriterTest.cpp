@@ -119,6 +119,15 @@ TEST_F(VelmoraMediaFileWriterTest, whatCannotBeWrittenLeavesTheFolderAsItWas)
         const FileSizeLimit limit(size);
         EXPECT_EQ(write(name, RGB_U8(), 2, 3), "Failed to write file: File too large");
     }
+    for (const auto& [fileName, reason] : {std::pair{folder.file("d"), EISDIR},
+                                           {folder.file("none/a"), ENOENT},
+                                           {folder.file("fifo"), 0}})
+        try {
+            writer.write(wideFileName(fileName), Velmora::FullFrame(RGB_U8(), 1, 1));
+            ADD_FAILURE() << fileName;
+        } catch (const MediaFileAccessException& error) {
+            EXPECT_EQ(error.reason().value(), reason);
+        }
     writer = VelmoraMediaFileWriter([](const std::wstring& fileName) {
         auto created = std::make_unique<AtomicFile>(fileName);
         fs::create_directory(narrowFileName(fileName).value());

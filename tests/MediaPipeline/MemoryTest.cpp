@@ -56,7 +56,7 @@ TEST(SelfPruningMemoryPool, keepsItsRulesInARandomSequence)
 
 TEST(BoundedMemoryPool, keepsItsRulesInARandomSequence)
 {
-    constexpr std::uint64_t limit = 1000;
+    std::uint64_t limit = 1000;
     {
         BoundedMemoryPool<CountingResource> pool(limit);
         std::map<IMemoryResource*, std::uint64_t> lent;                // with their sizes
@@ -65,7 +65,10 @@ TEST(BoundedMemoryPool, keepsItsRulesInARandomSequence)
         std::mt19937 random(5);
         for (int step = 0; step < 20000; ++step) {
             SCOPED_TRACE(step);
-            if (random() % 2 && !lent.empty()) {
+            if (random() % 50 == 0) {
+                limit = random() % 2000;
+                pool.setLimit(limit);
+            } else if (random() % 2 && !lent.empty()) {
                 const auto chosen = std::next(lent.begin(), random() % lent.size());
                 idle.push_back(*chosen);
                 lent.erase(chosen);
