@@ -103,12 +103,11 @@ FrameFormat storedFormat(const OIIO::ImageSpec& description)
             has16Bits ? description.get_int_attribute(bitsAttribute, allBits) : allBits,
             description.nchannels == 4);
     }
+    if (const auto format = MediaConversion::mediaFormat(name))
+        return *format;
     std::string names;
-    for (const auto& [code, format] : MediaConversion::mediaFormatCodes()) {
-        if (name == shortName(format))
-            return format;
-        names += (names.empty() ? "" : ", ") + shortName(format);
-    }
+    for (const auto& each : MediaConversion::mediaFormatNames())
+        names += (names.empty() ? "" : ", ") + each;
     fail(formatAttribute, " is ", name, "; media files have ", names);
 }
 

@@ -30,12 +30,11 @@ FrameFormat formatToRead(const FrameFormat& stored, Reading reading, bool withAl
 
 FrameFormat formatNamed(const std::string& name)
 {
+    if (const auto format = MediaConversion::mediaFormat(name))
+        return *format;
     std::string names;
-    for (const auto& [code, format] : MediaConversion::mediaFormatCodes()) {
-        if (shortName(format) == name)
-            return format;
-        names += (names.empty() ? "" : ", ") + shortName(format);
-    }
+    for (const auto& each : MediaConversion::mediaFormatNames())
+        names += (names.empty() ? "" : ", ") + each;
     throw std::invalid_argument("format is '" + name + "'; one of " + names + " is needed");
 }
 
@@ -136,14 +135,7 @@ ConvertedFile readConverted(const std::string& fileName, const FrameFormat& form
     OpenFile file(fileName);
     const auto [media, frame, stored] = file.facts();
     return {MediaConversion::convert(file.read(), format),
-            {.magic = media.magic,
-             .headerByte0 = media.headerByte0,
-             .headerByte1 = media.headerByte1,
-             .headerRevision = media.headerRevision,
-             .headerByte3 = media.headerByte3,
-             .frameField1 = frame.frameField1,
-             .width = media.width,
-             .height = media.height}};
+            MediaConversion::mediaFileOptions(media, frame)};
 }
 
 void writeConverted(const std::string& fileName, const ConvertedFile& file)

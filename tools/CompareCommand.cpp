@@ -1,3 +1,4 @@
+#include "MediaConversion/MediaFile/Headers.h"
 #include "tools/Commands.h"
 #include "tools/Comparison.h"
 #include "tools/Conversion.h"
@@ -260,7 +261,8 @@ std::vector<Pair> planned(const Options& options)
     auto pairs =
         options.format.empty()
             ? pairsOf(options.files[0], options.files[1], options.frames)
-            : pairsWithFormat(options.files[0], *mediaFormat(options.format), options.frames);
+            : pairsWithFormat(options.files[0], *MediaConversion::mediaFormat(options.format),
+                              options.frames);
     if (!options.heatMap.empty()) {
         if (!isFolderName(options.heatMap) && !findPictureType(extensionOf(options.heatMap)))
             throw UsageError(options.heatMap + ": files of this kind are not written");
@@ -321,7 +323,7 @@ The exit status is 1 as well when a difference is larger than the tolerance, whe
 different sizes and when a frame has no counterpart.
 
 Formats:
-)" + listed(mediaFormatNames());
+)" + listed(MediaConversion::mediaFormatNames());
 }
 
 }
@@ -334,7 +336,8 @@ Command compare()
         .arguments = withJobArguments(
             {required({"A", "A [B]", &options->files, "what is compared"}),
              {"--against", "FORMAT", &options->format,
-              "compare A with what this format of media files makes of it", mediaFormatNames()},
+              "compare A with what this format of media files makes of it",
+              MediaConversion::mediaFormatNames()},
              {"-t,--tolerance", "N", &options->tolerance,
               "the largest difference that is let pass (default: 0)"},
              {"-o,--output", "HEATMAP", &options->heatMap,

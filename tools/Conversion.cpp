@@ -141,22 +141,6 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
 
 }
 
-std::vector<std::string> mediaFormatNames()
-{
-    std::vector<std::string> names;
-    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-        names.push_back(shortName(format));
-    return names;
-}
-
-std::optional<FrameFormat> mediaFormat(const std::string& name)
-{
-    for (const auto& [code, format] : MediaConversion::mediaFormatCodes())
-        if (name == shortName(format))
-            return format;
-    return std::nullopt;
-}
-
 void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
 {
     // A media file keeps the frame that it has, of which hosts show the picture.

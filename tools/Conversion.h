@@ -30,10 +30,6 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
 // Whether a folder of this name exists, or the name ends as that of a folder does.
 bool isFolderName(const std::string& name);
 
-// The formats of media files as people ask for them, and the one of such a name.
-std::vector<std::string> mediaFormatNames();
-std::optional<Velmora::FrameFormat> mediaFormat(const std::string& name);
-
 // What the user asks for. The rest follows from the file that is converted.
 struct WantedResult
 {

@@ -1,3 +1,4 @@
+#include "MediaConversion/MediaFile/Headers.h"
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
 #include "tools/Files.h"
@@ -61,14 +62,14 @@ of it, or has less than a thousandth of its bytes: its size is then a mere claim
   zeq convert --to dpx --skip-existing *.zeq dpx/
 
 Formats:
-)" + listed(mediaFormatNames()) +
+)" + listed(MediaConversion::mediaFormatNames()) +
            "\n\nKinds of files:\n" + listed(extensions());
 }
 
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
-    wanted.format = mediaFormat(options.format);
+    wanted.format = MediaConversion::mediaFormat(options.format);
     for (const auto& depth : Imaging::sampleDepths)
         if (options.depth == depth.name)
             wanted.depth = depth.depth;
@@ -139,7 +140,7 @@ Command convert()
             {required({"FILE", "FILE... OUTPUT", &options->files,
                        "what is converted, and what it becomes"}),
              {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
-              mediaFormatNames()},
+              MediaConversion::mediaFormatNames()},
              {"-d,--depth", "DEPTH", &options->depth,
               "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
              {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",

@@ -31,6 +31,22 @@ namespace {
 
 }
 
+std::vector<std::string> mediaFormatNames()
+{
+    std::vector<std::string> names;
+    for (const auto& [code, format] : mediaFormatCodes())
+        names.push_back(shortName(format));
+    return names;
+}
+
+std::optional<Velmora::FrameFormat> mediaFormat(const std::string& name)
+{
+    for (const auto& [code, format] : mediaFormatCodes())
+        if (name == shortName(format))
+            return format;
+    return std::nullopt;
+}
+
 std::string_view toString(MediaFileMagic magic)
 {
     return magic == MediaFileMagic::ZeqZ ? "zeqZ" : "zeq ";

@@ -87,6 +87,10 @@ private:
 // stand; their bits have no meaning of their own.
 const std::map<std::uint32_t, Velmora::FrameFormat>& mediaFormatCodes();
 
+// Their short names, and the format that has such a name, if one does.
+std::vector<std::string> mediaFormatNames();
+std::optional<Velmora::FrameFormat> mediaFormat(const std::string& name);
+
 // A code as messages show it: in lower case, without a prefix, filled with zeros to four digits.
 inline std::string hexadecimal(std::uint32_t code)
 {
