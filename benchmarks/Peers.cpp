@@ -158,7 +158,10 @@ bool Peer::isBeside(const Conversion& conversion) const
 std::pair<double, double> qualityOf(const Peer& peer)
 {
     const auto source = photograph(peer.source);
-    const auto ours = pictureOf(peer.destination, converted(peer.source, source, peer.destination));
+    OurWork work({peer.source, peer.destination},
+                 [&] { return Velmora::frameOver(peer.source, source); });
+    work.run();
+    const auto ours = pictureOf(peer.destination, work.result());
     const auto theirs = peer.create(source, 1);
     theirs.run();
     if (!Velmora::PackedFormatCvTypes().contains(peer.destination))

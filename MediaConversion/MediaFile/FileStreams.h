@@ -99,12 +99,18 @@ public:
 int openRegularFile(const char* fileName, int flags);
 
 // The standard file buffer, but for how it opens: regular files only, and without waiting for any
-// other, and for this process alone.
+// other, and for this process alone. Large reads take two threads.
 class FileBuffer final : public std::filebuf
 {
 public:
     // Null when that fails, or when a file is open already.
     FileBuffer* open(const char* fileName, std::ios_base::openmode mode);
+
+protected:
+    std::streamsize xsgetn(char* destination, std::streamsize count) override;
+
+private:
+    int m_descriptor = -1;
 };
 
 // False for what exists and is no regular file. A first look, so that no device is touched: what is

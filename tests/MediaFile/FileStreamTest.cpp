@@ -145,6 +145,39 @@ TEST(FileStream, opensFilesInAllModesOfStandardStreams)
         }
 }
 
+// Two threads read what is large; where they fail, the standard buffer reads it.
+TEST(FileStream, readsLargePiecesWhateverThreadsDo)
+{
+    const TemporaryFolder folder;
+    const auto bytes = noise(17 << 20 | 77);
+    writeFile(folder.file("large"), bytes);
+    std::vector<char> memory(20 << 20);
+    for (const char* const failing : {"", "pread"})
+        for (const int error : {EINTR, EIO})
+            for (const std::size_t offset : {0, 38, 5 << 20})
+                for (const std::size_t count : {8 << 20, 12 << 20 | 1, 19 << 20}) {
+                    FileStream stream;
+                    stream.open(folder.file("large"), input);
+                    char first;
+                    stream.read(&first, 1);  // the buffer has more than was asked for
+                    stream.seek(static_cast<std::streampos>(offset));
+                    std::ranges::fill(memory, '?');
+                    systemCalls = {.failing = failing, .error = error, .areRecorded = true};
+                    systemCalls.before = count % 2;
+                    stream.read(memory.data(), static_cast<std::streamsize>(count));
+                    systemCalls = {};
+                    const auto expected = bytes.substr(offset, count);
+                    ASSERT_EQ(static_cast<std::size_t>(stream.gcount()), expected.size());
+                    ASSERT_TRUE(std::equal(expected.begin(), expected.end(), memory.begin()))
+                        << failing << ' ' << offset << ' ' << count;
+                    ASSERT_EQ(memory[expected.size()], '?');
+                    ASSERT_EQ(stream.eof(), expected.size() < count);
+                    stream.clear();
+                    ASSERT_EQ(std::streamoff(stream.tell()),
+                              static_cast<std::streamoff>(offset + expected.size()));
+                }
+}
+
 // Every way for the bytes to take: through the stream's own block, straight to aligned memory, and
 // both in one read, with and without the operating system's cache.
 TEST(DirectFileStream, readsTheSameBytesWhateverIsAligned)

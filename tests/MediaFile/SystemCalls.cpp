@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstddef>
+#include <mutex>
 
 namespace {
 
@@ -13,8 +14,12 @@ auto make(const std::string& name, Call call) -> decltype(call())
 {
     if (!systemCalls.areRecorded)
         return call();
+    static std::mutex mutex;
+    std::unique_lock lock(mutex);
     systemCalls.names += name + " ";
-    if (name != systemCalls.failing || systemCalls.before-- != 0)
+    const bool isMade = name != systemCalls.failing || systemCalls.before-- != 0;
+    lock.unlock();
+    if (isMade)
         return call();
     if (name == "close")
         call();  // which closes in any case
