@@ -167,7 +167,9 @@ TEST_F(Compare, drawsAMapOfTheDifferences)
     write("a.exr", TypeDesc::FLOAT, {0, 0, 0, 0, 0, 0});
     write("b.exr", TypeDesc::FLOAT, {0, 0, 0, 0, 2, 1});
     EXPECT_EQ(run("zeq compare a.exr b.exr -o heat.png"), 1);
-    const auto [description, samples] = readPicture("heat.png");
+    const auto map = readPicture("heat.png");
+    const auto& description = map.first;
+    const auto& samples = map.second;
     ASSERT_EQ(description.width, 480);
     EXPECT_GT(description.height, 240 + 60);
     const auto brightness = [&](int column, int row) {
