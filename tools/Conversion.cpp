@@ -9,6 +9,7 @@
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 
+#include <sys/stat.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
@@ -34,6 +35,39 @@ fs::path identity(const std::string& name)
     return error ? fs::path(name) : identity;
 }
 
+// The device and the number that all links to a file share; nothing where there is no file.
+using FileNumber = std::pair<dev_t, ino_t>;
+
+std::optional<FileNumber> fileNumber(const std::string& name)
+{
+    struct stat status;
+    return ::stat(name.c_str(), &status) == 0
+               ? std::optional(FileNumber(status.st_dev, status.st_ino))
+               : std::nullopt;
+}
+
+}
+
+InputNames::InputNames(const std::vector<InputFile>& inputs)
+{
+    for (const auto& input : inputs) {
+        m_byPath.emplace(identity(input.name), input.name);
+        if (const auto number = fileNumber(input.name))
+            m_byNumber.emplace(*number, input.name);
+    }
+}
+
+std::optional<std::string> InputNames::sameAs(const std::string& output) const
+{
+    if (const auto input = m_byPath.find(identity(output)); input != m_byPath.end())
+        return input->second;
+    const auto number = fileNumber(output);
+    const auto input = number ? m_byNumber.find(*number) : m_byNumber.end();
+    return input == m_byNumber.end() ? std::nullopt : std::optional(input->second);
+}
+
+namespace {
+
 // How an input's name becomes that of its output.
 std::function<std::string(const InputFile&)> naming(const std::string& output,
                                                     const std::string& extension)
@@ -58,26 +92,24 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
                                         const std::string& output, const std::string& extension)
 {
     const auto outputOf = naming(output, extension);
-    std::map<fs::path, std::string> inputNames;
-    for (const auto& input : inputs)
-        inputNames.emplace(identity(input.name), input.name);
+    const InputNames inputNames(inputs);
 
     std::vector<Conversion> conversions;
-    std::map<fs::path, std::string> taken;  // the outputs and the inputs that they are made of
+    std::map<fs::path, std::string> taken;  // the outputs and what they are made of
     for (const auto& input : inputs) {
         if (!input.problem.empty()) {
             conversions.push_back({input});
             continue;
         }
         const auto& conversion = conversions.emplace_back(Conversion{input, outputOf(input)});
-        const auto target = identity(conversion.output);
-        const auto [entry, isFirst] = taken.emplace(target, input.name);
-        if (!isFirst)
-            throw UsageError(entry->second + " and " + input.name + " would both become " +
-                             conversion.output);
-        if (const auto other = inputNames.find(target);
-            other != inputNames.end() && target != identity(input.name))
-            throw UsageError(input.name + " would overwrite the input " + other->second);
+        const auto& target = conversion.output;
+        if (const auto [entry, isFirst] = taken.emplace(identity(target), input.name); !isFirst)
+            throw UsageError(entry->second + " and " + input.name + " would both become " + target);
+        const auto overwritten = inputNames.sameAs(target);
+        if (overwritten == input.name)
+            throw UsageError(input.name + " would be overwritten by its output " + target);
+        if (overwritten)
+            throw UsageError(input.name + " would overwrite the input " + *overwritten);
     }
     return conversions;
 }

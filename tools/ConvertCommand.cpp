@@ -45,7 +45,8 @@ std::string description()
 {
     return sequencesText + R"(
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
-their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete.
+their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete;
+one that is an input, by whatever name, is refused.
 
 Values are kept as they are stored: no colour conversion, no multiplication by alpha. Without
 --depth a picture gets one that loses nothing, or is refused. Without --format a media file is

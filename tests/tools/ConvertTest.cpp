@@ -140,12 +140,44 @@ TEST_F(Convert, keepsThePicturesWindowAndWhatAMediaFileSaysBesideItsFrame)
     file.frameField1 = 0x1234;
     file.frameWidth = 2;
     writeFile(folder.file("a.zeq"), file.bytes());
-    runWell("zeq convert a.zeq b.zeq -f bgr-u8; zeq convert a.zeq ./a.zeq; zeq info a.zeq b.zeq");
+    runWell("zeq convert a.zeq b.zeq -f bgr-u8; zeq convert a.zeq c.zeq; zeq info c.zeq b.zeq");
     EXPECT_THAT(output, ContainsRegex("(\nwidth: 3\nheight: 1\nframeWidth: 2\n.*zeqZ.*9\n"
                                       "frameField1: 4660\n.*){2}"));
     EXPECT_EQ(frameData("b.zeq"), "cbafed");
     runWell("zeq convert b.zeq b.png");
     EXPECT_THAT(readPicture("b.png").second, AllOf(SizeIs(9), Contains(0.f).Times(3)));
+}
+
+// An input has as many names as there are links and folders.
+TEST_F(Convert, overwritesNoInputByAnyOfItsNames)
+{
+    runWell(
+        "mkdir d e; cp $samples/coffee.zeq-422.zeq d/s.1.zeq; cp d/s.1.zeq d/s.2.zeq; "
+        "zeq convert -q d/s.1.zeq d/p.png; ln -s ../d/s.1.zeq e/t.1.zeq; ln d/s.2.zeq e/t.2.zeq; "
+        "ln -s d f; md5sum d/*");
+    const auto before = output;
+    const std::pair<Name, Name> cases[] = {
+        // clang-format off
+        {"convert d/s.1.zeq d/s.1.zeq",        "d/s.1.zeq would be overwritten by its output d/s.1.zeq"},
+        {"convert d/s.1.zeq d/../d//s.1.zeq",  "d/s.1.zeq would be overwritten by its output d/../d//s.1.zeq"},
+        {"convert d/s.1.zeq f/s.1.zeq",        "d/s.1.zeq would be overwritten by its output f/s.1.zeq"},
+        {"convert d/s.1.zeq e/t.1.zeq",        "d/s.1.zeq would be overwritten by its output e/t.1.zeq"},
+        {"convert e/t.1.zeq d/s.1.zeq",        "e/t.1.zeq would be overwritten by its output d/s.1.zeq"},
+        {"convert d/s.#.zeq d/s.%d.zeq -f RGB-U8", "d/s.1.zeq would be overwritten by its output d/s.1.zeq"},
+        {"convert d/s.#.zeq e/t.#.zeq --frames 2", "d/s.2.zeq would be overwritten by its output e/t.2.zeq"},
+        {"convert d/s.#.zeq d -f RGB-U8",      "d/s.1.zeq would be overwritten by its output d/s.1.zeq"},
+        {"convert e/t.1.zeq e --to zeq",       "e/t.1.zeq would be overwritten by its output e/t.1.zeq"},
+        {"thumbnail d/p.png -o f",             "d/p.png would be overwritten by its output f/p.png"},
+        {"compare d/p.png d/s.1.zeq -o d/p.png", "d/p.png would be overwritten by its output d/p.png"},
+        {"sheet d/s.#.zeq d/p.png -o f/p.png", "the sheet would overwrite the input d/p.png"},
+        // clang-format on
+    };
+    for (const auto& [arguments, text] : cases) {
+        EXPECT_EQ(run("zeq " + arguments), 2) << arguments;
+        EXPECT_EQ(errors, "zeq: " + text + "\n") << arguments;
+    }
+    runWell("md5sum d/*");
+    EXPECT_EQ(output, before);
 }
 
 TEST_F(Convert, goesOnWithTheOtherFramesAndFinishesLater)
