@@ -1,5 +1,7 @@
 #pragma once
 
+#include "imaging/OutsideValues.h"
+
 #include <opencv2/core/mat.hpp>
 
 #include <algorithm>
@@ -70,6 +72,12 @@ struct PictureFacts
     std::uint64_t byteCount = 0;  // that reading takes, the stored part in float included
 };
 
+// How a picture is read.
+struct ReadingOptions
+{
+    float factor = 1;  // multiplies the colours
+};
+
 // What becomes of values above 1, which are highlights.
 enum class Highlights
 {
@@ -87,6 +95,10 @@ public:
 
     // Once only. Throws a std::exception.
     virtual Picture read(Highlights highlights) = 0;
+
+    // What was outside 0 to 1 of the shown part of the picture that was read, before its highlights
+    // were limited.
+    virtual const OutsideValues& outside() const = 0;
 };
 
 // The part of a picture that is both stored and shown.

@@ -10,6 +10,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -128,7 +129,7 @@ void checkClaim(const OIIO::ImageSpec& description, std::uint64_t fileSize)
 class PictureFile final : public IPictureFile
 {
 public:
-    explicit PictureFile(const std::string& fileName)
+    PictureFile(const std::string& fileName, const ReadingOptions& options) : m_options(options)
     {
         const auto fileSize = sizeOf(fileName);
         OIIO::ImageSpec asStored;
@@ -162,6 +163,9 @@ public:
                 failToRead(m_input->geterror());
             forEachRow(first, end, [&](int row) {
                 order(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+                if (m_options.factor != 1)
+                    scaleColours(pixels.ptr<cv::Vec4f>(row), pixels.cols, m_options.factor);
+                countOutside(pixels, row);
                 if (highlights == Highlights::limited)
                     limitHighlights(pixels.ptr<cv::Vec4f>(row), pixels.cols);
             });
@@ -170,7 +174,23 @@ public:
                 m_facts.depth, m_facts.hasAlpha};
     }
 
+    const OutsideValues& outside() const override { return m_outside; }
+
 private:
+    // Whole numbers are never outside, and what is not shown does not count.
+    void countOutside(const cv::Mat& pixels, int row)
+    {
+        const auto stored = data();
+        const auto shown = stored & window();
+        const bool isShown = shown.y <= stored.y + row && stored.y + row < shown.br().y;
+        if (!isShown || (!factsOf(m_facts.depth).isFloat && m_options.factor == 1))
+            return;
+        OutsideValues outside;
+        outside.add(pixels.ptr<cv::Vec4f>(row, shown.x - stored.x), shown.width);
+        const std::lock_guard lock(m_outsideMutex);
+        m_outside.add(outside);
+    }
+
     cv::Rect data() const
     {
         const auto& description = m_input->spec();
@@ -213,7 +233,10 @@ private:
     }
 
     std::unique_ptr<OIIO::ImageInput> m_input;
+    const ReadingOptions m_options;
     PictureFacts m_facts;
+    OutsideValues m_outside;
+    std::mutex m_outsideMutex;
 };
 
 OIIO::TypeDesc sampleType(const DepthFacts& depth)
@@ -291,9 +314,10 @@ void writeHostPicture(const HostPicture& picture, const std::string& fileName, S
 
 }
 
-std::unique_ptr<IPictureFile> openPicture(const std::string& fileName)
+std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
+                                          const ReadingOptions& options)
 {
-    return std::make_unique<PictureFile>(fileName);
+    return std::make_unique<PictureFile>(fileName, options);
 }
 
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)

@@ -14,7 +14,8 @@ namespace Imaging {
 
 // Opens a file of any kind that OpenImageIO reads: one channel is a grey and two are a grey and its
 // alpha. Refuses files of more than four channels and those that are too small for what they claim.
-std::unique_ptr<IPictureFile> openPicture(const std::string& fileName);
+std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
+                                          const ReadingOptions& options);
 
 // Writes a file of the kind that the name's extension asks for, with samples of the picture's depth
 // and alpha if it has any; some kinds hold a name, which is `heldName`. What whole numbers cannot

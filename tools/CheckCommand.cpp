@@ -21,12 +21,13 @@ struct Options
     JobSettings jobs;
 };
 
-void checkFile(const InputFile& input, MemoryBudget& budget)
+std::string checkFile(const InputFile& input, MemoryBudget& budget)
 {
     throwProblem(input);
     const auto file = openMediaFile(input.name);
     const auto reservation = budget.reserve(file->facts().byteCount);
     MediaConversion::convert(file->readFrame(), Velmora::Formats::BGRA_F32());
+    return {};
 }
 
 std::vector<InputFile> filesToCheck(const Options& options)
@@ -44,7 +45,8 @@ int run(const Options& options)
 {
     std::vector<Job> jobs;
     for (const auto& file : filesToCheck(options))
-        jobs.push_back({file.name, "", [file](MemoryBudget& budget) { checkFile(file, budget); }});
+        jobs.push_back(
+            {file.name, "", [file](MemoryBudget& budget) { return checkFile(file, budget); }});
     const auto failures = runJobs(jobs, options.jobs);
     if (!options.jobs.isQuiet)
         std::cout << jobs.size() << (jobs.size() == 1 ? " file" : " files") << " checked, "

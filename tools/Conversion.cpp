@@ -13,6 +13,8 @@
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -140,6 +142,68 @@ void checkSide(const char* side, int length, std::uint32_t group, const FrameFor
              group);
 }
 
+// How much of the samples, so that some are never none.
+std::string percentage(std::uint64_t count, std::uint64_t total)
+{
+    const double percent = 100 * static_cast<double>(count) / static_cast<double>(total);
+    if (percent < 0.1)
+        return "less than 0.1 %";
+    const double tenths = std::min(std::round(percent * 10), count == total ? 1000.0 : 999.0);
+    return Zeq::text(tenths / 10) + " %";
+}
+
+// The one of these channels whose value lies furthest, with its name.
+template <class Value, class IsFurther>
+std::string furthest(const std::vector<int>& channels, const Value& value, const IsFurther& further)
+{
+    constexpr std::array names = {"blue", "green", "red", "alpha"};
+    const int channel = *std::ranges::max_element(
+        channels, [&](int a, int b) { return further(value(b), value(a)); });
+    return Zeq::text(value(channel)) + " in " + names[static_cast<std::size_t>(channel)];
+}
+
+// What was cut off at 0 and 1; nothing where that was nothing.
+std::string cutOffText(const Imaging::OutsideValues& outside, cv::Size size, bool hasAlpha)
+{
+    const std::vector<int> channels = hasAlpha ? std::vector{2, 1, 0, 3} : std::vector{2, 1, 0};
+    std::uint64_t count = 0;
+    for (const int channel : channels)
+        count += outside.count(channel);
+    if (count == 0)
+        return {};
+    const auto largest = [&](int channel) { return outside.largest(channel); };
+    const auto smallest = [&](int channel) { return outside.smallest(channel); };
+    const bool isAbove = std::ranges::any_of(channels, [&](int each) { return largest(each) > 1; });
+    const bool isBelow =
+        std::ranges::any_of(channels, [&](int each) { return smallest(each) < 0; });
+    const auto total = static_cast<std::uint64_t>(size.area()) * channels.size();
+    auto text = percentage(count, total) + " of the samples were ";
+    if (!isAbove && !isBelow)
+        return text + "no numbers and became 0";
+    text += "cut off at 0 and 1";
+    if (isAbove)
+        text += ", up to " + furthest(channels, largest, std::greater());
+    if (isBelow)
+        text += ", down to " + furthest(channels, smallest, std::less());
+    return text;
+}
+
+// What of a picture that was read an output of this kind cannot hold, in words.
+std::string lossText(const IOpenFile& file, bool holdsAlpha, bool isFloat)
+{
+    const auto& facts = file.facts();
+    std::vector<std::string> losses;
+    if (!isFloat)
+        losses.push_back(cutOffText(file.outside(), facts.size, facts.hasAlpha && holdsAlpha));
+    if (facts.hasAlpha && !holdsAlpha)
+        losses.push_back("alpha was dropped");
+    std::string text;
+    for (const auto& loss : losses)
+        if (!loss.empty())
+            text += (text.empty() ? "" : "; ") + loss;
+    return text.empty() ? "" : text + " (--clip accepts that)";
+}
+
 void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,
                     MemoryBudget& budget)
 {
@@ -153,8 +217,9 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
-void writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
-                       std::optional<SampleDepth> wantedDepth, MemoryBudget& budget)
+// Gives the depth of what is written.
+SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
+                              std::optional<SampleDepth> wantedDepth, MemoryBudget& budget)
 {
     const auto& facts = file.facts();
     const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
@@ -169,6 +234,7 @@ void writeOtherPicture(IOpenFile& file, const std::string& output, const Picture
     writeOutput(output, [&](const std::string& name) {
         pictureModule().write(name, picture, std::filesystem::path(output).filename());
     });
+    return depth;
 }
 
 }
@@ -199,21 +265,23 @@ void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
     checkSide("high", size.height, format.pixelPacking.rowsPerGroup, format);
 }
 
-void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
+std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
+                        MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input.name);
+    const auto file = openFile(conversion.input.name, wanted.reading);
     const auto extension = extensionOf(conversion.output);
     if (extension == "zeq") {
         const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
-    } else {
-        const auto& type = *findPictureType(extension);
-        writeOtherPicture(*file, conversion.output, type, wanted.depth, budget);
+        return wanted.isLossAccepted ? "" : lossText(*file, hasAlpha(format.colourspace), false);
     }
+    const auto& type = *findPictureType(extension);
+    const auto depth = writeOtherPicture(*file, conversion.output, type, wanted.depth, budget);
+    return wanted.isLossAccepted ? "" : lossText(*file, type.holdsAlpha, factsOf(depth).isFloat);
 }
 
 std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
-                           const std::function<void(const Conversion&, MemoryBudget&)>& make)
+                           const std::function<std::string(const Conversion&, MemoryBudget&)>& make)
 {
     std::vector<Job> jobs;
     jobs.reserve(conversions.size());
@@ -222,7 +290,7 @@ std::size_t runConversions(const std::vector<Conversion>& conversions, const Job
         jobs.push_back(
             {input.name, input.name + " -> " + conversion.output, [&](MemoryBudget& budget) {
                  throwProblem(input);
-                 make(conversion, budget);
+                 return make(conversion, budget);
              }});
     }
     removeUnfinishedFilesOnSignals();

@@ -58,6 +58,8 @@ struct WantedResult
 {
     std::optional<Velmora::FrameFormat> format;  // of a media file
     std::optional<Imaging::SampleDepth> depth;   // of any other picture
+    ReadingOptions reading = {};
+    bool isLossAccepted = false;  // nothing is to be said of what the output cannot hold
 };
 
 // Throws a std::runtime_error when a media file of this format cannot hold the picture, of which it
@@ -65,13 +67,17 @@ struct WantedResult
 void checkCanBeHeld(const IOpenFile& file, const Velmora::FrameFormat& format);
 
 // Makes one file of another: a media file where the output's extension is zeq, else a picture of
-// that kind. The output is written whole or not at all. Throws a std::exception.
-void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget);
+// that kind. The output is written whole or not at all. Gives what the output cannot hold of the
+// picture, in words, unless that is accepted. Throws a std::exception.
+std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
+                        MemoryBudget& budget);
 
-// Makes the outputs by this function, several at once, and names the inputs that fail. Gives their
-// number. Unfinished outputs are removed when a signal ends the program.
-std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
-                           const std::function<void(const Conversion&, MemoryBudget&)>& make);
+// Makes the outputs by this function, several at once, and names the inputs that fail and those of
+// which the function says something. Gives the number of failures. Unfinished outputs are removed
+// when a signal ends the program.
+std::size_t runConversions(
+    const std::vector<Conversion>& conversions, const JobSettings& settings,
+    const std::function<std::string(const Conversion&, MemoryBudget&)>& make);
 
 // Throws a UsageError when no file of this name can be written.
 void checkOutputName(const std::string& fileName, const WantedResult& wanted);

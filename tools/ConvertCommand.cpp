@@ -4,6 +4,8 @@
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 
+#include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -21,7 +23,10 @@ struct Options
     std::string format;
     std::string depth;
     std::string extension;
+    std::string exposure;
+    double scale = 1;
     bool skipsExisting = false;
+    bool clips = false;
     JobSettings jobs;
 };
 
@@ -54,16 +59,38 @@ RGB-U8, or RGBA-U8 with alpha; of a picture of more than 8 bits it is RGB-DPX-FI
 and RGB-SMPTE-2110, 12 bits, for more, and with alpha ZEQ-4224-HYBRID, 12 bits, which halves the
 horizontal resolution of the colours.
 
+Media files and whole numbers hold values from 0 to 1; half and float, which EXR and TIFF files may
+have, hold all. Of media files RGBA-U8, BGRA-U8 and ZEQ-4224-HYBRID hold alpha, of other files all
+but JPEG and BMP. What an output cannot hold is cut off at 0 and 1, what is no number becomes 0, and
+alpha is dropped. A file that loses anything by that is named on the error stream, also with --quiet,
+with the part of its samples and how far they reach, and --clip accepts it without a word.
+
+--scale and --exposure bring values in before that: they multiply red, green and blue, and not alpha,
+of the file as floats, before anything is cut off or rounded. Where these are linear light, as in
+most EXR files, that is a change of exposure; other values are multiplied as they are, too.
+
 A picture that is larger than 8192 x 4320 is refused when its file stores less than a pixel in 16
 of it, or has less than a thousandth of its bytes: its size is then a mere claim.
 
   zeq convert shot.####.zeq png/shot.####.png
   zeq convert --format ZEQ-422 --frames 1001-1100 shot.%04d.exr media/shot.%04d.zeq
+  zeq convert --exposure -2.5 render.exr plate.zeq
   zeq convert --to dpx --skip-existing *.zeq dpx/
 
 Formats:
 )" + listed(mediaFormatNames()) +
            "\n\nKinds of files:\n" + listed(extensions());
+}
+
+double stopsOf(const std::string& exposure)
+{
+    constexpr double most = 32;
+    double stops = 0;
+    const auto* const end = exposure.data() + exposure.size();
+    const auto [stop, error] = std::from_chars(exposure.data(), end, stops);
+    if (!exposure.empty() && (error != std::errc() || stop != end || !(std::abs(stops) <= most)))
+        throw UsageError("--exposure: " + exposure + " is no number from -32 to 32, like -2.5");
+    return stops;
 }
 
 WantedResult wantedResult(const Options& options)
@@ -73,6 +100,9 @@ WantedResult wantedResult(const Options& options)
     for (const auto& depth : Imaging::sampleDepths)
         if (options.depth == depth.name)
             wanted.depth = depth.depth;
+    wanted.reading.factor =
+        static_cast<float>(options.scale * std::exp2(stopsOf(options.exposure)));
+    wanted.isLossAccepted = options.clips;
     return wanted;
 }
 
@@ -120,7 +150,7 @@ int run(const Options& options)
         return options.skipsExisting && exists(conversion.output);
     });
     const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
-        convertFile(conversion, wanted, budget);
+        return convertFile(conversion, wanted, budget);
     };
     const auto failures = runConversions(plan, options.jobs, make);
     if (!options.jobs.isQuiet && plan.size() + skipped > 1)
@@ -145,6 +175,12 @@ Command convert()
               "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
              {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
               extensions()},
+             {"--scale", "FACTOR", &options->scale,
+              "multiply red, green and blue by this number before they are converted"},
+             {"--exposure", "STOPS", &options->exposure,
+              "the same in stops: 1 doubles the values, -1 halves them"},
+             {"--clip", "", &options->clips,
+              "accept that values are cut off and alpha is dropped: do not say so"},
              framesArgument(options->frames),
              {"--skip-existing", "", &options->skipsExisting,
               "leave outputs that exist as they are"}},

@@ -180,6 +180,60 @@ TEST_F(Convert, overwritesNoInputByAnyOfItsNames)
     EXPECT_EQ(output, before);
 }
 
+// By how much, and of which channel; what lies outside the window does not count.
+TEST_F(Convert, saysOnceAFileWhatItsOutputCannotHold)
+{
+    OIIO::ImageSpec inWindow(2, 2, 4, TypeDesc::FLOAT);
+    inWindow.full_width = inWindow.full_height = 2;
+    inWindow.x = -1;
+    writePicture("a.exr", inWindow, {9, 9, 9, 9, 2, 0.5f, 0, 1, 9, 9, 9, 9, 1, 1, -0.5f, 3});
+    writePicture("b.exr", {1, 1, 3, TypeDesc::HALF}, {1, 0, 0.5f});
+    writePicture("c.exr", {1, 1, 3, TypeDesc::FLOAT}, {1, NAN, 0.5f});
+    writePicture("d.exr", {40, 30, 3, TypeDesc::FLOAT}, std::vector<float>(3600, 0.5f));
+    auto samples = std::vector<float>(3600, 0.5f);
+    samples[1] = HUGE_VALF;
+    writePicture("e.exr", {40, 30, 3, TypeDesc::FLOAT}, samples);
+    const Name accepted = " (--clip accepts that)\n";
+    const std::tuple<Name, Name> cases[] = {
+        // clang-format off
+        {"a.exr o.zeq",                "a.exr: 18.8 % of the samples were cut off at 0 and 1, up to 3 in alpha, down to -0.5 in blue"},
+        {"a.exr o.zeq -f RGB-U8 -q",   "a.exr: 16.7 % of the samples were cut off at 0 and 1, up to 2 in red, down to -0.5 in blue; alpha was dropped"},
+        {"a.exr o.png -d 16",          "a.exr: 18.8 % of the samples were cut off at 0 and 1, up to 3 in alpha, down to -0.5 in blue"},
+        {"a.exr o.jpg -d 8 --scale .5", "a.exr: 8.3 % of the samples were cut off at 0 and 1, down to -0.25 in blue; alpha was dropped"},
+        {"a.exr o.jpg -d 8 --clip",    ""},
+        {"a.exr o.exr",                ""},
+        {"a.exr o.tif",                ""},
+        {"b.exr o.png -d 8",            ""},
+        {"b.exr o.png -d 8 --exposure 1",   "b.exr: 33.3 % of the samples were cut off at 0 and 1, up to 2 in red"},
+        {"c.exr o.png -d 8",                "c.exr: 33.3 % of the samples were no numbers and became 0"},
+        {"e.exr o.zeq",                "e.exr: less than 0.1 % of the samples were cut off at 0 and 1, up to inf in green"},
+        {"$samples/coffee.rgba-u8.zeq o.zeq -f BGRA-U8", ""},
+        // clang-format on
+    };
+    for (const auto& [arguments, text] : cases) {
+        runWell("zeq convert " + arguments);
+        EXPECT_EQ(errors, text.empty() ? "" : "zeq: " + text + accepted) << arguments;
+    }
+    runWell("zeq convert --to png -d 16 [bde].exr o/ --scale 3");
+    EXPECT_EQ(std::ranges::count(errors, '\n'), 3) << errors;
+}
+
+// Alpha stays as it is, and whole numbers are multiplied as well.
+TEST_F(Convert, multipliesColoursBeforeTheyAreRounded)
+{
+    writePicture("a.exr", {1, 1, 4, TypeDesc::FLOAT}, {4, 2, 0.5f, 0.5f});
+    runWell(
+        "zeq convert a.exr a.zeq -f rgba-u8 --exposure -2 && "
+        "zeq convert a.zeq b.zeq -f rgba-u8 --scale 0.5 && "
+        "zeq convert a.zeq c.exr --scale 4 --exposure=-.5");
+    EXPECT_EQ(frameData("a.zeq"), "\xFF\x80\x20\x80");
+    EXPECT_EQ(frameData("b.zeq"), "\x80\x40\x10\x80");
+    const float factor = 4 * std::sqrt(0.5f);
+    EXPECT_THAT(
+        readPicture("c.exr").second,
+        Pointwise(FloatNear(1e-4f), {factor, factor * 128 / 255, factor * 32 / 255, 128 / 255.f}));
+}
+
 TEST_F(Convert, goesOnWithTheOtherFramesAndFinishesLater)
 {
     runWell("for n in 1 2 4; do cp $samples/coffee.rgb-u8.zeq s.000$n.zeq; done");

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <opencv2/core/matx.hpp>
+
+#include <array>
+#include <cstdint>
+
+namespace Imaging {
+
+// What a file that holds values from 0 to 1 alone would lose of a picture: how many samples of each
+// channel lie outside or are no numbers, and how far.
+class OutsideValues
+{
+public:
+    // Adds pixels of blue, green, red and alpha.
+    void add(const cv::Vec4f* pixels, int count);
+
+    void add(const OutsideValues& others);
+
+    std::uint64_t count(int channel) const { return m_counts[static_cast<std::size_t>(channel)]; }
+
+    // At most 0 and at least 1, in that order.
+    float smallest(int channel) const { return m_smallest[channel]; }
+    float largest(int channel) const { return m_largest[channel]; }
+
+private:
+    std::array<std::uint64_t, 4> m_counts{};
+    cv::Vec4f m_smallest = cv::Vec4f::all(0);
+    cv::Vec4f m_largest = cv::Vec4f::all(1);
+};
+
+// Multiplies the colours, and not alpha.
+void scaleColours(cv::Vec4f* pixels, int count, float factor);
+
+}
