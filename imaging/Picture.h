@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace Imaging {
 
@@ -69,13 +71,15 @@ struct PictureFacts
     cv::Size stored;  // of the part that the file stores, as far as its headers tell
     SampleDepth depth = SampleDepth::F32;
     bool hasAlpha = false;
-    std::uint64_t byteCount = 0;  // that reading takes, the stored part in float included
+    std::vector<std::string> leftOut = {};  // the names of channels that are no part of the picture
+    std::uint64_t byteCount = 0;            // that reading takes, the stored part in float included
 };
 
 // How a picture is read.
 struct ReadingOptions
 {
-    float factor = 1;  // multiplies the colours
+    float factor = 1;        // multiplies the colours
+    std::string layer = {};  // whose channels are the picture, or one that can be told
 };
 
 // What becomes of values above 1, which are highlights.

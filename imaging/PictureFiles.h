@@ -12,8 +12,8 @@
 // line.
 namespace Imaging {
 
-// Opens a file of any kind that OpenImageIO reads: one channel is a grey and two are a grey and its
-// alpha. Refuses files of more than four channels and those that are too small for what they claim.
+// Opens a file of any kind that OpenImageIO reads. Its channels are found by their names: R, G, B
+// or Y, and A. Refuses files without those and those that are too small for what they claim.
 std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
                                           const ReadingOptions& options);
 

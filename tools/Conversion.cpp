@@ -3,6 +3,7 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/Headers.h"
+#include "imaging/ChannelNames.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/PictureModule.h"
@@ -197,6 +198,8 @@ std::string lossText(const IOpenFile& file, bool holdsAlpha, bool isFloat)
         losses.push_back(cutOffText(file.outside(), facts.size, facts.hasAlpha && holdsAlpha));
     if (facts.hasAlpha && !holdsAlpha)
         losses.push_back("alpha was dropped");
+    if (!facts.leftOut.empty())
+        losses.push_back("left out: " + Imaging::listedNames(facts.leftOut));
     std::string text;
     for (const auto& loss : losses)
         if (!loss.empty())

@@ -23,6 +23,7 @@ struct Options
     std::string format;
     std::string depth;
     std::string extension;
+    std::string layer;
     std::string exposure;
     double scale = 1;
     bool skipsExisting = false;
@@ -65,6 +66,10 @@ but JPEG and BMP. What an output cannot hold is cut off at 0 and 1, what is no n
 alpha is dropped. A file that loses anything by that is named on the error stream, also with --quiet,
 with the part of its samples and how far they reach, and --clip accepts it without a word.
 
+A picture's channels are those named R, G, B and A, or Y and A, wherever they stand in the file; of
+an EXR file with layers those of none, of the only one, or of the one in --layer. Other channels are
+left out, which is named as above.
+
 --scale and --exposure bring values in before that: they multiply red, green and blue, and not alpha,
 of the file as floats, before anything is cut off or rounded. Where these are linear light, as in
 most EXR files, that is a change of exposure; other values are multiplied as they are, too.
@@ -102,6 +107,7 @@ WantedResult wantedResult(const Options& options)
             wanted.depth = depth.depth;
     wanted.reading.factor =
         static_cast<float>(options.scale * std::exp2(stopsOf(options.exposure)));
+    wanted.reading.layer = options.layer;
     wanted.isLossAccepted = options.clips;
     return wanted;
 }
@@ -175,12 +181,13 @@ Command convert()
               "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
              {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
               extensions()},
+             {"--layer", "NAME", &options->layer,
+              "take the channels of this layer of EXR files: diffuse for diffuse.R"},
              {"--scale", "FACTOR", &options->scale,
               "multiply red, green and blue by this number before they are converted"},
              {"--exposure", "STOPS", &options->exposure,
               "the same in stops: 1 doubles the values, -1 halves them"},
-             {"--clip", "", &options->clips,
-              "accept that values are cut off and alpha is dropped: do not say so"},
+             {"--clip", "", &options->clips, "accept without a word what the output cannot hold"},
              framesArgument(options->frames),
              {"--skip-existing", "", &options->skipsExisting,
               "leave outputs that exist as they are"}},

@@ -79,6 +79,7 @@ TEST_F(Convert, choosesAFormatAndTakesGreysAlphaAndStrangeNumbersAsTheyAre)
         // file    type    pixel, twice                       asked  format             data of a pixel, if told
         {"a.png", UINT8,  {0.2f},                            false, "RGB-U8",          {51, 51, 51}},
         {"a.png", UINT8,  {0.2f, 0.4f},                      false, "RGBA-U8",         {51, 51, 51, 102}},
+        {"a.tga", UINT8,  {0.2f, 0.4f},                      false, "RGBA-U8",         {51, 51, 51, 102}},
         {"a.png", UINT16, {0.2f, 0.4f, 0.6f},                false, "RGB-SMPTE-2110",  ""},
         {"a.exr", HALF,   {0.2f, 0.4f, 0.6f, 1.f},           false, "ZEQ-4224-HYBRID", ""},
         {"a.exr", FLOAT,  {0.2f, 0.4f, 0.6f},                false, "RGB-SMPTE-2110",  ""},
@@ -93,7 +94,10 @@ TEST_F(Convert, choosesAFormatAndTakesGreysAlphaAndStrangeNumbersAsTheyAre)
     for (const auto& [file, type, pixel, isAsked, format, data] : cases) {
         auto pixels = pixel;
         pixels.insert(pixels.end(), pixel.begin(), pixel.end());
-        writePicture(file, {2, 1, static_cast<int>(pixel.size()), type}, pixels);
+        OIIO::ImageSpec description(2, 1, static_cast<int>(pixel.size()), type);
+        if (pixel.size() == 2)
+            description.channelnames = {"Y", "A"};
+        writePicture(file, description, pixels);
         runWell("zeq convert " + file + " a.zeq" + (isAsked ? " -f " + format : ""));
         runWell("zeq info a.zeq");
         EXPECT_THAT(output, HasSubstr("format: " + format + "\n"));
@@ -216,6 +220,63 @@ TEST_F(Convert, saysOnceAFileWhatItsOutputCannotHold)
     }
     runWell("zeq convert --to png -d 16 [bde].exr o/ --scale 3");
     EXPECT_EQ(std::ranges::count(errors, '\n'), 3) << errors;
+}
+
+// Wherever they stand: OpenImageIO sorts some, and the others lie apart.
+TEST_F(Convert, takesChannelsByTheirNames)
+{
+    using Names = std::vector<Name>;
+    const auto write = [this](const Name& file, const Names& names) {
+        OIIO::ImageSpec description(3, 2, static_cast<int>(names.size()), TypeDesc::FLOAT);
+        description.channelnames = names;
+        std::vector<float> samples;
+        for (int pixel = 0; pixel < 6; ++pixel)
+            for (std::size_t channel = 0; channel < names.size(); ++channel)
+                samples.push_back(static_cast<float>(10 * (channel + 1)) / 255);
+        writePicture(file, description, samples);
+    };
+    const std::tuple<Names, Name, Name, Name> cases[] = {
+        // clang-format off
+        // channels                                  option          a pixel             left out
+        {{"R", "G", "B", "Z"},                       "",             "\x0A\x14\x1E\xFF", "Z"},
+        {{"B", "G", "R"},                            "",             "\x1E\x14\x0A\xFF", ""},
+        {{"A", "Z", "B", "u", "G", "v", "R"},        "",             "\x46\x32\x1E\x0A", "Z, u, v"},
+        {{"Y"},                                      "",             "\x0A\x0A\x0A\xFF", ""},
+        {{"A", "Y"},                                 "",             "\x14\x14\x14\x0A", ""},
+        {{"x.R", "x.G", "x.B", "x.A", "z.Z"},        "",             "\x0A\x14\x1E\x28", "z.Z"},
+        {{"R", "G", "B", "x.R", "x.G", "x.B"},       "",             "\x0A\x14\x1E\xFF", "x.R, x.G, x.B"},
+        {{"R", "G", "B", "A", "x.y.R", "x.y.G", "x.y.B"}, "--layer x.y", "\x32\x3C\x46\xFF", "R, G, B, A"},
+        {{"a.red", "a.green", "a.blue", "b.Y"},      "--layer b",    "\x28\x28\x28\xFF", "a.red, a.green, a.blue"},
+        // clang-format on
+    };
+    for (const auto& [names, option, pixel, leftOut] : cases) {
+        write("a.exr", names);
+        runWell("zeq convert a.exr a.zeq -f rgba-u8 " + option);
+        EXPECT_EQ(frameData("a.zeq").substr(0, 8), pixel + pixel) << names.front() << option;
+        for (const auto& name : {Name("Z"), Name("u, v"), leftOut})
+            EXPECT_EQ(errors.find(name) != Name::npos, leftOut.find(name) != Name::npos) << errors;
+    }
+    const std::tuple<Names, Name, Name> refused[] = {
+        // clang-format off
+        {{"u", "v"},                        "", "has the channels u, v: no R, G, B and no Y"},
+        {{"R", "G"},                        "", "has the channels R, G: no R, G, B and no Y"},
+        {{"a.R", "a.G", "a.B", "b.Y", "Z"}, "", "has the layers a, b; convert takes one with --layer"},
+        {{"R", "G", "B", "a.R", "a.G"},     "--layer a", "has the channels R, G, B, a.R, a.G: no R, G, B and no Y in a layer a"},
+        // clang-format on
+    };
+    for (const auto& [names, option, text] : refused) {
+        write("a.exr", names);
+        EXPECT_EQ(run("zeq convert a.exr b.zeq " + option), 1);
+        EXPECT_EQ(errors, "zeq: a.exr: " + text + "\n");
+    }
+    // A layer may be a part of its own.
+    runWell(
+        "oiiotool --create 2x1 3 --fill:color=1,0,0 2x1 --attrib oiio:subimagename main "
+        "--create 2x1 3 --fill:color=0,1,0 2x1 --attrib oiio:subimagename glow --siappend "
+        "-d half -o a.exr && zeq convert a.exr a.zeq -f rgb-u8 --layer glow && "
+        "zeq convert a.exr b.zeq -f rgb-u8");
+    EXPECT_EQ(frameData("a.zeq"), Name("\0\xFF\0\0\xFF\0", 6));
+    EXPECT_EQ(frameData("b.zeq"), Name("\xFF\0\0\xFF\0\0", 6));
 }
 
 // Alpha stays as it is, and whole numbers are multiplied as well.
