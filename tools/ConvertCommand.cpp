@@ -28,6 +28,7 @@ struct Options
     double scale = 1;
     bool skipsExisting = false;
     bool clips = false;
+    bool hasToBeComplete = false;
     JobSettings jobs;
 };
 
@@ -49,7 +50,8 @@ std::vector<std::string> extensions()
 
 std::string description()
 {
-    return sequencesText + R"(
+    return sequencesText + "\n" + gapsText + R"(
+
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete;
 one that is an input, by whatever name, is refused.
@@ -158,11 +160,20 @@ int run(const Options& options)
     const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
         return convertFile(conversion, wanted, budget);
     };
+    const bool namesGaps = options.hasToBeComplete || !options.jobs.isQuiet;
+    const auto missing =
+        namesGaps ? reportGaps({options.files.begin(), options.files.end() - 1}, options.frames)
+                  : 0;
     const auto failures = runConversions(plan, options.jobs, make);
-    if (!options.jobs.isQuiet && plan.size() + skipped > 1)
+    if (!options.jobs.isQuiet && plan.size() + skipped > 1) {
         std::cout << plan.size() - failures << " converted, " << skipped << " skipped, " << failures
-                  << " failed\n";
-    return failures ? ExitStatus::failure : ExitStatus::success;
+                  << " failed";
+        if (missing)
+            std::cout << ", " << missing << " missing";
+        std::cout << '\n';
+    }
+    const bool isTooFew = options.hasToBeComplete && missing;
+    return failures || isTooFew ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
@@ -189,6 +200,7 @@ Command convert()
               "the same in stops: 1 doubles the values, -1 halves them"},
              {"--clip", "", &options->clips, "accept without a word what the output cannot hold"},
              framesArgument(options->frames),
+             completeArgument(options->hasToBeComplete),
              {"--skip-existing", "", &options->skipsExisting,
               "leave outputs that exist as they are"}},
             options->jobs),
