@@ -363,15 +363,24 @@ void writeRows(const std::string& fileName, const std::string& heldName,
         failToWrite(output->geterror());
 }
 
+// The largest code of samples that OpenImageIO cuts to fewer bits than it takes, else 0. They are
+// rounded before, to values whose codes no cut changes.
+float codeThatIsCut(const DepthFacts& depth)
+{
+    return depth.isFloat || depth.bits % 8 == 0 ? 0 : static_cast<float>((1 << depth.bits) - 1);
+}
+
 // BGRA becomes RGB or RGBA.
 template <int channels>
-void storeRow(const cv::Vec4f* pixels, int count, bool replacesNoNumbers, float* samples)
+void storeRow(const cv::Vec4f* pixels, int count, const DepthFacts& depth, float* samples)
 {
     constexpr std::array<int, 4> order = {2, 1, 0, 3};
+    const float largestCode = codeThatIsCut(depth);
     for (const auto* pixel = pixels; pixel != pixels + count; ++pixel)
         for (int channel = 0; channel < channels; ++channel) {
             const float value = (*pixel)[order[static_cast<std::size_t>(channel)]];
-            *samples++ = replacesNoNumbers && std::isnan(value) ? 0 : value;
+            const float number = !depth.isFloat && std::isnan(value) ? 0 : value;
+            *samples++ = largestCode > 0 ? std::round(number * largestCode) / largestCode : number;
         }
 }
 
@@ -394,7 +403,7 @@ std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)
 {
     const std::ptrdiff_t channels = picture.hasAlpha ? 4 : 3;
-    const bool isFloat = factsOf(picture.depth).isFloat;
+    const auto& depth = factsOf(picture.depth);
     const auto store = picture.hasAlpha ? storeRow<4> : storeRow<3>;
     const auto [pixels, place] = shownPart(picture);
     writeRows<float>(fileName, heldName,
@@ -403,7 +412,7 @@ void writePicture(const std::string& fileName, const Picture& picture, const std
                          if (shown.size() != picture.size)
                              std::fill_n(samples, picture.size.width * channels, 0.f);
                          if (place.y <= row && row < place.br().y)
-                             store(shown.ptr<cv::Vec4f>(row - place.y), place.width, !isFloat,
+                             store(shown.ptr<cv::Vec4f>(row - place.y), place.width, depth,
                                    samples + place.x * channels);
                      });
 }

@@ -18,8 +18,8 @@ std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
                                           const ReadingOptions& options);
 
 // Writes a file of the kind that the name's extension asks for, with samples of the picture's depth
-// and alpha if it has any; some kinds hold a name, which is `heldName`. What whole numbers cannot
-// hold is cut off at 0 and 1, and what is no number becomes 0. Fails also when the file cannot hold
+// and alpha if it has any; some kinds hold a name, which is `heldName`. Whole numbers are rounded to
+// the nearest; what they cannot hold is cut off at 0 and 1, and what is no number becomes 0. Fails also when the file cannot hold
 // samples of this depth.
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName);
 

@@ -184,6 +184,31 @@ TEST_F(Convert, overwritesNoInputByAnyOfItsNames)
     EXPECT_EQ(output, before);
 }
 
+// In every kind and depth, by values between its codes.
+TEST_F(Convert, roundsToTheNearestCode)
+{
+    constexpr int width = 4096;
+    std::vector<float> samples;
+    for (int sample = 0; sample < 3 * width; ++sample)
+        samples.push_back(static_cast<float>(sample) / (3 * width - 1));
+    writePicture("a.exr", {width, 1, 3, TypeDesc::FLOAT}, samples);
+    const std::pair<Name, int> cases[] = {{"dpx", 8}, {"dpx", 10}, {"dpx", 12}, {"dpx", 16},
+                                          {"png", 8}, {"png", 16}, {"tif", 8},  {"tif", 16},
+                                          {"tga", 8}, {"bmp", 8}};
+    for (const auto& [kind, bits] : cases) {
+        const auto file = "a." + kind;
+        runWell("zeq convert a.exr " + file + " --depth " + std::to_string(bits));
+        const auto stored = readPicture(file).second;
+        ASSERT_EQ(stored.size(), samples.size());
+        const auto largestCode = static_cast<float>((1 << bits) - 1);
+        float furthest = 0;
+        for (std::size_t sample = 0; sample < samples.size(); ++sample)
+            furthest = std::max(furthest, std::abs(stored[sample] - samples[sample]) * largestCode);
+        // OpenImageIO takes 10 and 12 bits for 16 by repeating them.
+        EXPECT_LE(furthest, bits % 8 ? 0.56f : 0.51f) << kind << bits;
+    }
+}
+
 // By how much, and of which channel; what lies outside the window does not count.
 TEST_F(Convert, saysOnceAFileWhatItsOutputCannotHold)
 {
