@@ -39,11 +39,4 @@ void OutsideValues::add(const OutsideValues& others)
     }
 }
 
-void scaleColours(cv::Vec4f* pixels, int count, float factor)
-{
-    for (auto* pixel = pixels; pixel != pixels + count; ++pixel)
-        for (int channel = 0; channel < 3; ++channel)
-            (*pixel)[channel] *= factor;
-}
-
 }

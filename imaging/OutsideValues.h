@@ -29,7 +29,4 @@ private:
     cv::Vec4f m_largest = cv::Vec4f::all(1);
 };
 
-// Multiplies the colours, and not alpha.
-void scaleColours(cv::Vec4f* pixels, int count, float factor);
-
 }

@@ -71,6 +71,7 @@ struct PictureFacts
     cv::Size stored;  // of the part that the file stores, as far as its headers tell
     SampleDepth depth = SampleDepth::F32;
     bool hasAlpha = false;
+    bool isExr = false;
     std::vector<std::string> leftOut = {};  // the names of channels that are no part of the picture
     std::uint64_t byteCount = 0;            // that reading takes, the stored part in float included
 };
@@ -78,8 +79,9 @@ struct PictureFacts
 // How a picture is read.
 struct ReadingOptions
 {
-    float factor = 1;        // multiplies the colours
-    std::string layer = {};  // whose channels are the picture, or one that can be told
+    float factor = 1;              // multiplies the colours
+    bool isPremultiplied = false;  // the colours of an EXR file are to be divided by its alpha
+    std::string layer = {};        // whose channels are the picture, or one that can be told
 };
 
 // What becomes of values above 1, which are highlights.

@@ -2,6 +2,7 @@
 
 #include "imaging/ChannelNames.h"
 #include "imaging/CheckedFile.h"
+#include "imaging/Colours.h"
 #include "imaging/PictureLimits.h"
 
 #include <OpenImageIO/imageio.h>
@@ -178,6 +179,7 @@ public:
                    .stored = data().size(),
                    .depth = depthOf(description, description.channelformat(places.red)),
                    .hasAlpha = places.hasAlpha(),
+                   .isExr = isExr(),
                    .leftOut = places.leftOut,
                    .byteCount = description.image_bytes(true) +
                                 description.image_pixels() * sizeof(cv::Vec4f)};
@@ -196,6 +198,8 @@ public:
                 order(pixels.ptr<cv::Vec4f>(row), pixels.cols, m_slots);
                 if (m_options.factor != 1)
                     scaleColours(pixels.ptr<cv::Vec4f>(row), pixels.cols, m_options.factor);
+                if (m_options.isPremultiplied && m_facts.isExr && m_facts.hasAlpha)
+                    divideByAlpha(pixels.ptr<cv::Vec4f>(row), pixels.cols);
                 countOutside(pixels, row);
                 if (highlights == Highlights::limited)
                     limitHighlights(pixels.ptr<cv::Vec4f>(row), pixels.cols);
@@ -208,10 +212,12 @@ public:
     const OutsideValues& outside() const override { return m_outside; }
 
 private:
+    bool isExr() const { return m_input->format_name() == std::string("openexr"); }
+
     // Goes to the part of an EXR file that has the layer, or bears its name; stays otherwise.
     void findLayer()
     {
-        if (m_options.layer.empty() || m_input->format_name() != std::string("openexr"))
+        if (m_options.layer.empty() || !isExr())
             return;
         for (int part = 0; m_input->seek_subimage(part, 0); ++part)
             if (isPartOfLayer() || hasLayer(m_input->spec().channelnames, m_options.layer))
@@ -225,8 +231,7 @@ private:
     std::vector<std::string> channelNames() const
     {
         const auto& names = m_input->spec().channelnames;
-        const bool isGreyWithAlpha = m_input->format_name() != std::string("openexr") &&
-                                     names == std::vector<std::string>{"R", "G"};
+        const bool isGreyWithAlpha = !isExr() && names == std::vector<std::string>{"R", "G"};
         return isGreyWithAlpha ? std::vector<std::string>{"Y", "A"} : names;
     }
 

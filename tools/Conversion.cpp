@@ -4,6 +4,7 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/Headers.h"
 #include "imaging/ChannelNames.h"
+#include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/PictureModule.h"
@@ -222,18 +223,21 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
 
 // Gives the depth of what is written.
 SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
-                              std::optional<SampleDepth> wantedDepth, MemoryBudget& budget)
+                              const WantedResult& wanted, MemoryBudget& budget)
 {
     const auto& facts = file.facts();
     const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
-    const auto depth = wantedDepth ? checkedDepth(type, *wantedDepth, hasAlpha)
-                                   : losslessDepth(type, facts.depth, hasAlpha);
+    const auto depth = wanted.depth ? checkedDepth(type, *wanted.depth, hasAlpha)
+                                    : losslessDepth(type, facts.depth, hasAlpha);
     checkNotEmpty(facts);
     const auto reservation =
         budget.reserve(facts.byteCount + std::max(facts.byteCount, fillingUpByteCount(facts)));
     auto picture = file.readPicture();
     picture.depth = depth;
     picture.hasAlpha = hasAlpha;
+    if (wanted.isPremultiplied && hasAlpha && extensionOf(output) == "exr" && !facts.isExr)
+        for (int row = 0; row < picture.pixels.rows; ++row)
+            Imaging::multiplyByAlpha(picture.pixels.ptr<cv::Vec4f>(row), picture.pixels.cols);
     writeOutput(output, [&](const std::string& name) {
         pictureModule().write(name, picture, std::filesystem::path(output).filename());
     });
@@ -271,15 +275,18 @@ void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
 std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
                         MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input.name, wanted.reading);
     const auto extension = extensionOf(conversion.output);
+    auto reading = wanted.reading;
+    // From EXR to EXR colours stay as they are: a division would lose where alpha is 0.
+    reading.isPremultiplied = wanted.isPremultiplied && extension != "exr";
+    const auto file = openFile(conversion.input.name, reading);
     if (extension == "zeq") {
         const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
         return wanted.isLossAccepted ? "" : lossText(*file, hasAlpha(format.colourspace), false);
     }
     const auto& type = *findPictureType(extension);
-    const auto depth = writeOtherPicture(*file, conversion.output, type, wanted.depth, budget);
+    const auto depth = writeOtherPicture(*file, conversion.output, type, wanted, budget);
     return wanted.isLossAccepted ? "" : lossText(*file, type.holdsAlpha, factsOf(depth).isFloat);
 }
 

@@ -59,7 +59,8 @@ struct WantedResult
     std::optional<Velmora::FrameFormat> format;  // of a media file
     std::optional<Imaging::SampleDepth> depth;   // of any other picture
     ReadingOptions reading = {};
-    bool isLossAccepted = false;  // nothing is to be said of what the output cannot hold
+    bool isPremultiplied = false;  // colours in EXR files are multiplied by alpha
+    bool isLossAccepted = false;   // nothing is to be said of what the output cannot hold
 };
 
 // Throws a std::runtime_error when a media file of this format cannot hold the picture, of which it

@@ -4,6 +4,7 @@
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <filesystem>
@@ -27,6 +28,7 @@ struct Options
     std::string exposure;
     double scale = 1;
     bool skipsExisting = false;
+    bool isPremultiplied = false;
     bool clips = false;
     bool hasToBeComplete = false;
     JobSettings jobs;
@@ -76,6 +78,11 @@ left out, which is named as above.
 of the file as floats, before anything is cut off or rounded. Where these are linear light, as in
 most EXR files, that is a change of exposure; other values are multiplied as they are, too.
 
+EXR files are taken and written like all others, with the values as they are stored, so that every
+picture comes back as it was. Compositors expect colours there that are multiplied by alpha: with
+--premultiplied they are divided by it as an EXR file becomes another kind, except where alpha is 0,
+and multiplied as another kind becomes EXR. From EXR to EXR they stay.
+
 A picture that is larger than 8192 x 4320 is refused when its file stores less than a pixel in 16
 of it, or has less than a thousandth of its bytes: its size is then a mere claim.
 
@@ -110,6 +117,7 @@ WantedResult wantedResult(const Options& options)
     wanted.reading.factor =
         static_cast<float>(options.scale * std::exp2(stopsOf(options.exposure)));
     wanted.reading.layer = options.layer;
+    wanted.isPremultiplied = options.isPremultiplied;
     wanted.isLossAccepted = options.clips;
     return wanted;
 }
@@ -138,6 +146,12 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
     auto plan = planConversions(
         inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
         extension);
+    const auto isExr = [](const Conversion& conversion) {
+        return extensionOf(conversion.output) == "exr" ||
+               extensionOf(conversion.input.name) == "exr";
+    };
+    if (options.isPremultiplied && std::ranges::none_of(plan, isExr))
+        throw UsageError("--premultiplied is for EXR files");
     if (output.ends_with('/'))
         makeFolder(output);
     // Once for all frames, and before the first is read.
@@ -198,6 +212,8 @@ Command convert()
               "multiply red, green and blue by this number before they are converted"},
              {"--exposure", "STOPS", &options->exposure,
               "the same in stops: 1 doubles the values, -1 halves them"},
+             {"--premultiplied", "", &options->isPremultiplied,
+              "colours in EXR files are multiplied by alpha, those in other files are not"},
              {"--clip", "", &options->clips, "accept without a word what the output cannot hold"},
              framesArgument(options->frames),
              completeArgument(options->hasToBeComplete),

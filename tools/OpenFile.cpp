@@ -7,6 +7,7 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
+#include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/PictureModule.h"
 

@@ -152,6 +152,7 @@ TEST_F(Commands, refuseInOneLine)
         {"convert a.zeq",                              2, "OUTPUT is required"},
         {"convert a.zeq b.png --format RGB",           2, "--format: unknown FORMAT RGB; see --help"},
         {"convert a.zeq b.png --format rgb-u8",        2, "--format is for media files, which end in .zeq"},
+        {"convert a.zeq new/ --to png --premultiplied", 2, "--premultiplied is for EXR files"},
         {"convert a.zeq b.zeq --exposure 1e9",         2, "--exposure: 1e9 is no number from -32 to 32, like -2.5"},
         {"convert a.zeq b.zeq --exposure 2x",          2, "--exposure: 2x is no number from -32 to 32, like -2.5"},
         {"convert a.zeq b.zeq --scale -1",             2, "--scale: -1 is no number from 0 on, like 0.01"},

@@ -304,6 +304,28 @@ TEST_F(Convert, takesChannelsByTheirNames)
     EXPECT_EQ(frameData("b.zeq"), Name("\xFF\0\0\xFF\0\0", 6));
 }
 
+// By default values stay as they are, so that both ways are exact.
+TEST_F(Convert, multipliesAndDividesByAlphaInExrFilesWhenItIsAsked)
+{
+    const std::vector<float> premultiplied = {0.25f, 0.5f, 0, 0.5f, 0.75f, 0, 0.25f, 0,
+                                              0.25f, 1,    0, 0.5f, 1,     1, 1,     1};
+    writePicture("a.exr", {4, 1, 4, TypeDesc::FLOAT}, premultiplied);
+    runWell(
+        "zeq convert a.exr a.zeq -f rgba-u8 --premultiplied && "
+        "zeq convert a.zeq b.exr --premultiplied && zeq convert a.exr c.exr --premultiplied && "
+        "zeq convert a.zeq d.exr && zeq convert a.exr d.zeq -f rgba-u8");
+    const Name divided = {'\x80', '\xFF', 0, '\x80', '\xBF', 0, '\x40', 0};
+    EXPECT_THAT(frameData("a.zeq"), StartsWith(divided));
+    EXPECT_THAT(frameData("d.zeq"), StartsWith("\x40\x80"));
+    // The third colour is more than its alpha, and the second has none.
+    const float half = 128 / 255.f;
+    const std::vector<float> multiplied = {half * half, half, 0, half, 0, 0, 0, 0,
+                                           half * half, half, 0, half, 1, 1, 1, 1};
+    EXPECT_THAT(readPicture("b.exr").second, Pointwise(FloatNear(1e-6f), multiplied));
+    EXPECT_EQ(readPicture("c.exr").second, premultiplied);
+    EXPECT_FLOAT_EQ(readPicture("d.exr").second[1], 1);
+}
+
 // Alpha stays as it is, and whole numbers are multiplied as well.
 TEST_F(Convert, multipliesColoursBeforeTheyAreRounded)
 {
