@@ -122,6 +122,22 @@ void checkMayBeFilledUp(cv::Size size, cv::Size stored);
 // All pixels; the stored ones themselves where they are the whole picture. Throws as above.
 cv::Mat whole(const Picture& picture);
 
+// How a picture has to be turned to be upright, by the number that EXIF has for it: first its rows
+// become columns, then their order is reversed.
+struct Turn
+{
+    explicit Turn(int orientation);
+
+    bool isNone() const { return !transposes && !reversesColumns && !reversesRows; }
+    cv::Size applied(cv::Size size) const;
+
+    bool transposes;
+    bool reversesColumns;
+    bool reversesRows;
+};
+
+Picture turned(const Picture& picture, const Turn& turn);
+
 // The picture reduced so that its longer side has at most so many pixels, without ever being built
 // as a whole; a smaller one keeps its size. Colours count as much as they show: where a pixel is
 // transparent, its colour means nothing.

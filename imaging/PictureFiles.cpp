@@ -175,14 +175,16 @@ public:
         if (description.depth > 1 || description.deep)
             failToRead("is a volume or has deep samples; flat pictures can be read");
         checkClaim(description, fileSize);
-        m_facts = {.size = window().size(),
-                   .stored = data().size(),
+        m_turn = Turn(description.get_int_attribute("Orientation", 1));
+        const auto floatByteCount = description.image_pixels() * sizeof(cv::Vec4f);
+        m_facts = {.size = m_turn.applied(window().size()),
+                   .stored = m_turn.applied(data().size()),
                    .depth = depthOf(description, description.channelformat(places.red)),
                    .hasAlpha = places.hasAlpha(),
                    .isExr = isExr(),
                    .leftOut = places.leftOut,
-                   .byteCount = description.image_bytes(true) +
-                                description.image_pixels() * sizeof(cv::Vec4f)};
+                   .byteCount =
+                       description.image_bytes(true) + (m_turn.isNone() ? 1 : 2) * floatByteCount};
     }
 
     const PictureFacts& facts() const override { return m_facts; }
@@ -205,8 +207,9 @@ public:
                     limitHighlights(pixels.ptr<cv::Vec4f>(row), pixels.cols);
             });
         });
-        return {pixels, cv::Point2l(data().tl()) - cv::Point2l(window().tl()), m_facts.size,
-                m_facts.depth, m_facts.hasAlpha};
+        const Picture picture{pixels, cv::Point2l(data().tl()) - cv::Point2l(window().tl()),
+                              window().size(), m_facts.depth, m_facts.hasAlpha};
+        return m_turn.isNone() ? picture : turned(picture, m_turn);
     }
 
     const OutsideValues& outside() const override { return m_outside; }
@@ -311,6 +314,7 @@ private:
     const ReadingOptions m_options;
     PictureFacts m_facts;
     ChannelSlots m_slots;
+    Turn m_turn{1};
     OutsideValues m_outside;
     std::mutex m_outsideMutex;
 };

@@ -58,6 +58,8 @@ An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a seque
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete;
 one that is an input, by whatever name, is refused.
 
+A photograph that says by EXIF which way up it is comes out upright.
+
 Values are kept as they are stored: no colour conversion, no multiplication by alpha. Without
 --depth a picture gets one that loses nothing, or is refused. Without --format a media file is
 RGB-U8, or RGBA-U8 with alpha; of a picture of more than 8 bits it is RGB-DPX-FILLED for 10 bits

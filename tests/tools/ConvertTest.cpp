@@ -1,5 +1,6 @@
 #include "tests/tools/ProgramTest.h"
 
+#include <array>
 #include <cmath>
 #include <csignal>
 #include <random>
@@ -182,6 +183,45 @@ TEST_F(Convert, overwritesNoInputByAnyOfItsNames)
     }
     runWell("md5sum d/*");
     EXPECT_EQ(output, before);
+}
+
+// Also the place of a part in its picture.
+TEST_F(Convert, turnsPicturesUpright)
+{
+    const std::vector<float> samples = {0, 0.2f, 0.4f, 0.6f, 0.8f, 1};
+    std::vector<float> whole(8 * 6);
+    for (std::size_t sample = 0; sample < samples.size(); ++sample)
+        whole[(1 + sample / 3) * 8 + 4 + sample % 3] = samples[sample];
+    // The places of the samples, from the left to the right and down.
+    const std::array<Name, 8> orders = {"012345", "210543", "543210", "345012",
+                                        "031425", "304152", "524130", "251403"};
+    for (int orientation = 1; orientation <= 8; ++orientation) {
+        const auto write = [&](const Name& file, OIIO::ImageSpec description, const auto& values) {
+            description["Orientation"] = orientation;
+            writePicture(file, description, values);
+        };
+        for (const Name file : {"a.tif", "a.jpg"}) {
+            write(file, {3, 2, 1, TypeDesc::UINT8}, samples);
+            runWell("zeq convert " + file + " b.png");
+            const auto [description, turned] = readPicture("b.png");
+            EXPECT_EQ(description.width, orientation < 5 ? 3 : 2) << file << orientation;
+            ASSERT_EQ(turned.size(), 18u);
+            for (std::size_t place = 0; const char sample : orders.at(orientation - 1))
+                EXPECT_NEAR(turned[3 * place++], samples[sample - '0'], 0.01)
+                    << file << orientation;
+        }
+        OIIO::ImageSpec part(3, 2, 1, TypeDesc::FLOAT);
+        part.x = 4;
+        part.y = 1;
+        part.full_width = 8;
+        part.full_height = 6;
+        write("part.exr", part, samples);
+        write("whole.exr", {8, 6, 1, TypeDesc::FLOAT}, whole);
+        runWell("zeq convert part.exr whole.exr o/ --to png --depth 16");
+        const auto ofPart = readPicture("o/part.png");
+        EXPECT_EQ(ofPart.second, readPicture("o/whole.png").second) << orientation;
+        EXPECT_EQ(ofPart.first.height, orientation < 5 ? 6 : 8);
+    }
 }
 
 // In every kind and depth, by values between its codes.
