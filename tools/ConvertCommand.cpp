@@ -69,15 +69,15 @@ horizontal resolution of the colours.
 Media files and whole numbers hold values from 0 to 1; half and float, which EXR and TIFF files may
 have, hold all. Of media files RGBA-U8, BGRA-U8 and ZEQ-4224-HYBRID hold alpha, of other files all
 but JPEG and BMP. What an output cannot hold is cut off at 0 and 1, what is no number becomes 0, and
-alpha is dropped. A file that loses anything by that is named on the error stream, also with --quiet,
-with the part of its samples and how far they reach, and --clip accepts it without a word.
+alpha is dropped. A file that loses by that is named on the error stream, also with --quiet, with
+the part of its samples and how far they reach, and --clip accepts it without a word.
 
 A picture's channels are those named R, G, B and A, or Y and A, wherever they stand in the file; of
 an EXR file with layers those of none, of the only one, or of the one in --layer. Other channels are
 left out, which is named as above.
 
---scale and --exposure bring values in before that: they multiply red, green and blue, and not alpha,
-of the file as floats, before anything is cut off or rounded. Where these are linear light, as in
+--scale and --exposure bring values in before that: they multiply the file's red, green and blue,
+and not alpha, as floats, before anything is cut off or rounded. Where these are linear light, as in
 most EXR files, that is a change of exposure; other values are multiplied as they are, too.
 
 EXR files are taken and written like all others, with the values as they are stored, so that every
