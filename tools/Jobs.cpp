@@ -94,9 +94,10 @@ public:
     {
         const std::lock_guard lock(m_outputMutex);
         ++m_done;
-        hideBar();
-        if (!remark.empty())
+        if (!remark.empty()) {
+            hideBar();
             reportError(remark);
+        }
         if (m_showsLines && !line.empty())
             std::cout << shown(line) << std::endl;
         showBar();
