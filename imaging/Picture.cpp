@@ -142,6 +142,41 @@ cv::Mat whole(const Picture& picture)
     return filledUp;
 }
 
+// Numbers that EXIF does not have mean an upright picture.
+Turn::Turn(int orientation)
+    : transposes(5 <= orientation && orientation <= 8),
+      reversesColumns(orientation == 2 || orientation == 3 || orientation == 6 || orientation == 7),
+      reversesRows(orientation == 3 || orientation == 4 || orientation == 7 || orientation == 8)
+{
+}
+
+cv::Size Turn::applied(cv::Size size) const
+{
+    return transposes ? cv::Size(size.height, size.width) : size;
+}
+
+Picture turned(const Picture& picture, const Turn& turn)
+{
+    auto result = picture;
+    if (turn.transposes) {
+        result.pixels = picture.pixels.t();
+        result.position = {picture.position.y, picture.position.x};
+        result.size = turn.applied(picture.size);
+    }
+    const auto& stored = result.pixels;
+    if (turn.reversesColumns)
+        result.position.x = result.size.width - stored.cols - result.position.x;
+    if (turn.reversesRows)
+        result.position.y = result.size.height - stored.rows - result.position.y;
+    if (turn.reversesColumns || turn.reversesRows) {
+        cv::Mat reversed;
+        cv::flip(stored, reversed,
+                 turn.reversesColumns && turn.reversesRows ? -1 : turn.reversesColumns);
+        result.pixels = reversed;
+    }
+    return result;
+}
+
 Picture reduced(const Picture& picture, int longerSide)
 {
     const int side = std::max(picture.size.width, picture.size.height);

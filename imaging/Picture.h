@@ -1,10 +1,14 @@
 #pragma once
 
+#include "imaging/OutsideValues.h"
+
 #include <opencv2/core/mat.hpp>
 
 #include <algorithm>
 #include <array>
 #include <cstdint>
+#include <string>
+#include <vector>
 
 namespace Imaging {
 
@@ -67,7 +71,17 @@ struct PictureFacts
     cv::Size stored;  // of the part that the file stores, as far as its headers tell
     SampleDepth depth = SampleDepth::F32;
     bool hasAlpha = false;
-    std::uint64_t byteCount = 0;  // that reading takes, the stored part in float included
+    bool isExr = false;
+    std::vector<std::string> leftOut = {};  // the names of channels that are no part of the picture
+    std::uint64_t byteCount = 0;            // that reading takes, the stored part in float included
+};
+
+// How a picture is read.
+struct ReadingOptions
+{
+    float factor = 1;              // multiplies the colours
+    bool isPremultiplied = false;  // the colours of an EXR file are to be divided by its alpha
+    std::string layer = {};        // whose channels are the picture, or one that can be told
 };
 
 // What becomes of values above 1, which are highlights.
@@ -87,6 +101,10 @@ public:
 
     // Once only. Throws a std::exception.
     virtual Picture read(Highlights highlights) = 0;
+
+    // What was outside 0 to 1 of the shown part of the picture that was read, before its highlights
+    // were limited.
+    virtual const OutsideValues& outside() const = 0;
 };
 
 // The part of a picture that is both stored and shown.
@@ -103,6 +121,22 @@ void checkMayBeFilledUp(cv::Size size, cv::Size stored);
 
 // All pixels; the stored ones themselves where they are the whole picture. Throws as above.
 cv::Mat whole(const Picture& picture);
+
+// How a picture has to be turned to be upright, by the number that EXIF has for it: first its rows
+// become columns, then their order is reversed.
+struct Turn
+{
+    explicit Turn(int orientation);
+
+    bool isNone() const { return !transposes && !reversesColumns && !reversesRows; }
+    cv::Size applied(cv::Size size) const;
+
+    bool transposes;
+    bool reversesColumns;
+    bool reversesRows;
+};
+
+Picture turned(const Picture& picture, const Turn& turn);
 
 // The picture reduced so that its longer side has at most so many pixels, without ever being built
 // as a whole; a smaller one keeps its size. Colours count as much as they show: where a pixel is

@@ -1,6 +1,8 @@
 #include "imaging/PictureFiles.h"
 
+#include "imaging/ChannelNames.h"
 #include "imaging/CheckedFile.h"
+#include "imaging/Colours.h"
 #include "imaging/PictureLimits.h"
 
 #include <OpenImageIO/imageio.h>
@@ -10,6 +12,7 @@
 #include <array>
 #include <cmath>
 #include <cstddef>
+#include <mutex>
 #include <stdexcept>
 #include <utility>
 #include <vector>
@@ -17,8 +20,6 @@
 namespace Imaging {
 
 namespace {
-
-constexpr int largestChannelCount = 4;
 
 // OpenImageIO's texts may have several lines.
 [[noreturn]] void fail(const std::string& text, const char* otherwise)
@@ -66,22 +67,53 @@ void forEachRow(int first, int end, const Operation& operation)
     });
 }
 
-// Pixels of four floats, of which the first channels are a grey, a grey and alpha, RGB or RGBA,
-// become BGRA.
-template <int channels>
-void orderChannels(cv::Vec4f* pixels, int count)
+// Channels that are read at once, to be the floats of each pixel from `slot` on.
+struct ChannelRange
 {
-    for (auto* pixel = pixels; pixel != pixels + count; ++pixel) {
-        const auto stored = *pixel;
-        if constexpr (channels >= 3)
-            *pixel = {stored[2], stored[1], stored[0], channels == 4 ? stored[3] : 1};
-        else
-            *pixel = {stored[0], stored[0], stored[0], channels == 2 ? stored[1] : 1};
-    }
+    int begin;
+    int end;
+    int slot;
+};
+
+// Where the channels of a picture are in pixels of four floats.
+struct ChannelSlots
+{
+    std::vector<ChannelRange> ranges;
+    int red = 0;
+    int green = 1;
+    int blue = 2;
+    int alpha = 3;
+};
+
+// Channels that lie apart are read one by one.
+ChannelSlots slotsFor(const ChannelPlaces& places)
+{
+    std::vector<int> all = {places.red, places.green, places.blue};
+    if (places.hasAlpha())
+        all.push_back(places.alpha);
+    const auto [first, last] = std::ranges::minmax(all);
+    if (last - first < 4)
+        return {{{first, last + 1, 0}},
+                places.red - first,
+                places.green - first,
+                places.blue - first,
+                places.alpha - first};
+    ChannelSlots slots;
+    for (int slot = 0; const int place : all)
+        slots.ranges.push_back({place, place + 1, slot++});
+    return slots;
 }
 
-constexpr std::array channelOrders = {orderChannels<1>, orderChannels<2>, orderChannels<3>,
-                                      orderChannels<4>};
+// The pixels become BGRA.
+template <bool hasAlpha>
+void orderChannels(cv::Vec4f* pixels, int count, const ChannelSlots& slots)
+{
+    for (auto* pixel = pixels; pixel != pixels + count; ++pixel) {
+        const auto& stored = *pixel;
+        *pixel = cv::Vec4f(stored[slots.blue], stored[slots.green], stored[slots.red],
+                           hasAlpha ? stored[slots.alpha] : 1);
+    }
+}
 
 void limitHighlights(cv::Vec4f* pixels, int count)
 {
@@ -90,14 +122,14 @@ void limitHighlights(cv::Vec4f* pixels, int count)
             value = value > 1 ? 1 : value;
 }
 
-SampleDepth depthOf(const OIIO::ImageSpec& description)
+SampleDepth depthOf(const OIIO::ImageSpec& description, OIIO::TypeDesc sampleType)
 {
     const int bits = description.get_int_attribute("oiio:BitsPerSample");
-    if (description.format == OIIO::TypeDesc::UINT8)
+    if (sampleType == OIIO::TypeDesc::UINT8)
         return SampleDepth::U8;
-    if (description.format == OIIO::TypeDesc::UINT16)
+    if (sampleType == OIIO::TypeDesc::UINT16)
         return bits == 10 ? SampleDepth::U10 : bits == 12 ? SampleDepth::U12 : SampleDepth::U16;
-    return description.format == OIIO::TypeDesc::HALF ? SampleDepth::F16 : SampleDepth::F32;
+    return sampleType == OIIO::TypeDesc::HALF ? SampleDepth::F16 : SampleDepth::F32;
 }
 
 std::uint64_t sizeOf(const std::string& fileName)
@@ -128,7 +160,7 @@ void checkClaim(const OIIO::ImageSpec& description, std::uint64_t fileSize)
 class PictureFile final : public IPictureFile
 {
 public:
-    explicit PictureFile(const std::string& fileName)
+    PictureFile(const std::string& fileName, const ReadingOptions& options) : m_options(options)
     {
         const auto fileSize = sizeOf(fileName);
         OIIO::ImageSpec asStored;
@@ -136,41 +168,104 @@ public:
         m_input = OIIO::ImageInput::open(fileName, &asStored);
         if (!m_input)
             failToRead(OIIO::geterror());
+        findLayer();
         const auto& description = m_input->spec();
-        if (description.nchannels < 1 || description.nchannels > largestChannelCount)
-            failToRead("has " + std::to_string(description.nchannels) +
-                       " channels; grey, grey with alpha, RGB and RGBA can be read");
+        const auto places = channelPlaces(channelNames(), layerInPart());
+        m_slots = slotsFor(places);
         if (description.depth > 1 || description.deep)
             failToRead("is a volume or has deep samples; flat pictures can be read");
         checkClaim(description, fileSize);
-        m_facts = {.size = window().size(),
-                   .stored = data().size(),
-                   .depth = depthOf(description),
-                   .hasAlpha = description.nchannels % 2 == 0,
-                   .byteCount = description.image_bytes(true) +
-                                description.image_pixels() * sizeof(cv::Vec4f)};
+        m_turn = Turn(description.get_int_attribute("Orientation", 1));
+        const auto floatByteCount = description.image_pixels() * sizeof(cv::Vec4f);
+        m_facts = {.size = m_turn.applied(window().size()),
+                   .stored = m_turn.applied(data().size()),
+                   .depth = depthOf(description, description.channelformat(places.red)),
+                   .hasAlpha = places.hasAlpha(),
+                   .isExr = isExr(),
+                   .leftOut = places.leftOut,
+                   .byteCount =
+                       description.image_bytes(true) + (m_turn.isNone() ? 1 : 2) * floatByteCount};
     }
 
     const PictureFacts& facts() const override { return m_facts; }
 
     Picture read(Highlights highlights) override
     {
-        const auto order = channelOrders[static_cast<std::size_t>(m_input->spec().nchannels - 1)];
+        const auto order = m_facts.hasAlpha ? orderChannels<true> : orderChannels<false>;
         cv::Mat pixels(data().size(), CV_32FC4);
         forEachBand(pixels.rows, bandHeight(rowsPerUnit()), [&](int first, int end) {
             if (!readRows(pixels, first, end))
                 failToRead(m_input->geterror());
             forEachRow(first, end, [&](int row) {
-                order(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+                order(pixels.ptr<cv::Vec4f>(row), pixels.cols, m_slots);
+                if (m_options.factor != 1)
+                    scaleColours(pixels.ptr<cv::Vec4f>(row), pixels.cols, m_options.factor);
+                if (m_options.isPremultiplied && m_facts.isExr && m_facts.hasAlpha)
+                    divideByAlpha(pixels.ptr<cv::Vec4f>(row), pixels.cols);
+                countOutside(pixels, row);
                 if (highlights == Highlights::limited)
                     limitHighlights(pixels.ptr<cv::Vec4f>(row), pixels.cols);
             });
         });
-        return {pixels, cv::Point2l(data().tl()) - cv::Point2l(window().tl()), m_facts.size,
-                m_facts.depth, m_facts.hasAlpha};
+        const Picture picture{pixels, cv::Point2l(data().tl()) - cv::Point2l(window().tl()),
+                              window().size(), m_facts.depth, m_facts.hasAlpha};
+        return m_turn.isNone() ? picture : turned(picture, m_turn);
     }
 
+    const OutsideValues& outside() const override { return m_outside; }
+
 private:
+    bool isExr() const { return m_input->format_name() == std::string("openexr"); }
+
+    // Goes to the part of an EXR file that has the layer, or bears its name; stays otherwise.
+    void findLayer()
+    {
+        if (m_options.layer.empty() || !isExr())
+            return;
+        for (int part = 0; m_input->seek_subimage(part, 0); ++part)
+            if (isPartOfLayer() || hasLayer(m_input->spec().channelnames, m_options.layer))
+                return;
+        m_input->geterror();
+        m_input->seek_subimage(0, 0);
+    }
+
+    // Files other than EXR have names by what they are; OpenImageIO gives those of a grey and its
+    // alpha in a TGA or SGI file the first that it has.
+    std::vector<std::string> channelNames() const
+    {
+        const auto& names = m_input->spec().channelnames;
+        const bool isGreyWithAlpha = !isExr() && names == std::vector<std::string>{"R", "G"};
+        return isGreyWithAlpha ? std::vector<std::string>{"Y", "A"} : names;
+    }
+
+    bool isPartOfLayer() const
+    {
+        const auto& description = m_input->spec();
+        return description.get_string_attribute("oiio:subimagename") == m_options.layer;
+    }
+
+    // The names of channels in a part that is the layer need no name in front.
+    std::string layerInPart() const
+    {
+        const auto& names = m_input->spec().channelnames;
+        return isPartOfLayer() && !hasLayer(names, m_options.layer) ? "" : m_options.layer;
+    }
+
+    // Whole numbers are never outside, but may be transparent. What is not shown does not count.
+    void countOutside(const cv::Mat& pixels, int row)
+    {
+        const auto stored = data();
+        const auto shown = stored & window();
+        const bool isShown = shown.y <= stored.y + row && stored.y + row < shown.br().y;
+        const bool isInside = !factsOf(m_facts.depth).isFloat && m_options.factor == 1;
+        if (!isShown || (isInside && !m_facts.hasAlpha))
+            return;
+        OutsideValues outside;
+        outside.add(pixels.ptr<cv::Vec4f>(row, shown.x - stored.x), shown.width);
+        const std::lock_guard lock(m_outsideMutex);
+        m_outside.add(outside);
+    }
+
     cv::Rect data() const
     {
         const auto& description = m_input->spec();
@@ -202,18 +297,27 @@ private:
         const int endRow = description.y + end;
         const auto pixelDistance = static_cast<OIIO::stride_t>(pixels.elemSize());
         const auto rowDistance = static_cast<OIIO::stride_t>(pixels.step[0]);
-        if (description.tile_width)
-            return m_input->read_tiles(0, 0, description.x, description.x + description.width,
-                                       firstRow, endRow, description.z, description.z + 1, 0,
-                                       description.nchannels, OIIO::TypeDesc::FLOAT,
-                                       pixels.ptr(first), pixelDistance, rowDistance);
-        return m_input->read_scanlines(0, 0, firstRow, endRow, description.z, 0,
-                                       description.nchannels, OIIO::TypeDesc::FLOAT,
-                                       pixels.ptr(first), pixelDistance, rowDistance);
+        const int part = m_input->current_subimage();
+        return std::ranges::all_of(m_slots.ranges, [&](const ChannelRange& range) {
+            auto* const samples = pixels.ptr<float>(first) + range.slot;
+            if (description.tile_width)
+                return m_input->read_tiles(
+                    part, 0, description.x, description.x + description.width, firstRow, endRow,
+                    description.z, description.z + 1, range.begin, range.end, OIIO::TypeDesc::FLOAT,
+                    samples, pixelDistance, rowDistance);
+            return m_input->read_scanlines(part, 0, firstRow, endRow, description.z, range.begin,
+                                           range.end, OIIO::TypeDesc::FLOAT, samples, pixelDistance,
+                                           rowDistance);
+        });
     }
 
     std::unique_ptr<OIIO::ImageInput> m_input;
+    const ReadingOptions m_options;
     PictureFacts m_facts;
+    ChannelSlots m_slots;
+    Turn m_turn{1};
+    OutsideValues m_outside;
+    std::mutex m_outsideMutex;
 };
 
 OIIO::TypeDesc sampleType(const DepthFacts& depth)
@@ -269,15 +373,24 @@ void writeRows(const std::string& fileName, const std::string& heldName,
         failToWrite(output->geterror());
 }
 
+// The largest code of samples that OpenImageIO cuts to fewer bits than it takes, else 0. They are
+// rounded before, to values whose codes no cut changes.
+float codeThatIsCut(const DepthFacts& depth)
+{
+    return depth.isFloat || depth.bits % 8 == 0 ? 0 : static_cast<float>((1 << depth.bits) - 1);
+}
+
 // BGRA becomes RGB or RGBA.
 template <int channels>
-void storeRow(const cv::Vec4f* pixels, int count, bool replacesNoNumbers, float* samples)
+void storeRow(const cv::Vec4f* pixels, int count, const DepthFacts& depth, float* samples)
 {
     constexpr std::array<int, 4> order = {2, 1, 0, 3};
+    const float largestCode = codeThatIsCut(depth);
     for (const auto* pixel = pixels; pixel != pixels + count; ++pixel)
         for (int channel = 0; channel < channels; ++channel) {
             const float value = (*pixel)[order[static_cast<std::size_t>(channel)]];
-            *samples++ = replacesNoNumbers && std::isnan(value) ? 0 : value;
+            const float number = !depth.isFloat && std::isnan(value) ? 0 : value;
+            *samples++ = largestCode > 0 ? std::round(number * largestCode) / largestCode : number;
         }
 }
 
@@ -291,15 +404,16 @@ void writeHostPicture(const HostPicture& picture, const std::string& fileName, S
 
 }
 
-std::unique_ptr<IPictureFile> openPicture(const std::string& fileName)
+std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
+                                          const ReadingOptions& options)
 {
-    return std::make_unique<PictureFile>(fileName);
+    return std::make_unique<PictureFile>(fileName, options);
 }
 
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)
 {
     const std::ptrdiff_t channels = picture.hasAlpha ? 4 : 3;
-    const bool isFloat = factsOf(picture.depth).isFloat;
+    const auto& depth = factsOf(picture.depth);
     const auto store = picture.hasAlpha ? storeRow<4> : storeRow<3>;
     const auto [pixels, place] = shownPart(picture);
     writeRows<float>(fileName, heldName,
@@ -308,7 +422,7 @@ void writePicture(const std::string& fileName, const Picture& picture, const std
                          if (shown.size() != picture.size)
                              std::fill_n(samples, picture.size.width * channels, 0.f);
                          if (place.y <= row && row < place.br().y)
-                             store(shown.ptr<cv::Vec4f>(row - place.y), place.width, !isFloat,
+                             store(shown.ptr<cv::Vec4f>(row - place.y), place.width, depth,
                                    samples + place.x * channels);
                      });
 }

@@ -12,14 +12,16 @@
 // line.
 namespace Imaging {
 
-// Opens a file of any kind that OpenImageIO reads: one channel is a grey and two are a grey and its
-// alpha. Refuses files of more than four channels and those that are too small for what they claim.
-std::unique_ptr<IPictureFile> openPicture(const std::string& fileName);
+// Opens a file of any kind that OpenImageIO reads. Its channels are found by their names: R, G, B
+// or Y, and A. A picture that says by EXIF how it was taken is turned upright. Refuses files
+// without those and those that are too small for what they claim.
+std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
+                                          const ReadingOptions& options);
 
 // Writes a file of the kind that the name's extension asks for, with samples of the picture's depth
-// and alpha if it has any; some kinds hold a name, which is `heldName`. What whole numbers cannot
-// hold is cut off at 0 and 1, and what is no number becomes 0. Fails also when the file cannot hold
-// samples of this depth.
+// and alpha if it has any; some kinds hold a name, which is `heldName`. Whole numbers are rounded
+// to the nearest; what they cannot hold is cut off at 0 and 1, and what is no number becomes 0.
+// Fails also when the file cannot hold samples of this depth.
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName);
 
 // Writes red, green and blue in 8 bits.

@@ -24,7 +24,6 @@
 namespace Zeq {
 
 using MediaConversion::fail;
-using MediaConversion::joined;
 
 namespace {
 
@@ -43,20 +42,6 @@ struct Shot
 {
     std::string file;  // none for a black one
     std::size_t times = 1;
-};
-
-// Frames that are missing one after the other.
-struct Gap
-{
-    std::string first;
-    std::string last;
-    std::size_t count = 0;
-
-    std::string text() const
-    {
-        return count == 1 ? first + ": is missing"
-                          : joined(first, " to ", last, ": ", count, " frames are missing");
-    }
 };
 
 // What is written, in order, and what is missing.
@@ -104,9 +89,8 @@ void addSequence(Plan& plan, const FramePattern& sequence, const std::vector<Inp
             gap = {gap.count ? gap.first : file.name, file.name, gap.count + 1};
             continue;
         }
-        if (!areAskedFor && *file.frame - previous > 1)
-            gap = {sequence.fileName(previous + 1), sequence.fileName(*file.frame - 1),
-                   static_cast<std::size_t>(*file.frame - previous - 1)};
+        if (!areAskedFor)
+            gap = gapBetween(sequence, previous, *file.frame);
         previous = *file.frame;
         fillGap();
         plan.add(file.name);

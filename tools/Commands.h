@@ -36,6 +36,7 @@ Argument required(Argument argument);
 // Arguments that several sub-commands take.
 Argument filesArgument(std::vector<std::string>& files, const std::string& help);
 Argument framesArgument(std::string& frames);
+Argument completeArgument(bool& isComplete);
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
 
 // A sub-command as it is asked for: what it takes and what it does.
@@ -84,6 +85,12 @@ inline const std::string exitStatusText =
 
 // The words in indented lines, for the descriptions of sub-commands.
 std::string listed(const std::vector<std::string>& words);
+
+// What is said of gaps, for the descriptions of sub-commands.
+inline const std::string gapsText =
+    R"(Frames that are missing between the first and the last of a sequence are named on the error stream,
+unless --frames says which are meant. With --complete that is a failure, with status 1, though all
+frames that are there are worked on; with --quiet alone they are not named.)";
 
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =

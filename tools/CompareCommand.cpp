@@ -86,14 +86,6 @@ Summary summaryOf(const std::vector<Outcome>& outcomes, double tolerance)
     return summary;
 }
 
-// With as many digits as other tools print.
-std::string text(double number)
-{
-    char digits[32];
-    std::snprintf(digits, sizeof digits, "%.6g", number);
-    return digits;
-}
-
 void printRow(const char* name, const Deviation& deviation)
 {
     std::cout << std::left << std::setw(7) << name << std::right;
@@ -287,6 +279,7 @@ int run(const Options& options)
                                 outcome.problem = messageOf(error);
                                 throw;
                             }
+                            return std::string();
                         }});
     removeUnfinishedFilesOnSignals();
     runJobs(jobs, options.jobs);

@@ -92,17 +92,17 @@ std::vector<Pair> pairsWithFormat(const std::string& name, const FrameFormat& fo
 void planHeatMaps(std::vector<Pair>& pairs, const std::string& output)
 {
     std::vector<InputFile> files;
-    for (const auto& pair : pairs)
+    std::vector<InputFile> others;
+    for (const auto& pair : pairs) {
         files.push_back({pair.name, pair.frame, pair.problem});
+        others.push_back({pair.otherName, pair.frame});
+    }
+    const InputNames otherNames(others);
     const auto plan = planConversions(files, output, "png");
     for (std::size_t index = 0; index < plan.size(); ++index) {
-        auto& pair = pairs[index];
-        pair.heatMap = plan[index].output;
-        for (const auto& input : {pair.name, pair.otherName}) {
-            std::error_code isMissing;
-            if (fs::equivalent(pair.heatMap, input, isMissing))
-                throw UsageError("the heat map would overwrite the input " + input);
-        }
+        pairs[index].heatMap = plan[index].output;
+        if (const auto input = otherNames.sameAs(plan[index].output))
+            throw UsageError("the heat map would overwrite the input " + *input);
     }
 }
 

@@ -3,15 +3,20 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/Headers.h"
+#include "imaging/ChannelNames.h"
+#include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 
+#include <sys/stat.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
+#include <array>
+#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -33,6 +38,39 @@ fs::path identity(const std::string& name)
     const auto identity = error ? fs::path() : fs::weakly_canonical(absolute, error);
     return error ? fs::path(name) : identity;
 }
+
+// The device and the number that all links to a file share; nothing where there is no file.
+using FileNumber = std::pair<dev_t, ino_t>;
+
+std::optional<FileNumber> fileNumber(const std::string& name)
+{
+    struct stat status;
+    return ::stat(name.c_str(), &status) == 0
+               ? std::optional(FileNumber(status.st_dev, status.st_ino))
+               : std::nullopt;
+}
+
+}
+
+InputNames::InputNames(const std::vector<InputFile>& inputs)
+{
+    for (const auto& input : inputs) {
+        m_byPath.emplace(identity(input.name), input.name);
+        if (const auto number = fileNumber(input.name))
+            m_byNumber.emplace(*number, input.name);
+    }
+}
+
+std::optional<std::string> InputNames::sameAs(const std::string& output) const
+{
+    if (const auto input = m_byPath.find(identity(output)); input != m_byPath.end())
+        return input->second;
+    const auto number = fileNumber(output);
+    const auto input = number ? m_byNumber.find(*number) : m_byNumber.end();
+    return input == m_byNumber.end() ? std::nullopt : std::optional(input->second);
+}
+
+namespace {
 
 // How an input's name becomes that of its output.
 std::function<std::string(const InputFile&)> naming(const std::string& output,
@@ -58,26 +96,24 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
                                         const std::string& output, const std::string& extension)
 {
     const auto outputOf = naming(output, extension);
-    std::map<fs::path, std::string> inputNames;
-    for (const auto& input : inputs)
-        inputNames.emplace(identity(input.name), input.name);
+    const InputNames inputNames(inputs);
 
     std::vector<Conversion> conversions;
-    std::map<fs::path, std::string> taken;  // the outputs and the inputs that they are made of
+    std::map<fs::path, std::string> taken;  // the outputs and what they are made of
     for (const auto& input : inputs) {
         if (!input.problem.empty()) {
             conversions.push_back({input});
             continue;
         }
         const auto& conversion = conversions.emplace_back(Conversion{input, outputOf(input)});
-        const auto target = identity(conversion.output);
-        const auto [entry, isFirst] = taken.emplace(target, input.name);
-        if (!isFirst)
-            throw UsageError(entry->second + " and " + input.name + " would both become " +
-                             conversion.output);
-        if (const auto other = inputNames.find(target);
-            other != inputNames.end() && target != identity(input.name))
-            throw UsageError(input.name + " would overwrite the input " + other->second);
+        const auto& target = conversion.output;
+        if (const auto [entry, isFirst] = taken.emplace(identity(target), input.name); !isFirst)
+            throw UsageError(entry->second + " and " + input.name + " would both become " + target);
+        const auto overwritten = inputNames.sameAs(target);
+        if (overwritten == input.name)
+            throw UsageError(input.name + " would be overwritten by its output " + target);
+        if (overwritten)
+            throw UsageError(input.name + " would overwrite the input " + *overwritten);
     }
     return conversions;
 }
@@ -108,6 +144,70 @@ void checkSide(const char* side, int length, std::uint32_t group, const FrameFor
              group);
 }
 
+// How much of the samples, so that some are never none.
+std::string percentage(std::uint64_t count, std::uint64_t total)
+{
+    const double percent = 100 * static_cast<double>(count) / static_cast<double>(total);
+    if (percent < 0.1)
+        return "less than 0.1 %";
+    const double tenths = std::min(std::round(percent * 10), count == total ? 1000.0 : 999.0);
+    return Zeq::text(tenths / 10) + " %";
+}
+
+// The one of these channels whose value lies furthest, with its name.
+template <class Value, class IsFurther>
+std::string furthest(const std::vector<int>& channels, const Value& value, const IsFurther& further)
+{
+    constexpr std::array names = {"blue", "green", "red", "alpha"};
+    const int channel = *std::ranges::max_element(
+        channels, [&](int a, int b) { return further(value(b), value(a)); });
+    return Zeq::text(value(channel)) + " in " + names[static_cast<std::size_t>(channel)];
+}
+
+// What was cut off at 0 and 1; nothing where that was nothing.
+std::string cutOffText(const Imaging::OutsideValues& outside, cv::Size size, bool hasAlpha)
+{
+    const std::vector<int> channels = hasAlpha ? std::vector{2, 1, 0, 3} : std::vector{2, 1, 0};
+    std::uint64_t count = 0;
+    for (const int channel : channels)
+        count += outside.count(channel);
+    if (count == 0)
+        return {};
+    const auto largest = [&](int channel) { return outside.largest(channel); };
+    const auto smallest = [&](int channel) { return outside.smallest(channel); };
+    const bool isAbove = std::ranges::any_of(channels, [&](int each) { return largest(each) > 1; });
+    const bool isBelow =
+        std::ranges::any_of(channels, [&](int each) { return smallest(each) < 0; });
+    const auto total = static_cast<std::uint64_t>(size.area()) * channels.size();
+    auto text = percentage(count, total) + " of the samples were ";
+    if (!isAbove && !isBelow)
+        return text + "no numbers and became 0";
+    text += "cut off at 0 and 1";
+    if (isAbove)
+        text += ", up to " + furthest(channels, largest, std::greater());
+    if (isBelow)
+        text += ", down to " + furthest(channels, smallest, std::less());
+    return text;
+}
+
+// What of a picture that was read an output of this kind cannot hold, in words.
+std::string lossText(const IOpenFile& file, bool holdsAlpha, bool isFloat)
+{
+    const auto& facts = file.facts();
+    std::vector<std::string> losses;
+    if (!isFloat)
+        losses.push_back(cutOffText(file.outside(), facts.size, facts.hasAlpha && holdsAlpha));
+    if (facts.hasAlpha && !holdsAlpha && !file.outside().areOpaque())
+        losses.push_back("alpha was dropped");
+    if (!facts.leftOut.empty())
+        losses.push_back("left out: " + Imaging::listedNames(facts.leftOut));
+    std::string text;
+    for (const auto& loss : losses)
+        if (!loss.empty())
+            text += (text.empty() ? "" : "; ") + loss;
+    return text.empty() ? "" : text + " (--clip accepts that)";
+}
+
 void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,
                     MemoryBudget& budget)
 {
@@ -121,22 +221,27 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
-void writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
-                       std::optional<SampleDepth> wantedDepth, MemoryBudget& budget)
+// Gives the depth of what is written.
+SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
+                              const WantedResult& wanted, MemoryBudget& budget)
 {
     const auto& facts = file.facts();
     const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
-    const auto depth = wantedDepth ? checkedDepth(type, *wantedDepth, hasAlpha)
-                                   : losslessDepth(type, facts.depth, hasAlpha);
+    const auto depth = wanted.depth ? checkedDepth(type, *wanted.depth, hasAlpha)
+                                    : losslessDepth(type, facts.depth, hasAlpha);
     checkNotEmpty(facts);
     const auto reservation =
         budget.reserve(facts.byteCount + std::max(facts.byteCount, fillingUpByteCount(facts)));
     auto picture = file.readPicture();
     picture.depth = depth;
     picture.hasAlpha = hasAlpha;
+    if (wanted.isPremultiplied && hasAlpha && extensionOf(output) == "exr" && !facts.isExr)
+        for (int row = 0; row < picture.pixels.rows; ++row)
+            Imaging::multiplyByAlpha(picture.pixels.ptr<cv::Vec4f>(row), picture.pixels.cols);
     writeOutput(output, [&](const std::string& name) {
         pictureModule().write(name, picture, std::filesystem::path(output).filename());
     });
+    return depth;
 }
 
 }
@@ -151,21 +256,26 @@ void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
     checkSide("high", size.height, format.pixelPacking.rowsPerGroup, format);
 }
 
-void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
+std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
+                        MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input.name);
     const auto extension = extensionOf(conversion.output);
+    auto reading = wanted.reading;
+    // From EXR to EXR colours stay as they are: a division would lose where alpha is 0.
+    reading.isPremultiplied = wanted.isPremultiplied && extension != "exr";
+    const auto file = openFile(conversion.input.name, reading);
     if (extension == "zeq") {
         const auto format = wanted.format ? *wanted.format : defaultFormat(file->facts());
         writeMediaFile(*file, conversion.output, format, budget);
-    } else {
-        const auto& type = *findPictureType(extension);
-        writeOtherPicture(*file, conversion.output, type, wanted.depth, budget);
+        return wanted.isLossAccepted ? "" : lossText(*file, hasAlpha(format.colourspace), false);
     }
+    const auto& type = *findPictureType(extension);
+    const auto depth = writeOtherPicture(*file, conversion.output, type, wanted, budget);
+    return wanted.isLossAccepted ? "" : lossText(*file, type.holdsAlpha, factsOf(depth).isFloat);
 }
 
 std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
-                           const std::function<void(const Conversion&, MemoryBudget&)>& make)
+                           const std::function<std::string(const Conversion&, MemoryBudget&)>& make)
 {
     std::vector<Job> jobs;
     jobs.reserve(conversions.size());
@@ -174,7 +284,7 @@ std::size_t runConversions(const std::vector<Conversion>& conversions, const Job
         jobs.push_back(
             {input.name, input.name + " -> " + conversion.output, [&](MemoryBudget& budget) {
                  throwProblem(input);
-                 make(conversion, budget);
+                 return make(conversion, budget);
              }});
     }
     removeUnfinishedFilesOnSignals();

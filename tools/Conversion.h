@@ -6,10 +6,15 @@
 #include "tools/Jobs.h"
 #include "tools/OpenFile.h"
 
+#include <sys/types.h>
+
 #include <cstddef>
+#include <filesystem>
 #include <functional>
+#include <map>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Zeq {
@@ -21,9 +26,23 @@ struct Conversion
     std::string output = {};  // none of an input with a problem
 };
 
+// What is read, to be told from what is written: a file has many names, by links and by folders.
+class InputNames
+{
+public:
+    explicit InputNames(const std::vector<InputFile>& inputs);
+
+    // The input that this output would take the place of, if any.
+    std::optional<std::string> sameAs(const std::string& output) const;
+
+private:
+    std::map<std::filesystem::path, std::string> m_byPath;
+    std::map<std::pair<dev_t, ino_t>, std::string> m_byNumber;
+};
+
 // Finds each input's output: a file's name, the name of a sequence, which takes the input's number,
 // or a folder, in which a file takes the input's name with another extension. Throws a UsageError
-// when an output would be written twice or is an input that is still to be read.
+// when an output would be written twice or is an input.
 std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
                                         const std::string& output, const std::string& extension);
 
@@ -35,6 +54,9 @@ struct WantedResult
 {
     std::optional<Velmora::FrameFormat> format;  // of a media file
     std::optional<Imaging::SampleDepth> depth;   // of any other picture
+    ReadingOptions reading = {};
+    bool isPremultiplied = false;  // colours in EXR files are multiplied by alpha
+    bool isLossAccepted = false;   // nothing is to be said of what the output cannot hold
 };
 
 // Throws a std::runtime_error when a media file of this format cannot hold the picture, of which it
@@ -42,13 +64,17 @@ struct WantedResult
 void checkCanBeHeld(const IOpenFile& file, const Velmora::FrameFormat& format);
 
 // Makes one file of another: a media file where the output's extension is zeq, else a picture of
-// that kind. The output is written whole or not at all. Throws a std::exception.
-void convertFile(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget);
+// that kind. The output is written whole or not at all. Gives what the output cannot hold of the
+// picture, in words, unless that is accepted. Throws a std::exception.
+std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
+                        MemoryBudget& budget);
 
-// Makes the outputs by this function, several at once, and names the inputs that fail. Gives their
-// number. Unfinished outputs are removed when a signal ends the program.
-std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
-                           const std::function<void(const Conversion&, MemoryBudget&)>& make);
+// Makes the outputs by this function, several at once, and names the inputs that fail and those of
+// which the function says something. Gives the number of failures. Unfinished outputs are removed
+// when a signal ends the program.
+std::size_t runConversions(
+    const std::vector<Conversion>& conversions, const JobSettings& settings,
+    const std::function<std::string(const Conversion&, MemoryBudget&)>& make);
 
 // Throws a UsageError when no file of this name can be written.
 void checkOutputName(const std::string& fileName, const WantedResult& wanted);

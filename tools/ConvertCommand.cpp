@@ -5,6 +5,9 @@
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 
+#include <algorithm>
+#include <charconv>
+#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -22,7 +25,13 @@ struct Options
     std::string format;
     std::string depth;
     std::string extension;
+    std::string layer;
+    std::string exposure;
+    double scale = 1;
     bool skipsExisting = false;
+    bool isPremultiplied = false;
+    bool clips = false;
+    bool hasToBeComplete = false;
     JobSettings jobs;
 };
 
@@ -44,9 +53,13 @@ std::vector<std::string> extensions()
 
 std::string description()
 {
-    return sequencesText + R"(
+    return sequencesText + "\n" + gapsText + R"(
+
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
-their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete.
+their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete;
+one that is an input, by whatever name, is refused.
+
+A photograph that says by EXIF which way up it is comes out upright.
 
 Values are kept as they are stored: no colour conversion, no multiplication by alpha. Without
 --depth a picture gets one that loses nothing, or is refused. Without --format a media file is
@@ -54,16 +67,47 @@ RGB-U8, or RGBA-U8 with alpha; of a picture of more than 8 bits it is RGB-DPX-FI
 and RGB-SMPTE-2110, 12 bits, for more, and with alpha ZEQ-4224-HYBRID, 12 bits, which halves the
 horizontal resolution of the colours.
 
+Media files and whole numbers hold values from 0 to 1; half and float, which EXR and TIFF files may
+have, hold all. Of media files RGBA-U8, BGRA-U8 and ZEQ-4224-HYBRID hold alpha, of other files all
+but JPEG and BMP. What an output cannot hold is cut off at 0 and 1, what is no number becomes 0, and
+alpha is dropped. A file that loses by that is named on the error stream, also with --quiet, with
+the part of its samples and how far they reach, and --clip accepts it without a word.
+
+A picture's channels are those named R, G, B and A, or Y and A, wherever they stand in the file; of
+an EXR file with layers those of none, of the only one, or of the one in --layer. Other channels are
+left out, which is named as above.
+
+--scale and --exposure bring values in before that: they multiply the file's red, green and blue,
+and not alpha, as floats, before anything is cut off or rounded. Where these are linear light, as in
+most EXR files, that is a change of exposure; other values are multiplied as they are, too.
+
+EXR files are taken and written like all others, with the values as they are stored, so that every
+picture comes back as it was. Compositors expect colours there that are multiplied by alpha: with
+--premultiplied they are divided by it as an EXR file becomes another kind, except where alpha is 0,
+and multiplied as another kind becomes EXR. From EXR to EXR they stay.
+
 A picture that is larger than 8192 x 4320 is refused when its file stores less than a pixel in 16
 of it, or has less than a thousandth of its bytes: its size is then a mere claim.
 
   zeq convert shot.####.zeq png/shot.####.png
   zeq convert --format ZEQ-422 --frames 1001-1100 shot.%04d.exr media/shot.%04d.zeq
+  zeq convert --exposure -2.5 render.exr plate.zeq
   zeq convert --to dpx --skip-existing *.zeq dpx/
 
 Formats:
 )" + listed(MediaConversion::mediaFormatNames()) +
            "\n\nKinds of files:\n" + listed(extensions());
+}
+
+double stopsOf(const std::string& exposure)
+{
+    constexpr double most = 32;
+    double stops = 0;
+    const auto* const end = exposure.data() + exposure.size();
+    const auto [stop, error] = std::from_chars(exposure.data(), end, stops);
+    if (!exposure.empty() && (error != std::errc() || stop != end || !(std::abs(stops) <= most)))
+        throw UsageError("--exposure: " + exposure + " is no number from -32 to 32, like -2.5");
+    return stops;
 }
 
 WantedResult wantedResult(const Options& options)
@@ -73,6 +117,11 @@ WantedResult wantedResult(const Options& options)
     for (const auto& depth : Imaging::sampleDepths)
         if (options.depth == depth.name)
             wanted.depth = depth.depth;
+    wanted.reading.factor =
+        static_cast<float>(options.scale * std::exp2(stopsOf(options.exposure)));
+    wanted.reading.layer = options.layer;
+    wanted.isPremultiplied = options.isPremultiplied;
+    wanted.isLossAccepted = options.clips;
     return wanted;
 }
 
@@ -100,6 +149,12 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
     auto plan = planConversions(
         inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
         extension);
+    const auto isExr = [](const Conversion& conversion) {
+        return extensionOf(conversion.output) == "exr" ||
+               extensionOf(conversion.input.name) == "exr";
+    };
+    if (options.isPremultiplied && std::ranges::none_of(plan, isExr))
+        throw UsageError("--premultiplied is for EXR files");
     if (output.ends_with('/'))
         makeFolder(output);
     // Once for all frames, and before the first is read.
@@ -120,13 +175,22 @@ int run(const Options& options)
         return options.skipsExisting && exists(conversion.output);
     });
     const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
-        convertFile(conversion, wanted, budget);
+        return convertFile(conversion, wanted, budget);
     };
+    const bool namesGaps = options.hasToBeComplete || !options.jobs.isQuiet;
+    const auto missing =
+        namesGaps ? reportGaps({options.files.begin(), options.files.end() - 1}, options.frames)
+                  : 0;
     const auto failures = runConversions(plan, options.jobs, make);
-    if (!options.jobs.isQuiet && plan.size() + skipped > 1)
+    if (!options.jobs.isQuiet && plan.size() + skipped > 1) {
         std::cout << plan.size() - failures << " converted, " << skipped << " skipped, " << failures
-                  << " failed\n";
-    return failures ? ExitStatus::failure : ExitStatus::success;
+                  << " failed";
+        if (missing)
+            std::cout << ", " << missing << " missing";
+        std::cout << '\n';
+    }
+    const bool isTooFew = options.hasToBeComplete && missing;
+    return failures || isTooFew ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
@@ -145,7 +209,17 @@ Command convert()
               "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
              {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
               extensions()},
+             {"--layer", "NAME", &options->layer,
+              "take the channels of this layer of EXR files: diffuse for diffuse.R"},
+             {"--scale", "FACTOR", &options->scale,
+              "multiply red, green and blue by this number before they are converted"},
+             {"--exposure", "STOPS", &options->exposure,
+              "the same in stops: 1 doubles the values, -1 halves them"},
+             {"--premultiplied", "", &options->isPremultiplied,
+              "colours in EXR files are multiplied by alpha, those in other files are not"},
+             {"--clip", "", &options->clips, "accept without a word what the output cannot hold"},
              framesArgument(options->frames),
+             completeArgument(options->hasToBeComplete),
              {"--skip-existing", "", &options->skipsExisting,
               "leave outputs that exist as they are"}},
             options->jobs),

@@ -170,6 +170,41 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
     return files;
 }
 
+std::string Gap::text() const
+{
+    return count == 1
+               ? first + ": is missing"
+               : first + " to " + last + ": " + std::to_string(count) + " frames are missing";
+}
+
+Gap gapBetween(const FramePattern& sequence, int frame, int next)
+{
+    if (next - frame < 2)
+        return {};
+    return {sequence.fileName(frame + 1), sequence.fileName(next - 1),
+            static_cast<std::size_t>(next - frame - 1)};
+}
+
+// A folder that cannot be read is a problem of its own.
+std::size_t reportGaps(const std::vector<std::string>& names, const std::string& frames)
+{
+    std::size_t count = 0;
+    for (const auto& name : names) {
+        const auto sequence = frames.empty() ? sequenceOf(name) : std::nullopt;
+        if (!sequence)
+            continue;
+        const auto files = framesOf(*sequence, name, std::nullopt);
+        for (std::size_t index = 1; index < files.size(); ++index)
+            if (const auto gap =
+                    gapBetween(*sequence, *files[index - 1].frame, *files[index].frame);
+                gap.count) {
+                reportError(gap.text());
+                count += gap.count;
+            }
+    }
+    return count;
+}
+
 // What bears the name of a media file is one, though it may be a link to nothing or a pipe: it is
 // the reader who says what is wrong with it. Links to folders are not followed.
 std::vector<InputFile> mediaFilesIn(const std::string& folder)

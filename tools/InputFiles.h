@@ -49,6 +49,23 @@ struct InputFile
 // as a file that cannot be read; a sequence without any frame is one with a problem.
 std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const std::string& frames);
 
+// Frames that are missing one after the other.
+struct Gap
+{
+    std::string first;
+    std::string last;
+    std::size_t count = 0;
+
+    std::string text() const;
+};
+
+// What is missing between two frames, of which the second may be the same or a later one.
+Gap gapBetween(const FramePattern& sequence, int frame, int next);
+
+// Names the frames that are missing between the first and the last on the disk, of each sequence
+// among the names, and gives their number. What `--frames` names is missing or not by itself.
+std::size_t reportGaps(const std::vector<std::string>& names, const std::string& frames);
+
 // The media files in a folder and in those inside it, by name. Folders and other entries that
 // cannot be looked at have a problem, and so has the folder itself when nothing is found.
 std::vector<InputFile> mediaFilesIn(const std::string& folder);

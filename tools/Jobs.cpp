@@ -90,10 +90,14 @@ public:
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;
 
-    void succeeded(const std::string& line)
+    void succeeded(const std::string& line, const std::string& remark)
     {
         const std::lock_guard lock(m_outputMutex);
         ++m_done;
+        if (!remark.empty()) {
+            hideBar();
+            reportError(remark);
+        }
         if (m_showsLines && !line.empty())
             std::cout << shown(line) << std::endl;
         showBar();
@@ -175,8 +179,8 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
         for (auto index = next++; index < jobs.size(); index = next++) {
             const auto& job = jobs[index];
             try {
-                job.run(budget);
-                progress.succeeded(job.result);
+                const auto remark = job.run(budget);
+                progress.succeeded(job.result, remark.empty() ? "" : job.name + ": " + remark);
             } catch (const FileError& error) {
                 ++failures;
                 progress.failed(error.what());

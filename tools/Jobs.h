@@ -56,12 +56,13 @@ struct JobSettings
 };
 
 // One file's work. It reserves the memory that it will take as soon as it knows how much that is,
-// and throws a std::exception when it fails, a FileError where that is about another file.
+// and throws a std::exception when it fails, a FileError where that is about another file. It gives
+// what else is to be said of the file, on the error stream; nothing where all is well.
 struct Job
 {
     std::string name;    // of the file, for errors
     std::string result;  // what is printed when it is done
-    std::function<void(MemoryBudget&)> run;
+    std::function<std::string(MemoryBudget&)> run;
 };
 
 // Gets the process ready for so many jobs, which share the processors and the memory, and gives how

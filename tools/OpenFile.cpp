@@ -7,6 +7,7 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
+#include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/PictureModule.h"
 
@@ -52,7 +53,8 @@ std::uint64_t floatByteCount(const cv::Size2l& size)
 class OpenMediaFile final : public IOpenFile
 {
 public:
-    explicit OpenMediaFile(const std::string& fileName)
+    OpenMediaFile(const std::string& fileName, const ReadingOptions& options)
+        : m_factor(options.factor)
     {
         m_reader.open(MediaConversion::wideFileName(fileName));
         const auto header = m_reader.mediaHeader();
@@ -76,20 +78,38 @@ public:
 
     const PictureFacts& facts() const override { return m_facts; }
 
-    std::unique_ptr<Velmora::IFrame> readFrame() override { return m_reader.readFrame(); }
+    std::unique_ptr<Velmora::IFrame> readFrame() override
+    {
+        if (m_factor == 1)
+            return m_reader.readFrame();
+        const auto pixels = scaledPixels();
+        cv::Mat limited;
+        cv::min(pixels, 1, limited);
+        return std::make_unique<Velmora::FullFrame>(BGRA_F32(), limited);
+    }
 
     Picture readPicture() override
     {
-        return {MediaConversion::convert(readFrame(), BGRA_F32())->image(),
-                {},
-                m_facts.size,
-                m_facts.depth,
-                m_facts.hasAlpha};
+        return {scaledPixels(), {}, m_facts.size, m_facts.depth, m_facts.hasAlpha};
     }
+
+    const Imaging::OutsideValues& outside() const override { return m_outside; }
 
     MediaConversion::MediaFileOptions mediaFileOptions() const override { return m_options; }
 
 private:
+    cv::Mat scaledPixels()
+    {
+        auto pixels = MediaConversion::convert(m_reader.readFrame(), BGRA_F32())->image();
+        const auto shown = cv::Rect({}, pixels.size()) & cv::Rect({}, cv::Size(m_facts.size));
+        for (int row = 0; m_factor != 1 && row < pixels.rows; ++row) {
+            Imaging::scaleColours(pixels.ptr<cv::Vec4f>(row), pixels.cols, m_factor);
+            if (row < shown.height)
+                m_outside.add(pixels.ptr<cv::Vec4f>(row), shown.width);
+        }
+        return pixels;
+    }
+
     // What the library takes for a file at most, whatever its headers claim.
     static std::uint64_t mostFor(const std::string& fileName)
     {
@@ -101,14 +121,19 @@ private:
 
     MediaConversion::FileStreamFactory m_streams;
     MediaConversion::VelmoraMediaFileReader m_reader{m_streams};
+    const float m_factor;
     PictureFacts m_facts;
     MediaConversion::MediaFileOptions m_options;
+    Imaging::OutsideValues m_outside;
 };
 
 class OpenPicture final : public IOpenFile
 {
 public:
-    explicit OpenPicture(const std::string& fileName) : m_file(pictureModule().open(fileName)) {}
+    OpenPicture(const std::string& fileName, const ReadingOptions& options)
+        : m_file(pictureModule().open(fileName, options))
+    {
+    }
 
     const PictureFacts& facts() const override { return m_file->facts(); }
 
@@ -121,22 +146,24 @@ public:
 
     Picture readPicture() override { return m_file->read(Imaging::Highlights::kept); }
 
+    const Imaging::OutsideValues& outside() const override { return m_file->outside(); }
+
 private:
     std::unique_ptr<Imaging::IPictureFile> m_file;
 };
 
 }
 
-std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName)
+std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName, const ReadingOptions& options)
 {
-    return std::make_unique<OpenMediaFile>(fileName);
+    return std::make_unique<OpenMediaFile>(fileName, options);
 }
 
-std::unique_ptr<IOpenFile> openFile(const std::string& fileName)
+std::unique_ptr<IOpenFile> openFile(const std::string& fileName, const ReadingOptions& options)
 {
     if (isMediaFile(fileName))
-        return openMediaFile(fileName);
-    return std::make_unique<OpenPicture>(fileName);
+        return openMediaFile(fileName, options);
+    return std::make_unique<OpenPicture>(fileName, options);
 }
 
 std::uint64_t fillingUpByteCount(const PictureFacts& facts)

@@ -15,7 +15,8 @@ namespace Zeq {
 // the first picture is read or written.
 struct PictureModule
 {
-    std::unique_ptr<Imaging::IPictureFile> (*open)(const std::string& fileName);
+    std::unique_ptr<Imaging::IPictureFile> (*open)(const std::string& fileName,
+                                                   const Imaging::ReadingOptions& options);
     void (*write)(const std::string& fileName, const Imaging::Picture& picture,
                   const std::string& heldName);
     Imaging::View (*viewOf)(const Imaging::Picture& picture, const std::string& name);

@@ -53,6 +53,13 @@ std::string shown(const std::string& text)
     return result;
 }
 
+std::string text(double number)
+{
+    char digits[32];
+    std::snprintf(digits, sizeof digits, "%.6g", number);
+    return digits;
+}
+
 std::string messageOf(const std::exception& error)
 {
     const auto* const ofOpenCv = dynamic_cast<const cv::Exception*>(&error);

@@ -35,6 +35,9 @@ public:
 // give orders to a terminal that way, and can still be told from any other.
 std::string shown(const std::string& text);
 
+// A number with as many digits as other tools print.
+std::string text(double number);
+
 // The text of an exception, or a better one where its own is for developers.
 std::string messageOf(const std::exception& error);
 

@@ -1,4 +1,5 @@
 #include "tools/Commands.h"
+#include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/Jobs.h"
@@ -41,12 +42,14 @@ int run(const Options& options)
         throw UsageError("--output: a file is required");
     if (!findPictureType(extensionOf(options.output)))
         throw UsageError(options.output + ": files of this kind are not written");
+    const auto files = inputFiles(options.files, options.frames);
+    if (const auto input = InputNames(files).sameAs(options.output))
+        throw UsageError("the sheet would overwrite the input " + *input);
     removeUnfinishedFilesOnSignals();
     const auto& pictures = pictureModule();
     std::vector<Imaging::View> views;
     const auto failures =
-        forEachFile(inputFiles(options.files, options.frames),
-                    [&](const std::string& name) { views.push_back(viewOf(name)); });
+        forEachFile(files, [&](const std::string& name) { views.push_back(viewOf(name)); });
     if (!views.empty()) {
         writeOutput(options.output, [&](const std::string& temporaryName) {
             pictures.writeContactSheet(temporaryName, views);

@@ -45,6 +45,7 @@ int run(const Options& options)
     makeFolder(folder);
     const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
         makeThumbnail(conversion, options.size, budget);
+        return std::string();
     };
     return runConversions(plan, options.jobs, make) ? ExitStatus::failure : ExitStatus::success;
 }

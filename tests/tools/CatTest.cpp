@@ -175,6 +175,34 @@ TEST_F(Cat, namesWhatIsMissingOrPutsOtherFramesInItsPlace)
               "zeq: s.1.zeq: is missing, a neighbour is held\n");
 }
 
+// What is there is checked and converted all the same.
+TEST_F(Cat, sharesItsGapsWithCheckAndConvert)
+{
+    for (const int frame : {2, 3, 5, 9})
+        writeFrame(frame, '?');
+    const Name gaps = "zeq: s.4.zeq: is missing\nzeq: s.6.zeq to s.8.zeq: 3 frames are missing\n";
+    const std::tuple<Name, int, bool, Name> cases[] = {
+        // clang-format off
+        // arguments                                    status named  output ends with
+        {"check s.#.zeq",                               0, true,  "4 files checked, 0 bad, 4 missing\n"},
+        {"check s.#.zeq --complete",                    1, true,  "4 files checked, 0 bad, 4 missing\n"},
+        {"check s.#.zeq -q --complete",                 1, true,  ""},
+        {"check s.#.zeq -q",                            0, false, ""},
+        {"check s.#.zeq --frames 2-3,5 --complete",     0, false, "3 files checked, 0 bad\n"},
+        {"check s.2.zeq s.5.zeq --complete",            0, false, "2 files checked, 0 bad\n"},
+        {"convert s.#.zeq t.#.png",                     0, true,  "4 converted, 0 skipped, 0 failed, 4 missing\n"},
+        {"convert s.#.zeq t.#.png --skip-existing --complete", 1, true,  "0 converted, 4 skipped, 0 failed, 4 missing\n"},
+        {"convert s.2.zeq s.#.zeq o/ --to png --complete -q --frames 2", 2, false, ""},
+        // clang-format on
+    };
+    for (const auto& [arguments, status, areNamed, end] : cases) {
+        EXPECT_EQ(run("zeq " + arguments), status) << arguments;
+        EXPECT_EQ(errors.starts_with(gaps), areNamed) << arguments << errors;
+        EXPECT_THAT(output, EndsWith(end)) << arguments;
+    }
+    EXPECT_TRUE(folder.files().contains("t.9.png"));
+}
+
 TEST_F(Cat, endsAtAFrameThatCannotBeShown)
 {
     for (const int frame : {1, 2, 4})

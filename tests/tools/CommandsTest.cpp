@@ -134,7 +134,9 @@ TEST_F(Commands, refuseInOneLine)
     writePicture("odd.png", {3, 2, 3, TypeDesc::UINT8}, std::vector<float>(18));
     writePicture("wide.tif", {65536, 1, 1, TypeDesc::UINT8}, std::vector<float>(65536));
     writePicture("f.exr", {2, 1, 3, TypeDesc::FLOAT}, std::vector<float>(6));
-    writePicture("five.exr", {1, 1, 5, TypeDesc::FLOAT}, std::vector<float>(5));
+    OIIO::ImageSpec motion(1, 1, 2, TypeDesc::FLOAT);
+    motion.channelnames = {"u", "v"};
+    writePicture("motion.exr", motion, {0, 0});
     runWell("mkdir empty; mkfifo p.png; cp $samples/*.zeq .");
     const auto filesBefore = folder.files();
     const std::tuple<const char*, int, const char*> cases[] = {
@@ -150,6 +152,10 @@ TEST_F(Commands, refuseInOneLine)
         {"convert a.zeq",                              2, "OUTPUT is required"},
         {"convert a.zeq b.png --format RGB",           2, "--format: unknown FORMAT RGB; see --help"},
         {"convert a.zeq b.png --format rgb-u8",        2, "--format is for media files, which end in .zeq"},
+        {"convert a.zeq new/ --to png --premultiplied", 2, "--premultiplied is for EXR files"},
+        {"convert a.zeq b.zeq --exposure 1e9",         2, "--exposure: 1e9 is no number from -32 to 32, like -2.5"},
+        {"convert a.zeq b.zeq --exposure 2x",          2, "--exposure: 2x is no number from -32 to 32, like -2.5"},
+        {"convert a.zeq b.zeq --scale -1",             2, "--scale: -1 is no number from 0 on, like 0.01"},
         {"convert a.zeq b.zeq --depth 8",              2, "--depth is for other pictures; a media file's depth is that of its --format"},
         {"convert a.zeq b.xyz",                        2, "b.xyz: files of this kind are not written; see --help"},
         {"convert a.zeq .",                            2, "--to is needed for an OUTPUT that is a folder"},
@@ -167,7 +173,7 @@ TEST_F(Commands, refuseInOneLine)
         {"convert odd.png o.zeq -f zeq-422",           1, "odd.png: is 3 pixels wide; ZEQ-422 needs a multiple of 2"},
         {"convert f.exr o.zeq -f zeq-420",             1, "f.exr: is 1 pixels high; ZEQ-420 needs a multiple of 2"},
         {"convert wide.tif o.zeq",                     1, "wide.tif: is 65536 pixels wide; a media file holds at most 65535"},
-        {"convert five.exr o.zeq",                     1, "five.exr: has 5 channels; grey, grey with alpha, RGB and RGBA can be read"},
+        {"sheet motion.exr -o o.png",                  1, "motion.exr: has the channels u, v: no R, G, B and no Y"},
         {"convert coffee.zeq-422.zeq o.jpg",           1, "coffee.zeq-422.zeq: 10-bit samples do not fit into jpg files without loss; choose a --depth"},
         {"convert coffee.bgra-u8.zeq o.dpx --depth 10", 1, "coffee.bgra-u8.zeq: dpx files with alpha are not written in --depth 10; choose 8, 12, 16"},
         // clang-format on
