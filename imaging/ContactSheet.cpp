@@ -35,7 +35,10 @@ constexpr float darkSquare = 0.82f;
 // channels of these colours.
 cv::Mat flattened(const cv::Mat& view, int red, int blue)
 {
-    cv::Mat image(view.size(), CV_8UC3);
+    cv::Mat image;
+    // A pool would lend a frame's block, and a sheet has many views for long.
+    image.allocator = cv::Mat::getStdAllocator();
+    image.create(view.size(), CV_8UC3);
     for (int row = 0; row < view.rows; ++row)
         for (int column = 0; column < view.cols; ++column) {
             const auto& pixel = view.at<cv::Vec4f>(row, column);

@@ -65,9 +65,10 @@ std::optional<std::string> InputNames::sameAs(const std::string& output) const
 {
     if (const auto input = m_byPath.find(identity(output)); input != m_byPath.end())
         return input->second;
-    const auto number = fileNumber(output);
-    const auto input = number ? m_byNumber.find(*number) : m_byNumber.end();
-    return input == m_byNumber.end() ? std::nullopt : std::optional(input->second);
+    if (const auto number = fileNumber(output))
+        if (const auto input = m_byNumber.find(*number); input != m_byNumber.end())
+            return input->second;
+    return std::nullopt;
 }
 
 namespace {

@@ -1,3 +1,5 @@
+#include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+#include "imaging/ContactSheet.h"
 #include "imaging/PictureFiles.h"
 #include "tests/tools/ProgramTest.h"
 
@@ -65,6 +67,14 @@ TEST_F(HeadlessHost, writesPicturesAndNamesTheFilesThatFail)
                 ElementsAre("a-2.exr", "a-2.png", "a.exr", "a.png", "b-2.exr", "b-2.png", "b-3.exr",
                             "b-3.png", "b.exr", "contact-sheet-2.exr", "contact-sheet-2.png",
                             "contact-sheet.png"));
+}
+
+TEST_F(HeadlessHost, keepsNoBlockOfThePoolForAView)
+{
+    Velmora::installMemoryPool();
+    const auto view = Imaging::viewOf({64, 64, 8, std::vector<float>(64 * 64 * 4)}, "grey.zeq");
+    EXPECT_EQ(view.image.u->currAllocator, cv::Mat::getStdAllocator());
+    EXPECT_NE(cv::Mat(1, 1, CV_8U).u->currAllocator, cv::Mat::getStdAllocator());
 }
 
 TEST_F(HeadlessHost, tellsUsageErrorsFromFailures)
