@@ -199,7 +199,7 @@ std::string lossText(const IOpenFile& file, bool holdsAlpha, bool isFloat)
     if (!isFloat)
         losses.push_back(cutOffText(file.outside(), facts.size, facts.hasAlpha && holdsAlpha));
     if (facts.hasAlpha && !holdsAlpha && !file.outside().areOpaque())
-        losses.push_back("alpha was dropped");
+        losses.emplace_back("alpha was dropped");
     if (!facts.leftOut.empty())
         losses.push_back("left out: " + Imaging::listedNames(facts.leftOut));
     std::string text;
