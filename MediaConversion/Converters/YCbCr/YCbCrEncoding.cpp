@@ -13,14 +13,13 @@ using Eight = Vector<T, 8>;
 
 // One value for each channel, in the order of the pixel, of eight pixels: the left ones of as many
 // groups, or the right ones.
-template <class T>
-using Channels = std::array<Eight<T>, 4>;
+using Channels = std::array<Eight<float>, 4>;
 
 // The left and the right pixels, then those of the row below, if groups have one. Integers are as
 // they are stored; only F32 is clamped: what U15plus1 channels hold above full scale goes on into
 // the codes.
 template <int rows>
-using Pixels = std::array<Channels<float>, 2 * rows>;
+using Pixels = std::array<Channels, 2 * rows>;
 
 // Two pixels as floats. A NaN becomes 0.
 template <ChannelType type, int channels>
@@ -37,7 +36,7 @@ PixelPair<float> floatsOf(const typename Channel<type>::Element* pixels)
 
 // Eight pixels in a row sorted by channel, those with an even number first.
 template <ChannelType type, int channels>
-Channels<float> evenThenOdd(const typename Channel<type>::Element* pixels)
+Channels evenThenOdd(const typename Channel<type>::Element* pixels)
 {
     std::array<PixelPair<float>, 4> pairs;
     for (int pair = 0; pair < 4; ++pair)
@@ -100,10 +99,10 @@ struct ExactCodes
     static void setLumaAndAlpha(const Pixels& pixels, Groups& groups)
     {
         for (std::size_t place = 0; place < pixels.size(); ++place) {
-            groups.luma[place] =
-                codes<Packing::lumaMax, 1>(fractions(pixels[place][order.red]) * Doubles(0.299) +
-                                           fractions(pixels[place][order.green]) * Doubles(0.587) +
-                                           fractions(pixels[place][order.blue]) * Doubles(0.114));
+            groups.luma[place] = codes<Packing::lumaMax, 1>(
+                fractions(pixels[place][order.red]) * Doubles(lumaWeights.red) +
+                fractions(pixels[place][order.green]) * Doubles(lumaWeights.green) +
+                fractions(pixels[place][order.blue]) * Doubles(lumaWeights.blue));
             if constexpr (Packing::hasAlpha)
                 groups.alpha[place] =
                     codes<Packing::chromaMax, 1>(fractions(pixels[place][order.alpha]));
@@ -120,10 +119,10 @@ struct ExactCodes
             const auto red = fractions(pixels[place][order.red]);
             const auto green = fractions(pixels[place][order.green]);
             const auto blue = fractions(pixels[place][order.blue]);
-            cb = cb + (blue * Doubles(0.5) - red * Doubles(0.168736) - green * Doubles(0.331264) +
-                       Doubles(0.5));
-            cr = cr + (red * Doubles(0.5) - green * Doubles(0.418688) - blue * Doubles(0.081312) +
-                       Doubles(0.5));
+            cb = cb + (blue * Doubles(cbWeights.blue) + red * Doubles(cbWeights.red) +
+                       green * Doubles(cbWeights.green) + Doubles(cbWeights.grey));
+            cr = cr + (red * Doubles(crWeights.red) + green * Doubles(crWeights.green) +
+                       blue * Doubles(crWeights.blue) + Doubles(crWeights.grey));
         }
         groups.cb = codes<Packing::chromaMax, chromaPixels<Packing>>(cb);
         groups.cr = codes<Packing::chromaMax, chromaPixels<Packing>>(cr);
@@ -206,8 +205,7 @@ private:
     static constexpr double scale = max / (count * Channel<type>::fullScale);
 
     template <int max, int count>
-    static EightCodes codes(const Weights& weights, const Channels<float>& sums,
-                            EightCodes& doubtful)
+    static EightCodes codes(const Weights& weights, const Channels& sums, EightCodes& doubtful)
     {
         const auto weighted = [&](int channel, double weight, const Floats& addend) {
             return productPlus(sums[channel], static_cast<float>(weight * scale<max, count>),
