@@ -1,7 +1,7 @@
 #include "imaging/ContactSheet.h"
 
 #include "imaging/Lettering.h"
-#include "imaging/PictureFiles.h"
+#include "imaging/PictureWriter.h"
 
 #include <opencv2/imgproc.hpp>
 

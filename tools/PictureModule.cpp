@@ -1,6 +1,7 @@
 #include "tools/PictureModule.h"
 
-#include "imaging/PictureFiles.h"
+#include "imaging/PictureReader.h"
+#include "imaging/PictureWriter.h"
 
 #include <OpenImageIO/imageio.h>
 
@@ -16,7 +17,10 @@ extern "C" __attribute__((visibility("default"))) const Zeq::PictureModule* zeqP
         .writeHeatMap = Imaging::writeHeatMap,
         .openImageIoVersion = OIIO_VERSION_STRING,
     };
-    for (const auto* const attribute : {"threads", "exr_threads"})
-        OIIO::attribute(attribute, cv::getNumThreads());
+    // With -1, OpenEXR works in the thread that calls it. A single thread of its own would do the
+    // work of all files that are converted at once.
+    const int threads = cv::getNumThreads();
+    OIIO::attribute("threads", threads);
+    OIIO::attribute("exr_threads", threads == 1 ? -1 : threads);
     return &module;
 }

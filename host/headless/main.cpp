@@ -1,7 +1,7 @@
 #include "host/headless/HeadlessHost.h"
 #include "host/headless/OutputNames.h"
 #include "imaging/ContactSheet.h"
-#include "imaging/PictureFiles.h"
+#include "imaging/PictureWriter.h"
 #include "imaging/StandardStreams.h"
 
 #include <CLI/CLI.hpp>

@@ -1,6 +1,6 @@
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
 #include "imaging/ContactSheet.h"
-#include "imaging/PictureFiles.h"
+#include "imaging/PictureWriter.h"
 #include "tests/tools/ProgramTest.h"
 
 #include <algorithm>

@@ -1,4 +1,4 @@
-#include "imaging/PictureFiles.h"
+#include "imaging/PictureWriter.h"
 #include "tests/MediaFile/FileSizeLimit.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/Files.h"

@@ -1,5 +1,3 @@
-#include "imaging/Picture.h"
-#include "imaging/PictureLimits.h"
 #include "tests/MediaFile/TemporaryFolder.h"
 #include "tools/Commands.h"
 #include "tools/InputFiles.h"
@@ -8,9 +6,6 @@
 #include <gmock/gmock.h>
 #include <unistd.h>
 
-#include <opencv2/imgproc.hpp>
-
-#include <algorithm>
 #include <atomic>
 #include <latch>
 #include <thread>
@@ -50,42 +45,6 @@ TEST(CommandLine, takesDecimalNumbersAndAmountsOfMemoryOnly)
         EXPECT_THROW(parse("--memory", text), UsageError) << text;
     for (const auto* text : {"", "0", "-1", "+1", "1x", "0x1", "1 ", "1025", "99999999999"})
         EXPECT_THROW(parse("-j", text), UsageError) << text;
-}
-
-// As OpenCV reduces the whole picture.
-TEST(PartialPicture, isReducedWithoutBeingBuilt)
-{
-    const std::tuple<cv::Size, cv::Rect, int> cases[] = {
-        // size      stored             longer side
-        {{90, 60}, {0, 0, 90, 60}, 30},       {{90, 60}, {0, 0, 90, 60}, 47},
-        {{90, 60}, {10, 7, 33, 20}, 89},      {{90, 60}, {-5, -9, 120, 30}, 17},
-        {{60, 9000}, {50, 4000, 70, 3}, 100}, {{90, 60}, {95, 0, 3, 3}, 20},
-    };
-    const auto multiplied = [](cv::Mat image) {
-        image.forEach<cv::Vec4f>([](cv::Vec4f& pixel, const int*) {
-            pixel = pixel.mul({pixel[3], pixel[3], pixel[3], 1});
-        });
-        return image;
-    };
-    for (const auto& [size, place, longerSide] : cases) {
-        cv::Mat stored(place.size(), CV_32FC4), expected;
-        cv::randu(stored, 0.1, 1);
-        const Imaging::Picture picture{stored, place.tl(), size};
-        const auto view = reduced(picture, longerSide).pixels;
-        EXPECT_EQ(std::max(view.cols, view.rows), longerSide);
-        cv::resize(multiplied(whole(picture).clone()), expected, view.size(), 0, 0, cv::INTER_AREA);
-        EXPECT_LT(cv::norm(multiplied(view), expected, cv::NORM_INF), 1e-5) << size << place;
-    }
-}
-
-TEST(PictureLimits, letAFrameOf8KPassAndWhatAFileCanHave)
-{
-    constexpr std::uint64_t frameOf8K = 8192 * 4320;
-    using namespace Imaging;
-    EXPECT_TRUE(mayBeFilledUp(frameOf8K, 1) && mayBeFilledUp(16 * frameOf8K, frameOf8K));
-    EXPECT_FALSE(mayBeFilledUp(16 * frameOf8K, frameOf8K - 1));
-    EXPECT_TRUE(mayBeHeld(frameOf8K, 12 * frameOf8K, 1) && mayBeHeld(2 * frameOf8K, 1032, 1));
-    EXPECT_FALSE(mayBeHeld(2 * frameOf8K, 2 * 1032, 1));
 }
 
 TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)

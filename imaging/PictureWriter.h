@@ -4,19 +4,11 @@
 #include "imaging/Picture.h"
 
 #include <filesystem>
-#include <memory>
 #include <string>
 
-// Pictures are read and written with their values as they are stored: alpha is not multiplied into
-// the colours, and no colour conversion takes place. All failures are std::runtime_errors, of one
-// line.
+// Pictures are written with their values as they are: alpha is not multiplied into the colours, and
+// no colour conversion takes place. All failures are std::runtime_errors, of one line.
 namespace Imaging {
-
-// Opens a file of any kind that OpenImageIO reads. Its channels are found by their names: R, G, B
-// or Y, and A. A picture that says by EXIF how it was taken is turned upright. Refuses files
-// without those and those that are too small for what they claim.
-std::unique_ptr<IPictureFile> openPicture(const std::string& fileName,
-                                          const ReadingOptions& options);
 
 // Writes a file of the kind that the name's extension asks for, with samples of the picture's depth
 // and alpha if it has any; some kinds hold a name, which is `heldName`. Whole numbers are rounded
