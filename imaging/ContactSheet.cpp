@@ -60,7 +60,7 @@ View viewOf(const Picture& picture, int bits, const std::string& name, int red, 
 {
     const auto facts = std::to_string(picture.size.width) + " x " +
                        std::to_string(picture.size.height) + ", " + std::to_string(bits) + " bit";
-    return {flattened(reduced(picture, largestView).pixels, red, blue), drawable(name), facts};
+    return {flattened(reduced(picture, largestView).pixels, red, blue), name, facts};
 }
 
 }
@@ -105,8 +105,9 @@ void writeContactSheet(const std::string& fileName, const std::vector<View>& vie
         view.image.copyTo(sheet(place));
 
         const cv::Point caption = cell + cv::Point(0, viewHeight + 24);
-        drawText(sheet, shortened(view.name, nameSize, columnWidth), caption, nameSize, nameGrey);
-        drawText(sheet, view.facts, caption + cv::Point(0, 19), factsSize, factsGrey);
+        drawText(sheet, shortened(lettersOf(view.name), nameSize, columnWidth), caption, nameSize,
+                 nameGrey);
+        drawText(sheet, lettersOf(view.facts), caption + cv::Point(0, 19), factsSize, factsGrey);
     }
     writePicture(fileName, sheet);
 }
