@@ -74,7 +74,7 @@ bool isPlain(char32_t letter)
 
 std::string stroke(char32_t letter)
 {
-    return {1, static_cast<char>(letter)};
+    return std::string(1, static_cast<char>(letter));
 }
 
 // How far the next letter stands from this one.
