@@ -1,5 +1,7 @@
 #include "imaging/Colours.h"
 
+#include <cmath>
+
 namespace Imaging {
 
 namespace {
@@ -30,6 +32,14 @@ void divideByAlpha(cv::Vec4f* pixels, int count)
 {
     changeColours(pixels, count,
                   [](float colour, float alpha) { return alpha == 0 ? colour : colour / alpha; });
+}
+
+void encodeSrgb(cv::Vec4f* pixels, int count)
+{
+    changeColours(pixels, count, [](float colour, float) {
+        return colour <= 0.0031308f ? colour * 12.92f
+                                    : 1.055f * std::pow(colour, 1 / 2.4f) - 0.055f;
+    });
 }
 
 }

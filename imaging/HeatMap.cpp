@@ -72,8 +72,8 @@ void drawScale(cv::Mat& legend, cv::Rect bar, double largest, int letters)
     cv::resize(falseColours(shares), legend(bar), bar.size(), 0, 0, cv::INTER_NEAREST);
     cv::rectangle(legend, bar, cv::Scalar::all(factsGrey));
     for (const double share : {0.0, 0.25, 0.5, 0.75, 1.0}) {
-        const auto text = rounded(share * largest);
-        const int width = textWidth(text, letters);
+        const auto text = lettersOf(rounded(share * largest));
+        const int width = widthOf(text, letters);
         const int tick = bar.x + static_cast<int>(share * (bar.width - 1));
         cv::line(legend, {tick, bar.br().y}, {tick, bar.br().y + letters / 3},
                  cv::Scalar::all(factsGrey));
@@ -92,17 +92,17 @@ cv::Mat legendOf(const HeatMap& map, int width, double largest, bool isFinite)
     drawScale(legend, {letters, letters, width - 2 * letters, letters * 3 / 2}, largest, letters);
     int line = letters * 6;
     const auto write = [&](const std::string& text, int grey) {
-        drawText(legend, shortened(text, letters, width - 2 * letters), {letters, line}, letters,
-                 grey);
+        drawText(legend, shortened(lettersOf(text), letters, width - 2 * letters), {letters, line},
+                 letters, grey);
         line += letters * 7 / 4;
     };
-    write(drawable(map.name), textGrey);
-    write(drawable(map.otherName), textGrey);
+    write(map.name, textGrey);
+    write(map.otherName, textGrey);
     write(factsOf(map.difference), factsGrey);
     if (!isFinite) {
         const cv::Rect sample(letters, line - letters, letters, letters);
         legend(sample).setTo(notFiniteColour);
-        drawText(legend, "infinite or no number on one side", {3 * letters, line}, letters,
+        drawText(legend, U"infinite or no number on one side", {3 * letters, line}, letters,
                  factsGrey);
     }
     return legend;

@@ -2,22 +2,29 @@
 
 #include <opencv2/core/mat.hpp>
 
+#include <cstddef>
 #include <string>
+#include <vector>
 
-// Text in ASCII on an RGB canvas of 8 bits is in DejaVu Sans where the machine has it and otherwise
-// in the strokes that OpenCV brings along. Sizes are in pixels.
+// Text on an RGB canvas of 8 bits, in DejaVu Sans where the machine has it and otherwise in the
+// strokes that OpenCV brings along. Sizes and widths are in pixels.
 namespace Imaging {
 
-int textWidth(const std::string& text, int size);
+// The letters of a text in UTF-8, with a question mark for each that cannot be drawn.
+using Letters = std::u32string;
+Letters lettersOf(const std::string& text);
+
+int widthOf(const Letters& letters, int size);
 
 // `position` is the left end of the line that the letters stand on.
-void drawText(cv::Mat& canvas, const std::string& text, cv::Point position, int size, int grey);
+void drawText(cv::Mat& canvas, const Letters& letters, cv::Point position, int size, int grey);
 
-// The text with a question mark for each other character: OpenImageIO 2.4 draws them wrongly and
-// OpenCV not at all.
-std::string drawable(const std::string& text);
+// The letters, with an ellipsis in the middle where they would be wider than `width`: names of
+// frames are told apart by their ends.
+Letters shortened(const Letters& letters, int size, int width);
 
-// The text, cut and ended with dots where it would be wider than `width`.
-std::string shortened(std::string text, int size, int width);
+// The letters in at most so many lines, broken at blanks where possible; the last line is
+// shortened.
+std::vector<Letters> wrapped(const Letters& letters, int size, int width, std::size_t lines);
 
 }

@@ -61,6 +61,17 @@ Argument completeArgument(bool& isComplete)
     return {"--complete", "", &isComplete, "fail when frames of a sequence are missing"};
 }
 
+double stopsOf(const std::string& exposure)
+{
+    constexpr double most = 32;
+    double stops = 0;
+    const auto* const end = exposure.data() + exposure.size();
+    const auto [stop, error] = std::from_chars(exposure.data(), end, stops);
+    if (!exposure.empty() && (error != std::errc() || stop != end || !(std::abs(stops) <= most)))
+        throw UsageError("--exposure: " + exposure + " is no number from -32 to 32, like -2.5");
+    return stops;
+}
+
 std::string listed(const std::vector<std::string>& words)
 {
     std::string text;

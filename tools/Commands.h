@@ -39,6 +39,9 @@ Argument framesArgument(std::string& frames);
 Argument completeArgument(bool& isComplete);
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
 
+// The number of stops in a text like "-2.5", 0 in an empty one. Throws a UsageError.
+double stopsOf(const std::string& exposure);
+
 // A sub-command as it is asked for: what it takes and what it does.
 struct Command
 {

@@ -6,9 +6,7 @@
 #include "tools/Report.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cmath>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -99,17 +97,6 @@ Formats:
            "\n\nKinds of files:\n" + listed(extensions());
 }
 
-double stopsOf(const std::string& exposure)
-{
-    constexpr double most = 32;
-    double stops = 0;
-    const auto* const end = exposure.data() + exposure.size();
-    const auto [stop, error] = std::from_chars(exposure.data(), end, stops);
-    if (!exposure.empty() && (error != std::errc() || stop != end || !(std::abs(stops) <= most)))
-        throw UsageError("--exposure: " + exposure + " is no number from -32 to 32, like -2.5");
-    return stops;
-}
-
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
@@ -158,12 +145,8 @@ std::vector<Conversion> planned(const Options& options, const WantedResult& want
     if (output.ends_with('/'))
         makeFolder(output);
     // Once for all frames, and before the first is read.
-    for (const auto& conversion : plan) {
-        const auto folder = std::filesystem::path(conversion.output).parent_path();
-        std::error_code ignored;
-        if (!folder.empty() && !std::filesystem::is_directory(folder, ignored))
-            throw UsageError("there is no folder " + folder.native());
-    }
+    for (const auto& conversion : plan)
+        checkFolderOf(conversion.output);
     return plan;
 }
 

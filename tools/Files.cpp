@@ -62,6 +62,14 @@ void makeFolder(const std::string& folder)
         MediaConversion::fail(folder, ": ", error.message());
 }
 
+void checkFolderOf(const std::string& fileName)
+{
+    const auto folder = std::filesystem::path(fileName).parent_path();
+    std::error_code ignored;
+    if (!folder.empty() && !std::filesystem::is_directory(folder, ignored))
+        throw UsageError("there is no folder " + folder.native());
+}
+
 std::string programFolder()
 {
     return std::filesystem::read_symlink("/proc/self/exe").parent_path();

@@ -17,6 +17,9 @@ bool exists(const std::string& name);
 // Makes a folder, and those that it is in, unless they are there. Throws a std::runtime_error.
 void makeFolder(const std::string& folder);
 
+// Throws a UsageError when there is no folder for a file of this name.
+void checkFolderOf(const std::string& fileName);
+
 // The folder of the running program.
 std::string programFolder();
 

@@ -12,7 +12,6 @@ extern "C" __attribute__((visibility("default"))) const Zeq::PictureModule* zeqP
     static constexpr Zeq::PictureModule module{
         .open = Imaging::openPicture,
         .write = Imaging::writePicture,
-        .viewOf = Imaging::viewOf,
         .writeContactSheet = Imaging::writeContactSheet,
         .writeHeatMap = Imaging::writeHeatMap,
         .openImageIoVersion = OIIO_VERSION_STRING,

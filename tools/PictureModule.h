@@ -19,8 +19,8 @@ struct PictureModule
                                                    const Imaging::ReadingOptions& options);
     void (*write)(const std::string& fileName, const Imaging::Picture& picture,
                   const std::string& heldName);
-    Imaging::View (*viewOf)(const Imaging::Picture& picture, const std::string& name);
-    void (*writeContactSheet)(const std::string& fileName, const std::vector<Imaging::View>& views);
+    void (*writeContactSheet)(const std::string& fileName, const std::vector<Imaging::View>& views,
+                              int columns);
     void (*writeHeatMap)(const std::string& fileName, const Imaging::HeatMap& map);
     const char* openImageIoVersion;
 };

@@ -1,9 +1,10 @@
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
 #include "tools/Files.h"
-#include "tools/OpenFile.h"
+#include "tools/InputFiles.h"
 #include "tools/PictureModule.h"
 #include "tools/Report.h"
+#include "tools/Views.h"
 
 #include <filesystem>
 #include <memory>
@@ -18,33 +19,44 @@ struct Options
 {
     std::vector<std::string> files;
     std::string frames;
-    std::string folder;
-    int size = 256;
+    std::string output;
+    ViewOptions views{.side = 256};
     JobSettings jobs;
 };
 
-void makeThumbnail(const Conversion& conversion, int largestSide, MemoryBudget& budget)
+void makeThumbnail(const Conversion& conversion, const ReadingOptions& reading,
+                   const ViewOptions& options, MemoryBudget& budget)
 {
-    const auto file = openFile(conversion.input.name);
-    const auto& facts = file->facts();
-    const auto reservation = budget.reserve(facts.byteCount);
-    const auto picture = file->readPicture();
-    checkNotEmpty(facts);
-    auto view = reduced(picture, largestSide);
+    auto view = readReduced(conversion.input.name, reading, options, budget).picture;
     view.depth = Imaging::SampleDepth::U8;
+    const auto heldName = std::filesystem::path(conversion.output).filename();
     writeOutput(conversion.output,
-                [&](const std::string& name) { pictureModule().write(name, view, name); });
+                [&](const std::string& name) { pictureModule().write(name, view, heldName); });
+}
+
+// A name without an ending is that of a folder, which may still have to be made.
+std::string outputName(const std::string& output)
+{
+    if (output.empty())
+        throw UsageError("--output: a file or a folder is required");
+    if (output.ends_with('/') || extensionOf(output) == "png")
+        return output;
+    if (!isFolderName(output) && !extensionOf(output).empty())
+        throw UsageError(output + ": thumbnails are PNG files; for a folder write " + output + "/");
+    return output + "/";
 }
 
 int run(const Options& options)
 {
-    if (options.folder.empty())
-        throw UsageError("--output: a folder is required");
-    const auto folder = options.folder.ends_with('/') ? options.folder : options.folder + "/";
-    const auto plan = planConversions(inputFiles(options.files, options.frames), folder, "png");
-    makeFolder(folder);
+    const auto output = outputName(options.output);
+    const auto reading = options.views.reading();
+    const auto plan = planConversions(inputFiles(options.files, options.frames), output, "png");
+    if (output.ends_with('/'))
+        makeFolder(output);
+    else
+        checkFolderOf(output);
     const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
-        makeThumbnail(conversion, options.size, budget);
+        makeThumbnail(conversion, reading, options.views, budget);
         return std::string();
     };
     return runConversions(plan, options.jobs, make) ? ExitStatus::failure : ExitStatus::success;
@@ -55,21 +67,22 @@ int run(const Options& options)
 Command thumbnail()
 {
     const auto options = std::make_shared<Options>();
+    auto arguments = viewArguments(options->views);
+    arguments.insert(arguments.begin(),
+                     {filesArgument(options->files, "media files and other pictures"),
+                      required({"-o,--output", "OUTPUT", &options->output,
+                                "a PNG file, a sequence of these, or a folder"})});
+    arguments.push_back(framesArgument(options->frames));
     return {
         .description = sequencesText + R"(
-Writes shot.png with 8 bits for shot.zeq, with alpha where the file has it. What is small already
-keeps its size.)",
-        .arguments =
-            withJobArguments({filesArgument(options->files, "media files and other pictures"),
-                              required({"-o,--output", "DIR", &options->folder,
-                                        "the folder to write to, made if it does not exist"}),
-                              {.names = "--size",
-                               .value = "N",
-                               .target = &options->size,
-                               .help = "the longer side in pixels (default: 256)",
-                               .largest = 4096},
-                              framesArgument(options->frames)},
-                             options->jobs),
+
+Writes 8 bits, with alpha where the file has it. What is small already keeps its size. In a folder,
+which is made if it does not exist, shot.zeq becomes shot.png.
+)" + displayText + R"(
+
+  zeq thumbnail shot.0001.zeq -o shot.png
+  zeq thumbnail shot.####.zeq -o small/)",
+        .arguments = withJobArguments(arguments, options->jobs),
         .run = [options] { return Zeq::run(*options); },
     };
 }

@@ -49,27 +49,47 @@ bool isSlot(const void* address)
 constexpr std::uint64_t leastPopulatedSize = 1 << 22;
 constexpr unsigned mostThreads = 4;
 
+// What is larger is no matrix that a host keeps for long beside its frames.
+constexpr std::uint64_t largestSmallSize = 1 << 18;
+
+std::uintptr_t pageSize()
+{
+    return static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
+}
+
+}
+
+std::span<std::byte> HostMemoryResource::wholePages(std::uint64_t offset) const
+{
+    const auto start = reinterpret_cast<std::uintptr_t>(m_data);
+    const auto first = (start + offset + pageSize() - 1) / pageSize() * pageSize();
+    const auto end = (start + m_size) / pageSize() * pageSize();
+    return {m_data + (first - start), end - first};
 }
 
 void HostMemoryResource::populate() noexcept
 try {
     if (m_size < leastPopulatedSize)
         return;
-    // The pages that are the block's alone, in pieces of whole pages.
-    const auto pageSize = static_cast<std::uintptr_t>(::sysconf(_SC_PAGESIZE));
-    const auto start = reinterpret_cast<std::uintptr_t>(m_data);
-    const auto end = (start + m_size) / pageSize * pageSize;
-    const auto firstPage = (start + pageSize - 1) / pageSize * pageSize;
+    const auto pages = wholePages(0);
     // Large pages come a few times as fast, and go at once. Without them it works as well.
-    ::madvise(m_data + (firstPage - start), end - firstPage, MADV_HUGEPAGE);
+    ::madvise(pages.data(), pages.size(), MADV_HUGEPAGE);
     const auto pieces = std::clamp(std::thread::hardware_concurrency(), 1u, mostThreads);
-    const auto piece = (end - firstPage) / pieces / pageSize * pageSize + pageSize;
+    const auto piece = pages.size() / pieces / pageSize() * pageSize() + pageSize();
     std::vector<std::jthread> threads;
-    for (auto first = firstPage; first < end; first += piece)
-        threads.emplace_back(::madvise, m_data + (first - start), std::min(piece, end - first),
+    for (std::size_t first = 0; first < pages.size(); first += piece)
+        threads.emplace_back(::madvise, pages.data() + first, std::min(piece, pages.size() - first),
                              MADV_POPULATE_WRITE);
 } catch (const std::exception&) {
     // Nothing is lost: pages come when they are written.
+}
+
+void HostMemoryResource::useOnly(std::uint64_t size) noexcept
+{
+    if (size > largestSmallSize || m_size < leastPopulatedSize)
+        return;
+    const auto pages = wholePages(size);
+    ::madvise(pages.data(), pages.size(), MADV_DONTNEED);
 }
 
 // Without a free slot the resource may lie anywhere: the pool then works as well, but may have to

@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
+#include <span>
 
 namespace Velmora {
 
@@ -28,6 +29,11 @@ public:
     // for each page by itself, and a file is read by one thread only.
     void populate() noexcept;
 
+    // Takes note that a borrower uses so many bytes only. A large block that is lent for a small
+    // matrix, which may live for long, gives its other pages back to the system until they are
+    // written again.
+    void useOnly(std::uint64_t size) noexcept;
+
     static void* operator new(std::size_t bytes, BlockSize block);
     static void operator delete(void* address);
     static void operator delete(void* address, BlockSize) { operator delete(address); }
@@ -47,6 +53,9 @@ private:
     {
         return std::align_val_t{size < 4096 ? 64u : 4096u};
     }
+
+    // The pages behind so many bytes of the block that are its alone.
+    std::span<std::byte> wholePages(std::uint64_t offset) const;
 
     IMemoryPool* m_pool;
     std::byte* m_data;

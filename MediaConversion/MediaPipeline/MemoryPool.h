@@ -54,7 +54,7 @@ public:
 
 // What pools of one kind of resource share. `Resource` is constructed from the pool and a size in
 // bytes. With an operator new for a BlockSize it has a say in where it lies. Its `populate`, if it
-// has one, is called once, without the pool's lock.
+// has one, is called once, and its `useOnly` when it is lent again, both without the pool's lock.
 template <class Resource>
 class ResourcePool : public IMemoryPool
 {
@@ -79,6 +79,12 @@ protected:
             created->populate();
     }
 
+    static void useOnly(Resource* reused, std::uint64_t size)
+    {
+        if constexpr (requires { reused->useOnly(size); })
+            reused->useOnly(size);
+    }
+
     [[noreturn]] static void refuseForeign()
     {
         MediaConversion::fail(
@@ -98,14 +104,15 @@ public:
     IMemoryResource* acquire(std::uint64_t size) override
     {
         std::unique_lock lock(m_resourcesMutex);
-        IMemoryResource* const reused = reuse(size);
+        Resource* const reused = reuse(size);
         Resource* const created = reused ? nullptr : create(size);
         prune();
         lock.unlock();
-        if (reused)
-            return reused;
-        this->populate(created);
-        return created;
+        if (created)
+            this->populate(created);
+        else
+            this->useOnly(reused, size);
+        return created ? created : reused;
     }
 
     void release(IMemoryResource* resource) override
@@ -131,14 +138,14 @@ private:
         std::int32_t idleCount;  // acquisitions seen since the release
     };
 
-    IMemoryResource* reuse(std::uint64_t size)
+    Resource* reuse(std::uint64_t size)
     {
         for (auto& [address, entry] : m_resources) {
             if (entry.inUse || entry.resource->size() < size)
                 continue;
             entry.inUse = 1;
             entry.idleCount = 0;
-            return address;
+            return entry.resource.get();
         }
         return nullptr;
     }

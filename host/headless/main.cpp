@@ -76,18 +76,16 @@ int run(const Options& options)
     std::filesystem::create_directories(options.folder);
     std::vector<Imaging::View> views;
     int status = 0;
-    const auto attempt = [&](const std::string& name, const auto& operation) {
-        try {
-            operation();
-        } catch (const std::exception& exception) {
-            std::cerr << name << ": " << exception.what() << std::endl;
-            status = 1;
-        }
+    const auto fail = [&](const std::string& name, const std::exception& exception) {
+        std::cerr << name << ": " << exception.what() << std::endl;
+        status = 1;
     };
 
     std::cout << host.panelText() << std::endl;
-    for (const auto& file : options.files)
-        attempt(file, [&] {
+    bool hasPicture = false;
+    for (const auto& file : options.files) {
+        const auto shownName = std::filesystem::path(file).filename().string();
+        try {
             const auto picture = host.read(file);
             const auto output = names.next(file).string();
             Imaging::writePng(picture, output + ".png");
@@ -96,14 +94,22 @@ int run(const Options& options)
             std::cout << file << ": " << picture.width << " x " << picture.height << ", "
                       << picture.depth << " bit, " << output << ".png"
                       << (options.exr ? " and .exr" : "") << std::endl;
-            views.push_back(viewOf(picture, std::filesystem::path(file).filename().string()));
-        });
+            views.push_back(viewOf(picture, shownName));
+            hasPicture = true;
+        } catch (const std::exception& exception) {
+            fail(file, exception);
+            views.push_back(Imaging::failedView(shownName, exception.what()));
+        }
+    }
     const auto sheet = names.contactSheet().string();
-    if (!views.empty())
-        attempt(sheet, [&] {
-            writeContactSheet(sheet, views);
+    try {
+        if (hasPicture) {
+            Imaging::writeContactSheet(sheet, views, 0);
             std::cout << "Contact sheet: " << sheet << std::endl;
-        });
+        }
+    } catch (const std::exception& exception) {
+        fail(sheet, exception);
+    }
     return status;
 }
 

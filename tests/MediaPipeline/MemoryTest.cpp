@@ -3,6 +3,9 @@
 #include "tests/MediaPipeline/Fakes.h"
 #include "tests/support/Pools.h"
 
+#include <sys/mman.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <cstddef>
 #include <cstdint>
@@ -125,6 +128,30 @@ TEST(HostMemoryResource, isLentWhereItFitsTightest)
             pool.release(resource);
         EXPECT_EQ(pool.acquire(size)->size(), size);
     }
+}
+
+// As a frame that comes after a small matrix does: the block is the same, and has its pages again.
+TEST(HostMemoryResource, keepsThePagesOfAFrameOnlyWhileAFrameMayNeedThem)
+{
+    constexpr std::size_t frameSize = 16 << 20;
+    SelfPruningMemoryPool<HostMemoryResource> pool;
+    auto* const block = pool.acquire(frameSize);
+    const auto pageSize = static_cast<std::size_t>(::sysconf(_SC_PAGESIZE));
+    const auto pagesInMemory = [&] {
+        std::vector<unsigned char> pages(frameSize / pageSize - 1);
+        EXPECT_EQ(::mincore(block->data(), pages.size() * pageSize, pages.data()), 0);
+        return std::ranges::count_if(pages, [](unsigned char page) { return page & 1; });
+    };
+    const auto allPages = static_cast<std::ptrdiff_t>(frameSize / pageSize) - 1;
+    for (const std::size_t size : {std::size_t{300'000}, frameSize, std::size_t{100}}) {
+        std::fill_n(block->data(), frameSize, std::byte{'x'});
+        pool.release(block);
+        ASSERT_EQ(pool.acquire(size), block);
+        EXPECT_EQ(pagesInMemory(), size == 100 ? 1 : allPages) << size;
+        EXPECT_EQ(block->data()[99], std::byte{'x'});
+    }
+    std::fill_n(block->data(), frameSize, std::byte{'y'});
+    pool.release(block);
 }
 
 std::string textOf(const PooledBuffer& buffer)

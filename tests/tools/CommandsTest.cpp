@@ -43,34 +43,6 @@ TEST_F(Commands, failWhenTheirOutputCannotBeWritten)
         }
 }
 
-TEST_F(Commands, makeSheetsAndThumbnails)
-{
-    runWell("zeq sheet $samples/*.zeq -o sheet.png");
-    EXPECT_GT(readPicture("sheet.png").first.width, 1000);
-
-    // A red pixel beside transparent ones is red and half transparent, whatever they would show.
-    const std::vector<float> pixels = {1, 0, 0, 1, HUGE_VALF, NAN, -HUGE_VALF, 0,
-                                       1, 0, 0, 1, 0,         1,   0,          0};
-    std::vector<float> samples;
-    for (int count = 0; count < 720 / 4 * 20; ++count)
-        samples.insert(samples.end(), pixels.begin(), pixels.end());
-    writePicture("a.exr", {720, 20, 4, OIIO::TypeDesc::FLOAT}, samples);
-    runWell("zeq thumbnail --size 360 -o . a.exr && zeq sheet a.exr -o b.png");
-    const auto thumbnail = readPicture("a.png").second;
-    EXPECT_THAT(std::vector(thumbnail.end() - 8, thumbnail.end()),
-                Pointwise(FloatNear(0.003f), {1.f, 0.f, 0.f, 0.5f, 1.f, 0.f, 0.f, 0.5f}));
-    // Half of it is the light square in the corner of the view.
-    const auto sheet = readPicture("b.png");
-    const auto corner = sheet.second.begin() + (45 * sheet.first.width + 45) * 3;
-    EXPECT_THAT(std::vector(corner, corner + 3),
-                Pointwise(FloatNear(0.003f), {0.975f, 0.475f, 0.475f}));
-
-    runWell("zeq thumbnail --size 30 -o small $samples/coffee.rgb*8.zeq");
-    EXPECT_THAT(folder.files("small"), ElementsAre("coffee.rgb-u8.png", "coffee.rgba-u8.png"));
-    const auto small = readPicture("small/coffee.rgba-u8.png").first;
-    EXPECT_THAT(std::vector({small.width, small.height, small.nchannels}), ElementsAre(30, 20, 4));
-}
-
 TEST_F(Commands, lookAfterTheInstallation)
 {
     EXPECT_EQ(
@@ -145,10 +117,18 @@ TEST_F(Commands, refuseInOneLine)
         {"frobnicate",                                 2, "unknown command frobnicate; see zeq --help"},
         {"thumbnail flat.zeq -o .",                    1, "flat.zeq: is a picture of 3 x 0 pixels: nothing can be shown"},
         {"thumbnail a.zeq -o a.zeq/b",                 1, "a.zeq/b/: Not a directory"},
-        {"thumbnail a.zeq -o ''",                      2, "--output: a folder is required"},
+        {"thumbnail a.zeq -o ''",                      2, "--output: a file or a folder is required"},
+        {"thumbnail a.zeq -o b.jpg",                   2, "b.jpg: thumbnails are PNG files; for a folder write b.jpg/"},
+        {"thumbnail a.zeq flat.zeq -o b.png",          2, "a.zeq and flat.zeq would both become b.png"},
+        {"thumbnail a.zeq -o nowhere/b.png",           2, "there is no folder nowhere"},
         {"check empty",                                1, "empty: no media files found"},
         {"thumbnail a.zeq -o . --size 1x",             2, "--size: 1x is no number from 1 to 4096"},
         {"sheet a.zeq -o p.png",                       1, "p.png: Not a regular file"},
+        {"sheet a.zeq -o nowhere/b.png",               2, "there is no folder nowhere"},
+        {"sheet a.zeq -o b.xyz",                       2, "b.xyz: files of this kind are not written"},
+        {"sheet a.zeq -o b.png --columns 169",         2, "--columns: at most 168 views of 360 pixels fit on a page"},
+        {"sheet a.zeq -o b.png --rows 16 --size 4096", 2, "--rows: at most 15 views of 4096 pixels fit on a page"},
+        {"sheet a.zeq a.zeq odd.png -o odd.#.png --exposure x", 2, "--exposure: x is no number from -32 to 32, like -2.5"},
         {"convert a.zeq",                              2, "OUTPUT is required"},
         {"convert a.zeq b.png --format RGB",           2, "--format: unknown FORMAT RGB; see --help"},
         {"convert a.zeq b.png --format rgb-u8",        2, "--format is for media files, which end in .zeq"},
