@@ -12,6 +12,7 @@
 #include <unistd.h>
 #include <opencv2/core/utility.hpp>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstdlib>
 #include <exception>
@@ -86,10 +87,8 @@ Trial runTrial(const char* program, std::vector<std::string> words)
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
         MediaConversion::fail("No pipe to a trial process");
-    std::vector<char*> arguments;
-    for (auto& word : words)
-        arguments.push_back(word.data());
-    arguments.push_back(nullptr);
+    std::vector<char*> arguments(words.size() + 1);
+    std::ranges::transform(words, arguments.begin(), [](std::string& word) { return word.data(); });
 
     posix_spawn_file_actions_t actions;
     ::posix_spawn_file_actions_init(&actions);
