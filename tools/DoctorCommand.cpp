@@ -18,8 +18,8 @@
 #include <exception>
 #include <filesystem>
 #include <iostream>
-#include <iterator>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -65,26 +65,6 @@ int loadPlugIn(const fs::path& plugIn)
     return ExitStatus::failure;
 }
 
-// Starts this program once more, to load the plug-in. A mere fork would have none of the
-// threads that libraries have started here but, for ever, whatever locks they hold just then.
-pid_t startTrial(std::string fileName, int output)
-{
-    std::string words[] = {"zeq", "load", std::move(fileName)};
-    char* arguments[std::size(words) + 1] = {};
-    std::ranges::transform(words, arguments, [](std::string& word) { return word.data(); });
-
-    posix_spawn_file_actions_t actions;
-    ::posix_spawn_file_actions_init(&actions);
-    ::posix_spawn_file_actions_adddup2(&actions, output, STDOUT_FILENO);
-    pid_t child = 0;
-    const int error =
-        ::posix_spawn(&child, "/proc/self/exe", &actions, nullptr, arguments, ::environ);
-    ::posix_spawn_file_actions_destroy(&actions);
-    if (error != 0)
-        MediaConversion::fail("No trial process");
-    return child;
-}
-
 std::string readAll(int pipe)
 {
     std::string text;
@@ -94,24 +74,67 @@ std::string readAll(int pipe)
     return text;
 }
 
-// Loads a plug-in in a process of its own, as it may bring its process down. Gives what went wrong;
-// empty when it loads.
-std::string tryPlugIn(const std::string& fileName)
+struct Trial
+{
+    int status;  // as waitpid() gives it
+    std::string output;
+};
+
+// Runs a program to its end. A mere fork would have none of the threads that libraries have started
+// here but, for ever, whatever locks they hold just then.
+Trial runTrial(const char* program, std::vector<std::string> words)
 {
     int ends[2];
     if (::pipe2(ends, O_CLOEXEC) != 0)
         MediaConversion::fail("No pipe to a trial process");
-    const auto child = startTrial(fileName, ends[1]);
+    std::vector<char*> arguments(words.size() + 1);
+    std::ranges::transform(words, arguments.begin(), [](std::string& word) { return word.data(); });
+
+    posix_spawn_file_actions_t actions;
+    ::posix_spawn_file_actions_init(&actions);
+    ::posix_spawn_file_actions_adddup2(&actions, ends[1], STDOUT_FILENO);
+    pid_t child = 0;
+    const int error =
+        ::posix_spawnp(&child, program, &actions, nullptr, arguments.data(), ::environ);
+    ::posix_spawn_file_actions_destroy(&actions);
     ::close(ends[1]);
-    const auto text = readAll(ends[0]);
+    Trial trial{.status = 0, .output = readAll(ends[0])};
     ::close(ends[0]);
-    int status = 0;
-    ::waitpid(child, &status, 0);
+    if (error != 0)
+        MediaConversion::fail("No trial process: ", program);
+    ::waitpid(child, &trial.status, 0);
+    return trial;
+}
+
+// Loads a plug-in in a process of its own, as it may bring its process down. Gives what went wrong;
+// empty when it loads.
+std::string tryPlugIn(const std::string& fileName)
+{
+    const auto [status, text] = runTrial("/proc/self/exe", {"zeq", "load", fileName});
     if (WIFSIGNALED(status))
         return "it crashes while it is loaded, by signal " + std::to_string(WTERMSIG(status));
     if (WEXITSTATUS(status) != 0 && text.empty())
         return "it ends its process with status " + std::to_string(WEXITSTATUS(status));
     return WEXITSTATUS(status) == 0 ? "" : text;
+}
+
+// What a plug-in lacks first beside the host's library, which a host has in its process; empty when
+// it lacks nothing else.
+std::string lackingInHost(const std::string& fileName)
+{
+    const auto [status, output] = runTrial("ldd", {"ldd", "-r", fileName});
+    if (status != 0)
+        return "ldd -r fails";
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines >> std::ws, line);) {
+        const bool isLacking = line.find("not found") != std::string::npos ||
+                               line.find("undefined symbol") != std::string::npos;
+        const bool isOfHost =
+            line.starts_with("libDDImage.so") || line.find("2DD5Image") != std::string::npos;
+        if (isLacking && !isOfHost)
+            return line;
+    }
+    return {};
 }
 
 bool print(const std::string& name, const std::string& value)
@@ -133,17 +156,19 @@ bool printOpenImageIo()
 bool printPlugIn(const std::string& plugIn)
 {
     if (plugIn.empty()) {
-        print("plug-in", "not found; name it with --plugin");
-        return false;
+        print("plug-in", IS_READER_BUILT ? "not found; name it with --plugin"
+                                         : "not built with this program; name one with --plugin");
+        return !IS_READER_BUILT;
     }
     print("plug-in", plugIn);
-    const auto problem = fs::exists(plugIn) ? tryPlugIn(fs::absolute(plugIn)) : "no such file";
-    print("plug-in loads", problem.empty() ? "yes" : "no; " + problem);
-    if (problem.find("DDImage") != std::string::npos)
-        print("hint",
-              "libDDImage.so comes with the host; outside of it set LD_LIBRARY_PATH to its "
-              "folder");
-    else if (problem.empty())
+    auto problem = fs::exists(plugIn) ? tryPlugIn(fs::absolute(plugIn)) : "no such file";
+    const bool needsHost = problem.starts_with("libDDImage.so");
+    if (needsHost)
+        problem = lackingInHost(fs::absolute(plugIn));
+    print("plug-in loads", !problem.empty() ? "no; " + problem
+                           : needsHost      ? "yes, in the host, which brings libDDImage.so"
+                                            : "yes");
+    if (problem.empty())
         print("host", "add " + fs::absolute(plugIn).parent_path().native() +
                           " to the folders in which the host looks for plug-ins, or copy the "
                           "plug-in into one of these");

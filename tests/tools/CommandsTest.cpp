@@ -56,6 +56,16 @@ TEST_F(Commands, lookAfterTheInstallation)
     runWell("zeq doctor");
     EXPECT_THAT(output, AllOf(HasSubstr("plug-in: " PLUG_IN "\n"), HasSubstr("loads: yes\n")));
 #endif
+#if defined(PLUG_IN) && defined(DO_PLUG_INS_STAND_ALONE)
+    // Outside of the build tree the host's library is not there, which is no fault; others are.
+    runWell("mkdir a; cp " PLUG_IN " a/b.so; zeq doctor --plugin a/b.so");
+    EXPECT_THAT(output, HasSubstr("loads: yes, in the host, which brings libDDImage.so\nhost: "));
+    EXPECT_EQ(run("sed s/opencv_core/opencv_cord/ a/b.so >a/c.so; zeq doctor --plugin a/c.so"), 1);
+    EXPECT_THAT(output, ContainsRegex("loads: no; libopencv_cord[^ ]* => not found\nOpen"));
+    EXPECT_EQ(run("sed s/parallel_for/parallel_not/ a/b.so >a/c.so; zeq doctor --plugin a/c.so"),
+              1);
+    EXPECT_THAT(output, ContainsRegex("loads: no; undefined symbol: [^ ]*parallel_not_"));
+#endif
 #ifdef IMAGE_IO_PLUG_IN
     run("zeq doctor");
     EXPECT_THAT(output, ContainsRegex("OpenImageIO plug-in: " IMAGE_IO_PLUG_IN
