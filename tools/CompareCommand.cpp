@@ -5,6 +5,7 @@
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/PictureTypes.h"
+#include "tools/ReadingArguments.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>
@@ -38,6 +39,7 @@ struct Options
     std::string heatMap;
     std::string frames;
     bool asJson = false;
+    ReadingSettings reading;
     JobSettings jobs;
 };
 
@@ -270,11 +272,12 @@ int run(const Options& options)
     std::vector<Outcome> outcomes;
     for (auto& pair : planned(options))
         outcomes.push_back({std::move(pair)});
+    const auto reading = options.reading.options();
     std::vector<Job> jobs;
     for (auto& outcome : outcomes)
-        jobs.push_back({outcome.pair.name, "", [&outcome](MemoryBudget& budget) {
+        jobs.push_back({outcome.pair.name, "", [&outcome, &reading](MemoryBudget& budget) {
                             try {
-                                outcome.comparison = compare(outcome.pair, budget);
+                                outcome.comparison = compare(outcome.pair, reading, budget);
                             } catch (const std::exception& error) {
                                 outcome.problem = messageOf(error);
                                 throw;
@@ -335,6 +338,7 @@ Command compare()
               "the largest difference that is let pass (default: 0)"},
              {"-o,--output", "HEATMAP", &options->heatMap,
               "the picture of the differences to write: heat.png"},
+             layerArgument(options->reading),
              framesArgument(options->frames),
              {"--json", "", &options->asJson, "print an object with an entry for each pair"}},
             options->jobs),

@@ -148,13 +148,13 @@ void writeHeatMap(const Pair& pair, const Picture& picture, const Picture& other
 
 }
 
-Comparison compare(const Pair& pair, MemoryBudget& budget)
+Comparison compare(const Pair& pair, const ReadingOptions& reading, MemoryBudget& budget)
 {
     if (!pair.problem.empty())
         throw FileError(pair.problem);
     const auto& fileOfOther = pair.format ? pair.name : pair.otherName;
-    const auto file = naming(pair.name, [&] { return openFile(pair.name); });
-    const auto other = naming(fileOfOther, [&] { return openFile(fileOfOther); });
+    const auto file = naming(pair.name, [&] { return openFile(pair.name, reading); });
+    const auto other = naming(fileOfOther, [&] { return openFile(fileOfOther, reading); });
     const auto& facts = file->facts();
     if (facts.size != other->facts().size)
         throw FileError(joined(pair.name, " has ", textOf(facts.size), " pixels, ", pair.otherName,

@@ -3,10 +3,10 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/Headers.h"
-#include "imaging/ChannelNames.h"
 #include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
+#include "tools/Losses.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
@@ -15,8 +15,6 @@
 #include <opencv2/core.hpp>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstdint>
 #include <filesystem>
 #include <limits>
@@ -143,70 +141,6 @@ void checkSide(const char* side, int length, std::uint32_t group, const FrameFor
     if (length % static_cast<int>(group) != 0)
         fail("is ", length, " pixels ", side, "; ", shortName(format), " needs a multiple of ",
              group);
-}
-
-// How much of the samples, so that some are never none.
-std::string percentage(std::uint64_t count, std::uint64_t total)
-{
-    const double percent = 100 * static_cast<double>(count) / static_cast<double>(total);
-    if (percent < 0.1)
-        return "less than 0.1 %";
-    const double tenths = std::min(std::round(percent * 10), count == total ? 1000.0 : 999.0);
-    return Zeq::text(tenths / 10) + " %";
-}
-
-// The one of these channels whose value lies furthest, with its name.
-template <class Value, class IsFurther>
-std::string furthest(const std::vector<int>& channels, const Value& value, const IsFurther& further)
-{
-    constexpr std::array names = {"blue", "green", "red", "alpha"};
-    const int channel = *std::ranges::max_element(
-        channels, [&](int a, int b) { return further(value(b), value(a)); });
-    return Zeq::text(value(channel)) + " in " + names[static_cast<std::size_t>(channel)];
-}
-
-// What was cut off at 0 and 1; nothing where that was nothing.
-std::string cutOffText(const Imaging::OutsideValues& outside, cv::Size size, bool hasAlpha)
-{
-    const std::vector<int> channels = hasAlpha ? std::vector{2, 1, 0, 3} : std::vector{2, 1, 0};
-    std::uint64_t count = 0;
-    for (const int channel : channels)
-        count += outside.count(channel);
-    if (count == 0)
-        return {};
-    const auto largest = [&](int channel) { return outside.largest(channel); };
-    const auto smallest = [&](int channel) { return outside.smallest(channel); };
-    const bool isAbove = std::ranges::any_of(channels, [&](int each) { return largest(each) > 1; });
-    const bool isBelow =
-        std::ranges::any_of(channels, [&](int each) { return smallest(each) < 0; });
-    const auto total = static_cast<std::uint64_t>(size.area()) * channels.size();
-    auto text = percentage(count, total) + " of the samples were ";
-    if (!isAbove && !isBelow)
-        return text + "no numbers and became 0";
-    text += "cut off at 0 and 1";
-    if (isAbove)
-        text += ", up to " + furthest(channels, largest, std::greater());
-    if (isBelow)
-        text += ", down to " + furthest(channels, smallest, std::less());
-    return text;
-}
-
-// What of a picture that was read an output of this kind cannot hold, in words.
-std::string lossText(const IOpenFile& file, bool holdsAlpha, bool isFloat)
-{
-    const auto& facts = file.facts();
-    std::vector<std::string> losses;
-    if (!isFloat)
-        losses.push_back(cutOffText(file.outside(), facts.size, facts.hasAlpha && holdsAlpha));
-    if (facts.hasAlpha && !holdsAlpha && !file.outside().areOpaque())
-        losses.emplace_back("alpha was dropped");
-    if (!facts.leftOut.empty())
-        losses.push_back("left out: " + Imaging::listedNames(facts.leftOut));
-    std::string text;
-    for (const auto& loss : losses)
-        if (!loss.empty())
-            text += (text.empty() ? "" : "; ") + loss;
-    return text.empty() ? "" : text + " (--clip accepts that)";
 }
 
 void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,

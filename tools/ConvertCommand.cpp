@@ -3,11 +3,10 @@
 #include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/PictureTypes.h"
+#include "tools/ReadingArguments.h"
 #include "tools/Report.h"
 
 #include <algorithm>
-#include <charconv>
-#include <cmath>
 #include <filesystem>
 #include <iostream>
 #include <memory>
@@ -25,13 +24,11 @@ struct Options
     std::string format;
     std::string depth;
     std::string extension;
-    std::string layer;
-    std::string exposure;
-    double scale = 1;
     bool skipsExisting = false;
     bool isPremultiplied = false;
     bool clips = false;
     bool hasToBeComplete = false;
+    ReadingSettings reading;
     JobSettings jobs;
 };
 
@@ -99,17 +96,6 @@ Formats:
            "\n\nKinds of files:\n" + listed(extensions());
 }
 
-double stopsOf(const std::string& exposure)
-{
-    constexpr double most = 32;
-    double stops = 0;
-    const auto* const end = exposure.data() + exposure.size();
-    const auto [stop, error] = std::from_chars(exposure.data(), end, stops);
-    if (!exposure.empty() && (error != std::errc() || stop != end || !(std::abs(stops) <= most)))
-        throw UsageError("--exposure: " + exposure + " is no number from -32 to 32, like -2.5");
-    return stops;
-}
-
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
@@ -117,9 +103,7 @@ WantedResult wantedResult(const Options& options)
     for (const auto& depth : Imaging::sampleDepths)
         if (options.depth == depth.name)
             wanted.depth = depth.depth;
-    wanted.reading.factor =
-        static_cast<float>(options.scale * std::exp2(stopsOf(options.exposure)));
-    wanted.reading.layer = options.layer;
+    wanted.reading = options.reading.options();
     wanted.isPremultiplied = options.isPremultiplied;
     wanted.isLossAccepted = options.clips;
     return wanted;
@@ -201,27 +185,23 @@ Command convert()
     return {
         .description = description(),
         .arguments = withJobArguments(
-            {required({"FILE", "FILE... OUTPUT", &options->files,
-                       "what is converted, and what it becomes"}),
-             {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
-              MediaConversion::mediaFormatNames()},
-             {"-d,--depth", "DEPTH", &options->depth,
-              "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
-             {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
-              extensions()},
-             {"--layer", "NAME", &options->layer,
-              "take the channels of this layer of EXR files: diffuse for diffuse.R"},
-             {"--scale", "FACTOR", &options->scale,
-              "multiply red, green and blue by this number before they are converted"},
-             {"--exposure", "STOPS", &options->exposure,
-              "the same in stops: 1 doubles the values, -1 halves them"},
-             {"--premultiplied", "", &options->isPremultiplied,
-              "colours in EXR files are multiplied by alpha, those in other files are not"},
-             {"--clip", "", &options->clips, "accept without a word what the output cannot hold"},
-             framesArgument(options->frames),
-             completeArgument(options->hasToBeComplete),
-             {"--skip-existing", "", &options->skipsExisting,
-              "leave outputs that exist as they are"}},
+            withReadingArguments(
+                {required({"FILE", "FILE... OUTPUT", &options->files,
+                           "what is converted, and what it becomes"}),
+                 {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
+                  MediaConversion::mediaFormatNames()},
+                 {"-d,--depth", "DEPTH", &options->depth,
+                  "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
+                 {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
+                  extensions()},
+                 {"--premultiplied", "", &options->isPremultiplied,
+                  "colours in EXR files are multiplied by alpha, those in other files are not"},
+                 clipArgument(options->clips),
+                 framesArgument(options->frames),
+                 completeArgument(options->hasToBeComplete),
+                 {"--skip-existing", "", &options->skipsExisting,
+                  "leave outputs that exist as they are"}},
+                options->reading),
             options->jobs),
         .run = [options] { return Zeq::run(*options); },
     };

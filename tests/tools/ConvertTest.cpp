@@ -329,7 +329,7 @@ TEST_F(Convert, takesChannelsByTheirNames)
         // clang-format off
         {{"u", "v"},                        "", "has the channels u, v: no R, G, B and no Y"},
         {{"R", "G"},                        "", "has the channels R, G: no R, G, B and no Y"},
-        {{"a.R", "a.G", "a.B", "b.Y", "Z"}, "", "has the layers a, b; convert takes one with --layer"},
+        {{"a.R", "a.G", "a.B", "b.Y", "Z"}, "", "has the layers a, b; choose one with --layer"},
         {{"R", "G", "B", "a.R", "a.G"},     "--layer a", "has the channels R, G, B, a.R, a.G: no R, G, B and no Y in a layer a"},
         // clang-format on
     };
