@@ -8,18 +8,16 @@
 #include "tools/ReadAhead.h"
 #include "tools/ReadingArguments.h"
 #include "tools/Report.h"
+#include "tools/StandardFiles.h"
 
 #include <fcntl.h>
-#include <poll.h>
 #include <sys/uio.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <memory>
 #include <span>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -106,7 +104,7 @@ Plan planned(const Options& options)
 {
     Plan plan;
     for (const auto& name : options.files) {
-        const auto files = inputFiles({name}, options.frames);
+        const auto files = inputFiles({name}, options.frames, InFolders::nothing);
         if (!files.front().problem.empty())
             fail(files.front().name, ": ", files.front().problem);
         if (const auto sequence = sequenceOf(name))
@@ -201,22 +199,13 @@ private:
 };
 
 // Gives false when nobody reads any more.
-bool writeToOutput(std::span<const char> bytes)
+bool writePicture(const std::string& header, std::span<const char> samples)
 {
-    while (!bytes.empty()) {
-        const auto count = ::write(STDOUT_FILENO, bytes.data(), bytes.size());
-        if (count > 0) {
-            bytes = bytes.subspan(static_cast<std::size_t>(count));
-        } else if (errno == EPIPE) {
-            return false;
-        } else if (errno == EAGAIN) {
-            pollfd output{STDOUT_FILENO, POLLOUT, 0};
-            ::poll(&output, 1, -1);
-        } else if (errno != EINTR) {
-            fail("The output could not be written: ", std::generic_category().message(errno));
-        }
+    try {
+        return writeToOutput(header) && writeToOutput(samples);
+    } catch (const std::exception& error) {
+        fail("The output could not be written: ", error.what());
     }
-    return true;
 }
 
 // Gives false when nobody reads any more.
@@ -240,7 +229,7 @@ bool writeShots(const std::vector<Shot>& shots, const Shape& shape, const Readin
         report.add(shot.file, cutOffs[index]);
         const std::span bytes(samples.ptr<char>(), pixmapByteCount(shape.size, shape.bits));
         for (std::size_t time = 0; time < shot.times; ++time)
-            if (!writeToOutput(header) || !writeToOutput(bytes))
+            if (!writePicture(header, bytes))
                 return false;
     }
     return true;

@@ -10,16 +10,20 @@
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
+#include "tools/StandardFiles.h"
 
 #include <sys/stat.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
+#include <tuple>
 #include <utility>
 
 namespace Zeq {
@@ -53,6 +57,8 @@ std::optional<FileNumber> fileNumber(const std::string& name)
 InputNames::InputNames(const std::vector<InputFile>& inputs)
 {
     for (const auto& input : inputs) {
+        if (input.name == standardFile)
+            continue;
         m_byPath.emplace(identity(input.name), input.name);
         if (const auto number = fileNumber(input.name))
             m_byNumber.emplace(*number, input.name);
@@ -77,8 +83,14 @@ std::function<std::string(const InputFile&)> naming(const std::string& output,
 {
     if (isFolderName(output))
         return [=](const InputFile& input) {
-            const auto name = fs::path(input.name).stem().native() + "." + extension;
-            return (fs::path(output) / name).native();
+            if (input.name == standardFile)
+                throw UsageError("standard input has no name for a file in " + output);
+            const fs::path name(input.name);
+            // The folders inside the one that was named are kept.
+            const auto place = input.folder.empty()
+                                   ? fs::path()
+                                   : name.lexically_relative(input.folder).parent_path();
+            return (output / place / (name.stem().native() + "." + extension)).native();
         };
     if (const auto pattern = FramePattern::parse(output))
         return [=](const InputFile& input) {
@@ -91,10 +103,32 @@ std::function<std::string(const InputFile&)> naming(const std::string& output,
 
 }
 
-std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
+namespace {
+
+// The inputs without those that were found in a folder because it holds that of the outputs: they
+// were made before.
+std::vector<InputFile> withoutOutputs(std::vector<InputFile> inputs, const std::string& output)
+{
+    if (!isFolderName(output))
+        return inputs;
+    const auto folder = identity(output);
+    std::erase_if(inputs, [&](const InputFile& input) {
+        if (input.folder.empty() || identity(input.folder) == folder)
+            return false;
+        const auto path = identity(input.name);
+        return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+               folder.end();
+    });
+    return inputs;
+}
+
+}
+
+std::vector<Conversion> planConversions(const std::vector<InputFile>& allInputs,
                                         const std::string& output, const std::string& extension)
 {
     const auto outputOf = naming(output, extension);
+    const auto inputs = withoutOutputs(allInputs, output);
     const InputNames inputNames(inputs);
 
     std::vector<Conversion> conversions;
@@ -108,6 +142,8 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
         const auto& target = conversion.output;
         if (const auto [entry, isFirst] = taken.emplace(identity(target), input.name); !isFirst)
             throw UsageError(entry->second + " and " + input.name + " would both become " + target);
+        if (target == standardFile)
+            continue;
         const auto overwritten = inputNames.sameAs(target);
         if (overwritten == input.name)
             throw UsageError(input.name + " would be overwritten by its output " + target);
@@ -115,12 +151,6 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
             throw UsageError(input.name + " would overwrite the input " + *overwritten);
     }
     return conversions;
-}
-
-bool isFolderName(const std::string& name)
-{
-    std::error_code ignored;
-    return name.ends_with('/') || fs::is_directory(name, ignored);
 }
 
 using MediaConversion::fail;
@@ -133,14 +163,32 @@ FrameFormat defaultFormat(const PictureFacts& facts)
     return MediaConversion::defaultMediaFormat(factsOf(facts.depth).bits, facts.hasAlpha);
 }
 
-void checkSide(const char* side, int length, std::uint32_t group, const FrameFormat& format)
+// The format that is most like this one and takes any number of pixels.
+FrameFormat formatOfAnySize(const FrameFormat& format)
+{
+    const auto distance = [&](const FrameFormat& other) {
+        const int fewer = bitsOf(format.channelType) - bitsOf(other.channelType);
+        const auto& packing = other.pixelPacking;
+        return std::tuple(packing.columnsPerGroup * packing.rowsPerGroup != 1,
+                          hasAlpha(other.colourspace) != hasAlpha(format.colourspace),
+                          std::abs(fewer));
+    };
+    std::vector<FrameFormat> formats;
+    for (const auto& name : MediaConversion::mediaFormatNames())
+        formats.push_back(*MediaConversion::mediaFormat(name));
+    return *std::ranges::min_element(formats, {}, distance);
+}
+
+// The side is "wide" or "high".
+void checkSide(const std::string& side, int length, std::uint32_t group, const FrameFormat& format)
 {
     constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
     if (length > limit)
         fail("is ", length, " pixels ", side, "; a media file holds at most ", limit);
     if (length % static_cast<int>(group) != 0)
-        fail("is ", length, " pixels ", side, "; ", shortName(format), " needs a multiple of ",
-             group);
+        fail("is ", length, length == 1 ? " pixel " : " pixels ", side, "; ", shortName(format),
+             " needs a multiple of ", group, "; ", shortName(formatOfAnySize(format)),
+             " takes any ", side == "wide" ? "width" : "height");
 }
 
 void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,
@@ -157,9 +205,11 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
 }
 
 // Gives the depth of what is written.
-SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
-                              const WantedResult& wanted, MemoryBudget& budget)
+SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output,
+                              const std::string& extension, const WantedResult& wanted,
+                              MemoryBudget& budget)
 {
+    const auto& type = *findPictureType(extension);
     const auto& facts = file.facts();
     const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
     const auto depth = wanted.depth ? checkedDepth(type, *wanted.depth, hasAlpha)
@@ -170,12 +220,16 @@ SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const 
     auto picture = file.readPicture();
     picture.depth = depth;
     picture.hasAlpha = hasAlpha;
-    if (wanted.isPremultiplied && hasAlpha && extensionOf(output) == "exr" && !facts.isExr)
+    if (wanted.isPremultiplied && hasAlpha && extension == "exr" && !facts.isExr)
         for (int row = 0; row < picture.pixels.rows; ++row)
             Imaging::multiplyByAlpha(picture.pixels.ptr<cv::Vec4f>(row), picture.pixels.cols);
-    writeOutput(output, [&](const std::string& name) {
+    const auto write = [&](const std::string& name) {
         pictureModule().write(name, picture, std::filesystem::path(output).filename());
-    });
+    };
+    if (output == standardFile)
+        writeStandardOutput(extension, write);
+    else
+        writeOutput(output, write);
     return depth;
 }
 
@@ -191,10 +245,15 @@ void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
     checkSide("high", size.height, format.pixelPacking.rowsPerGroup, format);
 }
 
+std::string outputKind(const Conversion& conversion, const WantedResult& wanted)
+{
+    return conversion.output == standardFile ? wanted.extension : extensionOf(conversion.output);
+}
+
 std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
                         MemoryBudget& budget)
 {
-    const auto extension = extensionOf(conversion.output);
+    const auto extension = outputKind(conversion, wanted);
     auto reading = wanted.reading;
     // From EXR to EXR colours stay as they are: a division would lose where alpha is 0.
     reading.isPremultiplied = wanted.isPremultiplied && extension != "exr";
@@ -204,18 +263,24 @@ std::string convertFile(const Conversion& conversion, const WantedResult& wanted
         writeMediaFile(*file, conversion.output, format, budget);
         return wanted.isLossAccepted ? "" : lossText(*file, hasAlpha(format.colourspace), false);
     }
-    const auto& type = *findPictureType(extension);
-    const auto depth = writeOtherPicture(*file, conversion.output, type, wanted, budget);
-    return wanted.isLossAccepted ? "" : lossText(*file, type.holdsAlpha, factsOf(depth).isFloat);
+    const auto depth = writeOtherPicture(*file, conversion.output, extension, wanted, budget);
+    return wanted.isLossAccepted
+               ? ""
+               : lossText(*file, findPictureType(extension)->holdsAlpha, factsOf(depth).isFloat);
 }
 
-std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
-                           const std::function<std::string(const Conversion&, MemoryBudget&)>& make)
+std::vector<JobOutcome> runConversions(
+    const std::vector<Conversion>& conversions, const JobSettings& settings,
+    const std::function<std::string(const Conversion&, MemoryBudget&)>& make)
 {
     std::vector<Job> jobs;
     jobs.reserve(conversions.size());
+    std::set<std::string> folders;
     for (const auto& conversion : conversions) {
         const auto& input = conversion.input;
+        const auto folder = fs::path(conversion.output).parent_path().native();
+        if (!input.folder.empty() && !folder.empty() && folders.insert(folder).second)
+            makeFolder(folder);
         jobs.push_back(
             {input.name, input.name + " -> " + conversion.output, [&](MemoryBudget& budget) {
                  throwProblem(input);

@@ -47,7 +47,8 @@ int run(const Options& options)
         makeThumbnail(conversion, options.size, budget);
         return std::string();
     };
-    return runConversions(plan, options.jobs, make) ? ExitStatus::failure : ExitStatus::success;
+    return failuresIn(runConversions(plan, options.jobs, make)) ? ExitStatus::failure
+                                                                : ExitStatus::success;
 }
 
 }
