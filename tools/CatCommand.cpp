@@ -265,9 +265,9 @@ Command cat()
         .description = sequencesText + R"(
 Writes the frames to standard output, one PPM picture (P6) after the other, for a program that makes
 a movie of them. Each picture says its size and depth; all have those of the first. Values are
-written as they are stored, unless --scale or --exposure multiplies them, and alpha is left out. What
-is below 0 or above 1 is cut off: the first file that loses by that is named on the error stream, also
-with --quiet, and at the end how many do; --clip accepts it without a word.
+written as they are stored, unless --scale or --exposure multiplies them, and alpha is left out.
+What is below 0 or above 1 is cut off: the first file that loses by that is named on the error
+stream, also with --quiet, and at the end how many do; --clip accepts it without a word.
 
   zeq cat shot.####.zeq | ffmpeg -f ppm_pipe -framerate 24 -i - -pix_fmt yuv420p shot.mp4
 

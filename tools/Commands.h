@@ -96,6 +96,6 @@ frames that are there are worked on; with --quiet alone they are not named.)";
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =
     R"(A FILE may name a sequence: shot.####.zeq stands for all its frames, and so do shot.@@@@.zeq,
-shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'.)";
+shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'. - is standard input, ./- a file.)";
 
 }

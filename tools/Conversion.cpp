@@ -167,11 +167,11 @@ FrameFormat defaultFormat(const PictureFacts& facts)
 FrameFormat formatOfAnySize(const FrameFormat& format)
 {
     const auto distance = [&](const FrameFormat& other) {
-        const int fewer = bitsOf(format.channelType) - bitsOf(other.channelType);
+        const int bits = bitsOf(format.channelType) - bitsOf(other.channelType);
         const auto& packing = other.pixelPacking;
         return std::tuple(packing.columnsPerGroup * packing.rowsPerGroup != 1,
                           hasAlpha(other.colourspace) != hasAlpha(format.colourspace),
-                          std::abs(fewer));
+                          std::abs(bits));
     };
     std::vector<FrameFormat> formats;
     for (const auto& name : MediaConversion::mediaFormatNames())

@@ -63,11 +63,9 @@ An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a seque
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete;
 one that is an input, by whatever name, is refused.
 
-A FILE that is a folder stands for the pictures in it and in the folders inside, of all kinds below
-and some more, without hidden files; in an OUTPUT that is a folder they keep their places.
-
-- as FILE is standard input, and as OUTPUT standard output, with the kind of file in --to. A file of
-that name is ./-.
+A folder among the FILEs stands for the pictures in it and in the folders inside, of all kinds below
+and some more, without hidden ones; in an OUTPUT that is a folder they keep their places. As OUTPUT,
+- is standard output, with the kind of file in --to.
 
 With --skip-existing, an output is left as it is when it is as large as its input and whole: a media
 file that has all bytes of its frame, or another picture that can be read to its end.
@@ -220,7 +218,7 @@ std::vector<Conversion> takeFinished(std::vector<Conversion>& plan, const Wanted
     std::vector<Job> jobs;
     std::vector<char> areWhole(plan.size());
     for (std::size_t index = 0; index < plan.size(); ++index)
-        if (exists(plan[index].output))
+        if (plan[index].output != standardFile && exists(plan[index].output))
             jobs.push_back({plan[index].output, "", [&, index](MemoryBudget& budget) {
                                 areWhole[index] = isWholeOutput(plan[index], wanted, budget);
                                 return std::string();
@@ -294,8 +292,8 @@ Command convert()
                   MediaConversion::mediaFormatNames()},
                  {"-d,--depth", "DEPTH", &options->depth,
                   "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
-                 {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
-                  extensions()},
+                 {"--to", "KIND", &options->extension,
+                  "the kind of files in a folder or on standard output, as below", extensions()},
                  {"--premultiplied", "", &options->isPremultiplied,
                   "colours in EXR files are multiplied by alpha, those in other files are not"},
                  clipArgument(options->clips),

@@ -29,11 +29,14 @@ using namespace std::string_view_literals;
 
 namespace {
 
+constexpr auto damaged = "it is damaged, or its end is missing";
+
+// How files of a kind begin.
 struct Beginning
 {
     std::string_view bytes;
     const char* text;
-    bool isPicture = true;
+    bool isPicture = true;  // that OpenImageIO reads
 };
 
 // clang-format off
@@ -145,16 +148,19 @@ public:
                              : bits == 12 && !isPacked ? samples * 2
                                                        : samples * bits / 8;
         const auto height = std::min<std::uint64_t>(number(776, 4), std::uint64_t{1} << 24);
-        return number(4, 4) + rowSize * height;
+        return sizeAt(4) + rowSize * height;
     }
 
-    std::uint64_t userDataSize() const
+    std::uint64_t userDataSize() const { return sizeAt(32); }
+
+private:
+    // 0 where it is not told.
+    std::uint64_t sizeAt(std::size_t place) const
     {
-        const auto size = number(32, 4);
+        const auto size = number(place, 4);
         return size == 0xFFFFFFFF ? 0 : size;
     }
 
-private:
     std::uint64_t samplesPerPixel() const
     {
         switch (number(800, 1)) {
@@ -203,9 +209,15 @@ bool isWholePng(std::istream& file, std::uint64_t fileSize)
     return false;
 }
 
-// Whether its segments, and the pixels between them, reach the end of the picture.
+// Whether its segments, and the pixels between them, reach the end of the picture, behind which
+// some cameras put more.
 bool isWholeJpeg(std::istream& file)
 {
+    std::array<char, 2> last{};
+    file.seekg(-std::ssize(last), std::ios::end);
+    file.read(last.data(), last.size());
+    if (std::string_view(last.data(), last.size()) == "\xFF\xD9")
+        return true;
     constexpr int startOfPixels = 0xDA;
     constexpr int endOfPicture = 0xD9;
     constexpr auto eof = std::char_traits<char>::eof();
@@ -226,7 +238,7 @@ bool isWholeJpeg(std::istream& file)
         if (high == eof || low == eof)
             return false;
         if (byte != startOfPixels)
-            bytes.pubseekoff(std::max(0, high << 8 | low) - 2, std::ios::cur);
+            bytes.pubseekoff(std::max(2, high << 8 | low) - 2, std::ios::cur);
     }
     return false;
 }
@@ -247,12 +259,6 @@ bool isWhole(const std::string& fileName)
         return isWholeJpeg(file);
     return true;
 }
-
-}
-
-namespace {
-
-constexpr auto damaged = "it is damaged, or its end is missing";
 
 }
 

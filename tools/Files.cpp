@@ -86,7 +86,8 @@ bool exists(const std::string& name)
 bool isFolderName(const std::string& name)
 {
     std::error_code ignored;
-    return name.ends_with('/') || std::filesystem::is_directory(name, ignored);
+    return name.ends_with('/') ||
+           (name != standardFile && std::filesystem::is_directory(name, ignored));
 }
 
 void makeFolder(const std::string& folder)

@@ -146,11 +146,10 @@ Command info()
     return {
         .description = sequencesText + R"(
 Prints a fact on each line, its name first, and an empty line between files. dataExpected and
-dataPresent are bytes of frame data; a file that has more than it needs is sound. With --brief, a file
-is a line with its name, format, size and "complete", or how many of its bytes there are.
+dataPresent are bytes of frame data; a file that has more than it needs is sound. With --brief, a
+line has a file's name, format and size, and "complete" or how many of its bytes there are.
 
-A FILE that is a folder stands for the media files in it and in the folders inside, without hidden
-ones; - is standard input.)",
+A folder stands for the media files in it and in the folders inside, without hidden ones.)",
         .arguments = {filesArgument(options->files, "media files, or folders of such"),
                       framesArgument(options->frames),
                       {"--brief", "", &options->isBrief, "print a line for each file"},

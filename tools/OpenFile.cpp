@@ -189,11 +189,11 @@ void openReader(MediaConversion::VelmoraMediaFileReader& reader, const std::stri
 try {
     reader.open(MediaConversion::wideFileName(pathOf(fileName)));
 } catch (const MediaConversion::MediaFileAccessException& error) {
-    const auto why = whyNotOpened(fileName);
-    const auto kind = why.empty() ? kindText(fileName) : "";
-    const bool isForMedia = extensionOf(fileName) == "zeq" || !why.empty();
-    const std::string text = isForMedia ? error.message() : "not a media file";
-    MediaConversion::fail(text, why.empty() && kind.empty() ? "" : ": ", why, kind);
+    const bool isOther = error.message() == "Media file is corrupt";
+    const auto why = isOther ? kindText(fileName) : whyNotOpened(fileName);
+    const bool hasOtherName = extensionOf(fileName) != "zeq";
+    MediaConversion::fail(isOther && hasOtherName ? "not a media file" : error.message(),
+                          why.empty() ? "" : ": ", why);
 }
 
 std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName, const ReadingOptions& options)

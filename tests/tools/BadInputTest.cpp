@@ -112,7 +112,7 @@ TEST_F(BadInput, isToldByWhatItIs)
         ">half.$kind; "
         "done; mkdir d.zeq; mkfifo pipe.png; : >empty.zeq; : >empty.png; echo hello >text.zeq; "
         "cp text.zeq text.txt; head -c 99 /dev/zero >zeros.zeq; gzip <good.zeq >gzip.zeq; "
-        "cp good.zeq closed.png; chmod 0 closed.png");
+        "cp good.zeq closed.png; chmod 0 closed.png; head -c 20 good.zeq >cut.bin");
     const Name corrupt = "Media file is corrupt: ",
                damaged = "it is damaged, or its end is missing";
     const std::tuple<Name, Name, Name> cases[] = {
@@ -127,6 +127,7 @@ TEST_F(BadInput, isToldByWhatItIs)
         {"compare", "d.zeq",      "Failed to open file: it is a folder"},
         {"check",   "p.png",      "not a media file: it is a PNG file"},
         {"info",    "text.txt",   "not a media file: it is text"},
+        {"check",   "cut.bin",    "Media file has unexpectedly reached End-Of-File"},
         {"check",   "pipe.png",   "Failed to open file: it is no regular file"},
         {"cat",     "pipe.png",   "it is no regular file"},
         {"convert", "text.txt",   "no picture of a known kind: it is text"},
