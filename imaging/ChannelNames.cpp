@@ -97,7 +97,7 @@ ChannelPlaces channelPlaces(const std::vector<std::string>& names, const std::st
     for (const auto& [name, ignored] : layers)
         layerNames.push_back(name);
     throw std::runtime_error("has the layers " + listedNames(layerNames) +
-                             "; convert takes one with --layer");
+                             "; choose one with --layer");
 }
 
 bool hasLayer(const std::vector<std::string>& names, const std::string& layer)

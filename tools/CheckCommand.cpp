@@ -4,7 +4,9 @@
 #include "tools/Conversion.h"
 #include "tools/OpenFile.h"
 #include "tools/Report.h"
+#include "tools/RunReport.h"
 
+#include <cstddef>
 #include <iostream>
 #include <memory>
 #include <string>
@@ -19,6 +21,7 @@ struct Options
     std::vector<std::string> files;
     std::string frames;
     bool hasToBeComplete = false;
+    bool asJson = false;
     JobSettings jobs;
 };
 
@@ -31,27 +34,22 @@ std::string checkFile(const InputFile& input, MemoryBudget& budget)
     return {};
 }
 
-std::vector<InputFile> filesToCheck(const Options& options)
-{
-    std::vector<InputFile> files;
-    for (const auto& name : options.files) {
-        const auto found =
-            isFolderName(name) ? mediaFilesIn(name) : inputFiles({name}, options.frames);
-        files.insert(files.end(), found.begin(), found.end());
-    }
-    return files;
-}
-
 int run(const Options& options)
 {
     std::vector<Job> jobs;
-    for (const auto& file : filesToCheck(options))
+    for (const auto& file : inputFiles(options.files, options.frames, InFolders::mediaFiles))
         jobs.push_back(
             {file.name, "", [file](MemoryBudget& budget) { return checkFile(file, budget); }});
     const bool namesGaps = options.hasToBeComplete || !options.jobs.isQuiet;
     const auto missing = namesGaps ? reportGaps(options.files, options.frames) : 0;
-    const auto failures = runJobs(jobs, options.jobs);
-    if (!options.jobs.isQuiet) {
+    const auto outcomes = runJobs(jobs, options.jobs);
+    const auto failures = failuresIn(outcomes);
+    if (options.asJson) {
+        RunReport report{.entries = {}, .missing = missing};
+        for (std::size_t index = 0; index < jobs.size(); ++index)
+            report.entries.push_back({jobs[index].name, {}, outcomes[index]});
+        report.print();
+    } else if (!options.jobs.isQuiet) {
         std::cout << jobs.size() << (jobs.size() == 1 ? " file" : " files") << " checked, "
                   << failures << " bad";
         if (missing)
@@ -71,13 +69,15 @@ Command check()
         .description = sequencesText + R"(
 Reads each file and converts its frame as a host does. Files that cannot be shown are named on the
 error stream, with the reason, and so is what cannot be looked at and what holds no media file: all
-of these count as bad, and the others are checked. Links to folders inside are not followed.
+of these count as bad, and the others are checked. Hidden files in folders are left out, and links
+to folders inside are not followed.
 
 )" + gapsText,
         .arguments = withJobArguments(
             {filesArgument(options->files,
                            "media files, or folders of such, with the folders inside"),
-             framesArgument(options->frames), completeArgument(options->hasToBeComplete)},
+             framesArgument(options->frames), completeArgument(options->hasToBeComplete),
+             jsonArgument(options->asJson)},
             options->jobs),
         .run = [options] { return Zeq::run(*options); },
     };

@@ -61,15 +61,9 @@ Argument completeArgument(bool& isComplete)
     return {"--complete", "", &isComplete, "fail when frames of a sequence are missing"};
 }
 
-double stopsOf(const std::string& exposure)
+Argument jsonArgument(bool& asJson)
 {
-    constexpr double most = 32;
-    double stops = 0;
-    const auto* const end = exposure.data() + exposure.size();
-    const auto [stop, error] = std::from_chars(exposure.data(), end, stops);
-    if (!exposure.empty() && (error != std::errc() || stop != end || !(std::abs(stops) <= most)))
-        throw UsageError("--exposure: " + exposure + " is no number from -32 to 32, like -2.5");
-    return stops;
+    return {"--json", "", &asJson, "print an object with an entry for each file, and errors"};
 }
 
 std::string listed(const std::vector<std::string>& words)
@@ -217,6 +211,21 @@ void checkCommandName(const std::vector<CommandEntry>& table, const std::string&
                                       : "unknown command " + name + "; see zeq --help");
 }
 
+// The command line without the program's name. What stands behind "--" is no option: the library
+// does not know that of files that follow others, so such names get their folder.
+std::vector<std::string> wordsOf(int argumentCount, char** arguments)
+{
+    std::vector<std::string> words(arguments + std::min(argumentCount, 1),
+                                   arguments + argumentCount);
+    const auto mark = std::ranges::find(words, "--");
+    if (mark == words.end())
+        return words;
+    for (auto word = words.erase(mark); word != words.end(); ++word)
+        if (word->starts_with('-') && *word != "-")
+            word->insert(0, "./");
+    return words;
+}
+
 }
 
 std::function<int()> parseCommandLine(const std::vector<CommandEntry>& table, int argumentCount,
@@ -241,9 +250,11 @@ std::function<int()> parseCommandLine(const std::vector<CommandEntry>& table, in
         subcommand->footer(command.description + "\n\n" + exitStatusText);
     }
 
-    checkCommandName(table, argumentCount > 1 ? arguments[1] : "");
+    auto words = wordsOf(argumentCount, arguments);
+    checkCommandName(table, words.empty() ? "" : words.front());
     try {
-        parser.parse(argumentCount, arguments);
+        std::ranges::reverse(words);  // as the library wants them
+        parser.parse(std::move(words));
     } catch (const CLI::Success& request) {
         return [status = parser.exit(request)] { return status; };
     } catch (const CLI::ParseError& error) {

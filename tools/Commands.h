@@ -37,10 +37,8 @@ Argument required(Argument argument);
 Argument filesArgument(std::vector<std::string>& files, const std::string& help);
 Argument framesArgument(std::string& frames);
 Argument completeArgument(bool& isComplete);
+Argument jsonArgument(bool& asJson);
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
-
-// The number of stops in a text like "-2.5", 0 in an empty one. Throws a UsageError.
-double stopsOf(const std::string& exposure);
 
 // A sub-command as it is asked for: what it takes and what it does.
 struct Command
@@ -97,6 +95,7 @@ frames that are there are worked on; with --quiet alone they are not named.)";
 
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =
-    "A FILE may name a sequence: shot.####.zeq or shot.%04d.zeq stands for all its frames.";
+    R"(A FILE may name a sequence: shot.####.zeq stands for all its frames, and so do shot.@@@@.zeq,
+shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'. - is standard input, ./- a file.)";
 
 }

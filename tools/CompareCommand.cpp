@@ -5,6 +5,7 @@
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
 #include "tools/PictureTypes.h"
+#include "tools/ReadingArguments.h"
 #include "tools/Report.h"
 
 #include <nlohmann/json.hpp>
@@ -38,6 +39,7 @@ struct Options
     std::string heatMap;
     std::string frames;
     bool asJson = false;
+    ReadingSettings reading;
     JobSettings jobs;
 };
 
@@ -270,11 +272,12 @@ int run(const Options& options)
     std::vector<Outcome> outcomes;
     for (auto& pair : planned(options))
         outcomes.push_back({std::move(pair)});
+    const auto reading = options.reading.options();
     std::vector<Job> jobs;
     for (auto& outcome : outcomes)
-        jobs.push_back({outcome.pair.name, "", [&outcome](MemoryBudget& budget) {
+        jobs.push_back({outcome.pair.name, "", [&outcome, &reading](MemoryBudget& budget) {
                             try {
-                                outcome.comparison = compare(outcome.pair, budget);
+                                outcome.comparison = compare(outcome.pair, reading, budget);
                             } catch (const std::exception& error) {
                                 outcome.problem = messageOf(error);
                                 throw;
@@ -297,7 +300,7 @@ int run(const Options& options)
 std::string description()
 {
     return R"(A and B are two files or two sequences, shot.####.zeq or shot.%04d.zeq, whose frames are compared
-by their numbers: media files and other pictures, of any kind on either side. Values are compared
+by their numbers; - is standard input: media files and other pictures, of any kind on either side. Values are compared
 as they are stored, scaled to 0 to 1: no colour conversion, no multiplication by alpha. Where only
 one picture has alpha, the other counts as opaque. PSNR is that of the largest value, at least 1,
 to the root mean square. What is infinite or no number on one side only is infinitely far.
@@ -335,6 +338,7 @@ Command compare()
               "the largest difference that is let pass (default: 0)"},
              {"-o,--output", "HEATMAP", &options->heatMap,
               "the picture of the differences to write: heat.png"},
+             layerArgument(options->reading),
              framesArgument(options->frames),
              {"--json", "", &options->asJson, "print an object with an entry for each pair"}},
             options->jobs),

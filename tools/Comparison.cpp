@@ -47,8 +47,8 @@ std::string problemOf(const std::string& name, const std::string& otherName)
 std::vector<Pair> pairsOf(const std::string& name, const std::string& otherName,
                           const std::string& frames)
 {
-    const auto files = inputFiles({name}, frames);
-    const auto others = inputFiles({otherName}, frames);
+    const auto files = inputFiles({name}, frames, InFolders::nothing);
+    const auto others = inputFiles({otherName}, frames, InFolders::nothing);
     for (const auto& list : {files, others})
         if (!list.front().problem.empty())
             return {withProblem(list.front())};
@@ -78,7 +78,7 @@ std::vector<Pair> pairsWithFormat(const std::string& name, const FrameFormat& fo
                                   const std::string& frames)
 {
     std::vector<Pair> pairs;
-    for (const auto& file : inputFiles({name}, frames))
+    for (const auto& file : inputFiles({name}, frames, InFolders::nothing))
         if (file.problem.empty())
             pairs.push_back({.name = file.name,
                              .otherName = file.name + " as " + shortName(format),
@@ -148,13 +148,13 @@ void writeHeatMap(const Pair& pair, const Picture& picture, const Picture& other
 
 }
 
-Comparison compare(const Pair& pair, MemoryBudget& budget)
+Comparison compare(const Pair& pair, const ReadingOptions& reading, MemoryBudget& budget)
 {
     if (!pair.problem.empty())
         throw FileError(pair.problem);
     const auto& fileOfOther = pair.format ? pair.name : pair.otherName;
-    const auto file = naming(pair.name, [&] { return openFile(pair.name); });
-    const auto other = naming(fileOfOther, [&] { return openFile(fileOfOther); });
+    const auto file = naming(pair.name, [&] { return openFile(pair.name, reading); });
+    const auto other = naming(fileOfOther, [&] { return openFile(fileOfOther, reading); });
     const auto& facts = file->facts();
     if (facts.size != other->facts().size)
         throw FileError(joined(pair.name, " has ", textOf(facts.size), " pixels, ", pair.otherName,

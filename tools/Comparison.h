@@ -2,6 +2,7 @@
 
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "imaging/Difference.h"
+#include "imaging/Picture.h"
 #include "tools/Jobs.h"
 
 #include <optional>
@@ -43,6 +44,6 @@ struct Comparison
 };
 
 // Compares the pair and writes its heat map. Throws a FileError.
-Comparison compare(const Pair& pair, MemoryBudget& budget);
+Comparison compare(const Pair& pair, const Imaging::ReadingOptions& reading, MemoryBudget& budget);
 
 }

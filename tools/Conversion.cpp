@@ -3,25 +3,27 @@
 #include "MediaConversion/Encoder/Encoder.h"
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/Headers.h"
-#include "imaging/ChannelNames.h"
 #include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
+#include "tools/Losses.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
+#include "tools/StandardFiles.h"
 
 #include <sys/stat.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
-#include <array>
-#include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <map>
 #include <memory>
+#include <set>
+#include <tuple>
 #include <utility>
 
 namespace Zeq {
@@ -55,6 +57,8 @@ std::optional<FileNumber> fileNumber(const std::string& name)
 InputNames::InputNames(const std::vector<InputFile>& inputs)
 {
     for (const auto& input : inputs) {
+        if (input.name == standardFile)
+            continue;
         m_byPath.emplace(identity(input.name), input.name);
         if (const auto number = fileNumber(input.name))
             m_byNumber.emplace(*number, input.name);
@@ -79,8 +83,14 @@ std::function<std::string(const InputFile&)> naming(const std::string& output,
 {
     if (isFolderName(output))
         return [=](const InputFile& input) {
-            const auto name = fs::path(input.name).stem().native() + "." + extension;
-            return (fs::path(output) / name).native();
+            if (input.name == standardFile)
+                throw UsageError("standard input has no name for a file in " + output);
+            const fs::path name(input.name);
+            // The folders inside the one that was named are kept.
+            const auto place = input.folder.empty()
+                                   ? fs::path()
+                                   : name.lexically_relative(input.folder).parent_path();
+            return (output / place / (name.stem().native() + "." + extension)).native();
         };
     if (const auto pattern = FramePattern::parse(output))
         return [=](const InputFile& input) {
@@ -93,10 +103,32 @@ std::function<std::string(const InputFile&)> naming(const std::string& output,
 
 }
 
-std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
+namespace {
+
+// The inputs without those that were found in a folder because it holds that of the outputs: they
+// were made before.
+std::vector<InputFile> withoutOutputs(std::vector<InputFile> inputs, const std::string& output)
+{
+    if (!isFolderName(output))
+        return inputs;
+    const auto folder = identity(output);
+    std::erase_if(inputs, [&](const InputFile& input) {
+        if (input.folder.empty() || identity(input.folder) == folder)
+            return false;
+        const auto path = identity(input.name);
+        return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
+               folder.end();
+    });
+    return inputs;
+}
+
+}
+
+std::vector<Conversion> planConversions(const std::vector<InputFile>& allInputs,
                                         const std::string& output, const std::string& extension)
 {
     const auto outputOf = naming(output, extension);
+    const auto inputs = withoutOutputs(allInputs, output);
     const InputNames inputNames(inputs);
 
     std::vector<Conversion> conversions;
@@ -110,6 +142,8 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
         const auto& target = conversion.output;
         if (const auto [entry, isFirst] = taken.emplace(identity(target), input.name); !isFirst)
             throw UsageError(entry->second + " and " + input.name + " would both become " + target);
+        if (target == standardFile)
+            continue;
         const auto overwritten = inputNames.sameAs(target);
         if (overwritten == input.name)
             throw UsageError(input.name + " would be overwritten by its output " + target);
@@ -117,12 +151,6 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
             throw UsageError(input.name + " would overwrite the input " + *overwritten);
     }
     return conversions;
-}
-
-bool isFolderName(const std::string& name)
-{
-    std::error_code ignored;
-    return name.ends_with('/') || fs::is_directory(name, ignored);
 }
 
 using MediaConversion::fail;
@@ -135,78 +163,32 @@ FrameFormat defaultFormat(const PictureFacts& facts)
     return MediaConversion::defaultMediaFormat(factsOf(facts.depth).bits, facts.hasAlpha);
 }
 
-void checkSide(const char* side, int length, std::uint32_t group, const FrameFormat& format)
+// The format that is most like this one and takes any number of pixels.
+FrameFormat formatOfAnySize(const FrameFormat& format)
+{
+    const auto distance = [&](const FrameFormat& other) {
+        const int bits = bitsOf(format.channelType) - bitsOf(other.channelType);
+        const auto& packing = other.pixelPacking;
+        return std::tuple(packing.columnsPerGroup * packing.rowsPerGroup != 1,
+                          hasAlpha(other.colourspace) != hasAlpha(format.colourspace),
+                          std::abs(bits));
+    };
+    std::vector<FrameFormat> formats;
+    for (const auto& name : MediaConversion::mediaFormatNames())
+        formats.push_back(*MediaConversion::mediaFormat(name));
+    return *std::ranges::min_element(formats, {}, distance);
+}
+
+// The side is "wide" or "high".
+void checkSide(const std::string& side, int length, std::uint32_t group, const FrameFormat& format)
 {
     constexpr auto limit = std::numeric_limits<std::uint16_t>::max();
     if (length > limit)
         fail("is ", length, " pixels ", side, "; a media file holds at most ", limit);
     if (length % static_cast<int>(group) != 0)
-        fail("is ", length, " pixels ", side, "; ", shortName(format), " needs a multiple of ",
-             group);
-}
-
-// How much of the samples, so that some are never none.
-std::string percentage(std::uint64_t count, std::uint64_t total)
-{
-    const double percent = 100 * static_cast<double>(count) / static_cast<double>(total);
-    if (percent < 0.1)
-        return "less than 0.1 %";
-    const double tenths = std::min(std::round(percent * 10), count == total ? 1000.0 : 999.0);
-    return Zeq::text(tenths / 10) + " %";
-}
-
-// The one of these channels whose value lies furthest, with its name.
-template <class Value, class IsFurther>
-std::string furthest(const std::vector<int>& channels, const Value& value, const IsFurther& further)
-{
-    constexpr std::array names = {"blue", "green", "red", "alpha"};
-    const int channel = *std::ranges::max_element(
-        channels, [&](int a, int b) { return further(value(b), value(a)); });
-    return Zeq::text(value(channel)) + " in " + names[static_cast<std::size_t>(channel)];
-}
-
-// What was cut off at 0 and 1; nothing where that was nothing.
-std::string cutOffText(const Imaging::OutsideValues& outside, cv::Size size, bool hasAlpha)
-{
-    const std::vector<int> channels = hasAlpha ? std::vector{2, 1, 0, 3} : std::vector{2, 1, 0};
-    std::uint64_t count = 0;
-    for (const int channel : channels)
-        count += outside.count(channel);
-    if (count == 0)
-        return {};
-    const auto largest = [&](int channel) { return outside.largest(channel); };
-    const auto smallest = [&](int channel) { return outside.smallest(channel); };
-    const bool isAbove = std::ranges::any_of(channels, [&](int each) { return largest(each) > 1; });
-    const bool isBelow =
-        std::ranges::any_of(channels, [&](int each) { return smallest(each) < 0; });
-    const auto total = static_cast<std::uint64_t>(size.area()) * channels.size();
-    auto text = percentage(count, total) + " of the samples were ";
-    if (!isAbove && !isBelow)
-        return text + "no numbers and became 0";
-    text += "cut off at 0 and 1";
-    if (isAbove)
-        text += ", up to " + furthest(channels, largest, std::greater());
-    if (isBelow)
-        text += ", down to " + furthest(channels, smallest, std::less());
-    return text;
-}
-
-// What of a picture that was read an output of this kind cannot hold, in words.
-std::string lossText(const IOpenFile& file, bool holdsAlpha, bool isFloat)
-{
-    const auto& facts = file.facts();
-    std::vector<std::string> losses;
-    if (!isFloat)
-        losses.push_back(cutOffText(file.outside(), facts.size, facts.hasAlpha && holdsAlpha));
-    if (facts.hasAlpha && !holdsAlpha && !file.outside().areOpaque())
-        losses.emplace_back("alpha was dropped");
-    if (!facts.leftOut.empty())
-        losses.push_back("left out: " + Imaging::listedNames(facts.leftOut));
-    std::string text;
-    for (const auto& loss : losses)
-        if (!loss.empty())
-            text += (text.empty() ? "" : "; ") + loss;
-    return text.empty() ? "" : text + " (--clip accepts that)";
+        fail("is ", length, length == 1 ? " pixel " : " pixels ", side, "; ", shortName(format),
+             " needs a multiple of ", group, "; ", shortName(formatOfAnySize(format)),
+             " takes any ", side == "wide" ? "width" : "height");
 }
 
 void writeMediaFile(IOpenFile& file, const std::string& output, const FrameFormat& format,
@@ -223,9 +205,11 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
 }
 
 // Gives the depth of what is written.
-SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const PictureType& type,
-                              const WantedResult& wanted, MemoryBudget& budget)
+SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output,
+                              const std::string& extension, const WantedResult& wanted,
+                              MemoryBudget& budget)
 {
+    const auto& type = *findPictureType(extension);
     const auto& facts = file.facts();
     const bool hasAlpha = facts.hasAlpha && type.holdsAlpha;
     const auto depth = wanted.depth ? checkedDepth(type, *wanted.depth, hasAlpha)
@@ -236,12 +220,16 @@ SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output, const 
     auto picture = file.readPicture();
     picture.depth = depth;
     picture.hasAlpha = hasAlpha;
-    if (wanted.isPremultiplied && hasAlpha && extensionOf(output) == "exr" && !facts.isExr)
+    if (wanted.isPremultiplied && hasAlpha && extension == "exr" && !facts.isExr)
         for (int row = 0; row < picture.pixels.rows; ++row)
             Imaging::multiplyByAlpha(picture.pixels.ptr<cv::Vec4f>(row), picture.pixels.cols);
-    writeOutput(output, [&](const std::string& name) {
+    const auto write = [&](const std::string& name) {
         pictureModule().write(name, picture, std::filesystem::path(output).filename());
-    });
+    };
+    if (output == standardFile)
+        writeStandardOutput(extension, write);
+    else
+        writeOutput(output, write);
     return depth;
 }
 
@@ -257,10 +245,15 @@ void checkCanBeHeld(const IOpenFile& file, const FrameFormat& format)
     checkSide("high", size.height, format.pixelPacking.rowsPerGroup, format);
 }
 
+std::string outputKind(const Conversion& conversion, const WantedResult& wanted)
+{
+    return conversion.output == standardFile ? wanted.extension : extensionOf(conversion.output);
+}
+
 std::string convertFile(const Conversion& conversion, const WantedResult& wanted,
                         MemoryBudget& budget)
 {
-    const auto extension = extensionOf(conversion.output);
+    const auto extension = outputKind(conversion, wanted);
     auto reading = wanted.reading;
     // From EXR to EXR colours stay as they are: a division would lose where alpha is 0.
     reading.isPremultiplied = wanted.isPremultiplied && extension != "exr";
@@ -270,18 +263,24 @@ std::string convertFile(const Conversion& conversion, const WantedResult& wanted
         writeMediaFile(*file, conversion.output, format, budget);
         return wanted.isLossAccepted ? "" : lossText(*file, hasAlpha(format.colourspace), false);
     }
-    const auto& type = *findPictureType(extension);
-    const auto depth = writeOtherPicture(*file, conversion.output, type, wanted, budget);
-    return wanted.isLossAccepted ? "" : lossText(*file, type.holdsAlpha, factsOf(depth).isFloat);
+    const auto depth = writeOtherPicture(*file, conversion.output, extension, wanted, budget);
+    return wanted.isLossAccepted
+               ? ""
+               : lossText(*file, findPictureType(extension)->holdsAlpha, factsOf(depth).isFloat);
 }
 
-std::size_t runConversions(const std::vector<Conversion>& conversions, const JobSettings& settings,
-                           const std::function<std::string(const Conversion&, MemoryBudget&)>& make)
+std::vector<JobOutcome> runConversions(
+    const std::vector<Conversion>& conversions, const JobSettings& settings,
+    const std::function<std::string(const Conversion&, MemoryBudget&)>& make)
 {
     std::vector<Job> jobs;
     jobs.reserve(conversions.size());
+    std::set<std::string> folders;
     for (const auto& conversion : conversions) {
         const auto& input = conversion.input;
+        const auto folder = fs::path(conversion.output).parent_path().native();
+        if (!input.folder.empty() && !folder.empty() && folders.insert(folder).second)
+            makeFolder(folder);
         jobs.push_back(
             {input.name, input.name + " -> " + conversion.output, [&](MemoryBudget& budget) {
                  throwProblem(input);

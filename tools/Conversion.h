@@ -41,23 +41,25 @@ private:
 };
 
 // Finds each input's output: a file's name, the name of a sequence, which takes the input's number,
-// or a folder, in which a file takes the input's name with another extension. Throws a UsageError
-// when an output would be written twice or is an input.
+// or a folder, in which a file takes the input's name with another extension and, where that was
+// found in a folder that was named, its place in it. What was made before in a folder inside that
+// one is no input. Throws a UsageError when an output would be written twice or is an input.
 std::vector<Conversion> planConversions(const std::vector<InputFile>& inputs,
                                         const std::string& output, const std::string& extension);
-
-// Whether a folder of this name exists, or the name ends as that of a folder does.
-bool isFolderName(const std::string& name);
 
 // What the user asks for. The rest follows from the file that is converted.
 struct WantedResult
 {
     std::optional<Velmora::FrameFormat> format;  // of a media file
     std::optional<Imaging::SampleDepth> depth;   // of any other picture
+    std::string extension = {};                  // of what is written to standard output
     ReadingOptions reading = {};
     bool isPremultiplied = false;  // colours in EXR files are multiplied by alpha
     bool isLossAccepted = false;   // nothing is to be said of what the output cannot hold
 };
+
+// The extension that says what kind of file the output is, in lower case.
+std::string outputKind(const Conversion& conversion, const WantedResult& wanted);
 
 // Throws a std::runtime_error when a media file of this format cannot hold the picture, of which it
 // has to hold whole groups of pixels.
@@ -70,9 +72,9 @@ std::string convertFile(const Conversion& conversion, const WantedResult& wanted
                         MemoryBudget& budget);
 
 // Makes the outputs by this function, several at once, and names the inputs that fail and those of
-// which the function says something. Gives the number of failures. Unfinished outputs are removed
-// when a signal ends the program.
-std::size_t runConversions(
+// which the function says something. Makes the folders of outputs whose inputs were found in a
+// folder. Unfinished outputs are removed when a signal ends the program.
+std::vector<JobOutcome> runConversions(
     const std::vector<Conversion>& conversions, const JobSettings& settings,
     const std::function<std::string(const Conversion&, MemoryBudget&)>& make);
 

@@ -3,13 +3,20 @@
 #include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/PictureTypes.h"
+#include "tools/ReadingArguments.h"
 #include "tools/Report.h"
+#include "tools/RunReport.h"
+#include "tools/StandardFiles.h"
+
+#include <unistd.h>
 
 #include <algorithm>
-#include <cmath>
+#include <cstddef>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace Zeq {
@@ -23,13 +30,12 @@ struct Options
     std::string format;
     std::string depth;
     std::string extension;
-    std::string layer;
-    std::string exposure;
-    double scale = 1;
     bool skipsExisting = false;
     bool isPremultiplied = false;
     bool clips = false;
     bool hasToBeComplete = false;
+    bool asJson = false;
+    ReadingSettings reading;
     JobSettings jobs;
 };
 
@@ -56,6 +62,13 @@ std::string description()
 An OUTPUT that ends in .zeq is a media file. Of several files, OUTPUT is a sequence, which takes
 their numbers, or a folder, with the kind of file in --to. Outputs appear when they are complete;
 one that is an input, by whatever name, is refused.
+
+A folder among the FILEs stands for the pictures in it and in the folders inside, of all kinds below
+and some more, without hidden ones; in an OUTPUT that is a folder they keep their places. As OUTPUT,
+- is standard output, with the kind of file in --to.
+
+With --skip-existing, an output is left as it is when it is as large as its input and whole: a media
+file that has all bytes of its frame, or another picture that can be read to its end.
 
 A photograph that says by EXIF which way up it is comes out upright.
 
@@ -97,6 +110,34 @@ Formats:
            "\n\nKinds of files:\n" + listed(extensions());
 }
 
+const std::string& outputOf(const Options& options)
+{
+    if (options.files.size() < 2 || options.files.back().empty())
+        throw UsageError("OUTPUT is required");
+    return options.files.back();
+}
+
+// The kind of files in a folder and on standard output; nothing for an OUTPUT whose name says it.
+std::string outputExtension(const Options& options)
+{
+    const auto& output = outputOf(options);
+    const bool isStandardOutput = output == standardFile;
+    if (!isStandardOutput && !isFolderName(output)) {
+        if (extensionOf(output).empty())
+            throw UsageError(output + " has no ending; for a folder write " + output +
+                             "/ and --to png");
+        if (!options.extension.empty())
+            throw UsageError("--to is for an OUTPUT that is a folder or -");
+        return {};
+    }
+    if (!options.extension.empty())
+        return options.extension;
+    if (options.format.empty())
+        throw UsageError(isStandardOutput ? "--to is needed for standard output"
+                                          : "--to is needed for an OUTPUT that is a folder");
+    return "zeq";
+}
+
 WantedResult wantedResult(const Options& options)
 {
     WantedResult wanted;
@@ -104,70 +145,126 @@ WantedResult wantedResult(const Options& options)
     for (const auto& depth : Imaging::sampleDepths)
         if (options.depth == depth.name)
             wanted.depth = depth.depth;
-    wanted.reading.factor =
-        static_cast<float>(options.scale * std::exp2(stopsOf(options.exposure)));
-    wanted.reading.layer = options.layer;
+    wanted.extension = outputExtension(options);
+    wanted.reading = options.reading.options();
     wanted.isPremultiplied = options.isPremultiplied;
     wanted.isLossAccepted = options.clips;
     return wanted;
 }
 
-std::string outputExtension(const Options& options, const std::string& output)
+// Before anything is read or written.
+void checkPlan(const std::vector<Conversion>& plan, const Options& options,
+               const WantedResult& wanted)
 {
-    if (!isFolderName(output)) {
-        if (!options.extension.empty())
-            throw UsageError("--to is for an OUTPUT that is a folder");
-        return {};
-    }
-    if (!options.extension.empty())
-        return options.extension;
-    if (options.format.empty())
-        throw UsageError("--to is needed for an OUTPUT that is a folder");
-    return "zeq";
-}
-
-std::vector<Conversion> planned(const Options& options, const WantedResult& wanted)
-{
-    if (options.files.size() < 2 || options.files.back().empty())
-        throw UsageError("OUTPUT is required");
-    const auto& output = options.files.back();
-    const auto extension = outputExtension(options, output);
-    checkOutputName(extension.empty() ? output : "x." + extension, wanted);
-    auto plan = planConversions(
-        inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
-        extension);
-    const auto isExr = [](const Conversion& conversion) {
-        return extensionOf(conversion.output) == "exr" ||
+    const auto isExr = [&](const Conversion& conversion) {
+        return outputKind(conversion, wanted) == "exr" ||
                extensionOf(conversion.input.name) == "exr";
     };
     if (options.isPremultiplied && std::ranges::none_of(plan, isExr))
         throw UsageError("--premultiplied is for EXR files");
+    if (outputOf(options) == standardFile && options.asJson)
+        throw UsageError("--json and the picture would both be written to standard output");
+    if (outputOf(options) == standardFile && ::isatty(STDOUT_FILENO))
+        throw UsageError("pictures are not written to a terminal; pipe them into a program");
+}
+
+// Once for all frames, and before the first is read. Those of files that were found in folders are
+// made as they are converted.
+void prepareFolders(const std::vector<Conversion>& plan, const std::string& output)
+{
     if (output.ends_with('/'))
         makeFolder(output);
-    // Once for all frames, and before the first is read.
     for (const auto& conversion : plan)
-        checkFolderOf(conversion.output);
+        if (conversion.input.folder.empty())
+            checkFolderOf(conversion.output);
+}
+
+std::vector<Conversion> planned(const Options& options, const WantedResult& wanted)
+{
+    const auto& output = outputOf(options);
+    const auto& extension = wanted.extension;
+    checkOutputName(extension.empty() ? output : "x." + extension, wanted);
+    auto plan = planConversions(
+        inputFiles({options.files.begin(), options.files.end() - 1}, options.frames), output,
+        extension);
+    checkPlan(plan, options, wanted);
+    prepareFolders(plan, output);
     return plan;
+}
+
+bool isWholeOutput(const Conversion& conversion, const WantedResult& wanted, MemoryBudget& budget)
+{
+    try {
+        const auto file = openFile(conversion.output);
+        const auto& facts = file->facts();
+        if (facts.size != openFile(conversion.input.name, wanted.reading)->facts().size)
+            return false;
+        const auto reservation = budget.reserve(facts.byteCount);
+        file->checkWhole();
+        return true;
+    } catch (const std::exception&) {
+        return false;  // it is made anew, and what is wrong with its input is said then
+    }
+}
+
+// Takes those whose outputs are there already out of the plan, and gives them.
+std::vector<Conversion> takeFinished(std::vector<Conversion>& plan, const WantedResult& wanted,
+                                     JobSettings settings)
+{
+    std::vector<Job> jobs;
+    std::vector<char> areWhole(plan.size());
+    for (std::size_t index = 0; index < plan.size(); ++index)
+        if (plan[index].output != standardFile && exists(plan[index].output))
+            jobs.push_back({plan[index].output, "", [&, index](MemoryBudget& budget) {
+                                areWhole[index] = isWholeOutput(plan[index], wanted, budget);
+                                return std::string();
+                            }});
+    settings.isQuiet = true;
+    runJobs(jobs, settings);
+    std::vector<Conversion> finished;
+    std::vector<Conversion> others;
+    for (std::size_t index = 0; index < plan.size(); ++index)
+        (areWhole[index] ? finished : others).push_back(std::move(plan[index]));
+    plan = std::move(others);
+    return finished;
+}
+
+RunReport reportOf(const std::vector<Conversion>& plan, const std::vector<JobOutcome>& outcomes,
+                   const std::vector<Conversion>& finished)
+{
+    RunReport report;
+    for (std::size_t index = 0; index < plan.size(); ++index)
+        report.entries.push_back({plan[index].input.name, plan[index].output, outcomes[index]});
+    for (const auto& conversion : finished)
+        report.entries.push_back({conversion.input.name, conversion.output, {}, true});
+    return report;
 }
 
 int run(const Options& options)
 {
     const auto wanted = wantedResult(options);
     auto plan = planned(options, wanted);
-    const auto skipped = std::erase_if(plan, [&](const Conversion& conversion) {
-        return options.skipsExisting && exists(conversion.output);
-    });
-    const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
-        return convertFile(conversion, wanted, budget);
-    };
-    const bool namesGaps = options.hasToBeComplete || !options.jobs.isQuiet;
+    auto settings = options.jobs;
+    settings.isQuiet = settings.isQuiet || options.asJson || outputOf(options) == standardFile;
+    removeUnfinishedFilesOnSignals();
+    const auto finished =
+        options.skipsExisting ? takeFinished(plan, wanted, settings) : std::vector<Conversion>();
+    const bool namesGaps = options.hasToBeComplete || options.asJson || !options.jobs.isQuiet;
     const auto missing =
         namesGaps ? reportGaps({options.files.begin(), options.files.end() - 1}, options.frames)
                   : 0;
-    const auto failures = runConversions(plan, options.jobs, make);
-    if (!options.jobs.isQuiet && plan.size() + skipped > 1) {
-        std::cout << plan.size() - failures << " converted, " << skipped << " skipped, " << failures
-                  << " failed";
+    const auto outcomes =
+        runConversions(plan, settings, [&](const Conversion& conversion, MemoryBudget& budget) {
+            return convertFile(conversion, wanted, budget);
+        });
+    const auto failures = failuresIn(outcomes);
+    if (options.asJson) {
+        auto report = reportOf(plan, outcomes, finished);
+        report.missing = missing;
+        report.print();
+    } else if (!settings.isQuiet && plan.size() + finished.size() > 1) {
+        std::cout << plan.size() - failures << " converted, " << finished.size() << " skipped, "
+                  << failures << " failed";
         if (missing)
             std::cout << ", " << missing << " missing";
         std::cout << '\n';
@@ -184,27 +281,24 @@ Command convert()
     return {
         .description = description(),
         .arguments = withJobArguments(
-            {required({"FILE", "FILE... OUTPUT", &options->files,
-                       "what is converted, and what it becomes"}),
-             {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
-              MediaConversion::mediaFormatNames()},
-             {"-d,--depth", "DEPTH", &options->depth,
-              "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
-             {"--to", "KIND", &options->extension, "the kind of files in a folder, as below",
-              extensions()},
-             {"--layer", "NAME", &options->layer,
-              "take the channels of this layer of EXR files: diffuse for diffuse.R"},
-             {"--scale", "FACTOR", &options->scale,
-              "multiply red, green and blue by this number before they are converted"},
-             {"--exposure", "STOPS", &options->exposure,
-              "the same in stops: 1 doubles the values, -1 halves them"},
-             {"--premultiplied", "", &options->isPremultiplied,
-              "colours in EXR files are multiplied by alpha, those in other files are not"},
-             {"--clip", "", &options->clips, "accept without a word what the output cannot hold"},
-             framesArgument(options->frames),
-             completeArgument(options->hasToBeComplete),
-             {"--skip-existing", "", &options->skipsExisting,
-              "leave outputs that exist as they are"}},
+            withReadingArguments(
+                {required({"FILE", "FILE... OUTPUT", &options->files,
+                           "what is converted, and what it becomes"}),
+                 {"-f,--format", "FORMAT", &options->format, "the format of media files, as below",
+                  MediaConversion::mediaFormatNames()},
+                 {"-d,--depth", "DEPTH", &options->depth,
+                  "of other pictures: 8, 10, 12, 16 bits, half or float", depthNames()},
+                 {"--to", "KIND", &options->extension,
+                  "the kind of files in a folder or on standard output, as below", extensions()},
+                 {"--premultiplied", "", &options->isPremultiplied,
+                  "colours in EXR files are multiplied by alpha, those in other files are not"},
+                 clipArgument(options->clips),
+                 framesArgument(options->frames),
+                 completeArgument(options->hasToBeComplete),
+                 {"--skip-existing", "", &options->skipsExisting,
+                  "leave outputs that exist and are whole as they are"},
+                 jsonArgument(options->asJson)},
+                options->reading),
             options->jobs),
         .run = [options] { return Zeq::run(*options); },
     };

@@ -104,6 +104,15 @@ _zeq()
 {
     local current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD-1]}
     local command=${COMP_WORDS[1]} words= options= takesValue=
+    COMPREPLY=()
+    # What follows is a name, which readline completes, with all that has to be quoted in it.
+    case " ${COMP_WORDS[*]:1:COMP_CWORD-1} " in *" -- "*) return ;; esac
+    # "--to=png" is three words.
+    if [ "$current" = = ]; then
+        current=
+    elif [ "$previous" = = ]; then
+        previous=${COMP_WORDS[COMP_CWORD-2]}
+    fi
     if [ "$COMP_CWORD" -eq 1 ]; then
         COMPREPLY=($(compgen -W ")"
               << names << R"(" -- "$current"))
@@ -116,15 +125,14 @@ _zeq()
             printCompletionOf(entry);
     std::cout << R"(    esac
     if [ -n "$words" ]; then
+        # They are taken in small letters as well.
+        [ -n "$current" ] && [ "$current" = "${current,,}" ] && words=${words,,}
         COMPREPLY=($(compgen -W "$words" -- "$current"))
     elif [ -z "$takesValue" ] && [ "${current#-}" != "$current" ]; then
         COMPREPLY=($(compgen -W "$options" -- "$current"))
-    else
-        compopt -o filenames
-        COMPREPLY=($(compgen -f -- "$current"))
     fi
 }
-complete -F _zeq zeq
+complete -o bashdefault -o default -F _zeq zeq
 )";
     return ExitStatus::success;
 }

@@ -4,20 +4,26 @@
 #include "MediaConversion/MediaFile/AtomicFile.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "tools/Report.h"
+#include "tools/StandardFiles.h"
 
 #include <pthread.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cctype>
+#include <cerrno>
 #include <csignal>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <memory>
+#include <span>
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 namespace Zeq {
 
@@ -26,15 +32,38 @@ using MediaConversion::VelmoraMediaFileWriter;
 
 namespace {
 
+// Names the output in what fails.
 template <class Write>
-void writeTo(const std::string& fileName, const std::string& extension, const Write& write)
+void namingOutput(const std::string& fileName, const Write& write)
 {
     try {
-        write(std::make_unique<AtomicFile>(MediaConversion::wideFileName(fileName), extension));
+        write();
     } catch (const std::exception& error) {
         throw OutputError(fileName + ": " + messageOf(error));
     }
 }
+
+template <class Write>
+void writeTo(const std::string& fileName, const std::string& extension, const Write& write)
+{
+    namingOutput(fileName, [&] {
+        write(std::make_unique<AtomicFile>(MediaConversion::wideFileName(fileName), extension));
+    });
+}
+
+constexpr auto standardOutput = "standard output";
+
+// A media file is written in one piece with all that is known of it: nothing has to be taken back.
+class StandardOutput final : public MediaConversion::IAtomicFile
+{
+public:
+    void write(std::span<const std::byte> bytes) override
+    {
+        if (!writeToOutput({reinterpret_cast<const char*>(bytes.data()), bytes.size()}))
+            MediaConversion::fail(std::generic_category().message(EPIPE));
+    }
+    void commit() override {}
+};
 
 }
 
@@ -52,6 +81,13 @@ bool exists(const std::string& name)
 {
     std::error_code ignored;
     return std::filesystem::exists(name, ignored);
+}
+
+bool isFolderName(const std::string& name)
+{
+    std::error_code ignored;
+    return name.ends_with('/') ||
+           (name != standardFile && std::filesystem::is_directory(name, ignored));
 }
 
 void makeFolder(const std::string& folder)
@@ -78,6 +114,14 @@ std::string programFolder()
 void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
                  const MediaConversion::MediaFileOptions& options)
 {
+    if (fileName == standardFile) {
+        namingOutput(standardOutput, [&] {
+            const VelmoraMediaFileWriter writer(
+                [](const std::wstring&) { return std::make_unique<StandardOutput>(); });
+            writer.write({}, frame, options);
+        });
+        return;
+    }
     writeTo(fileName, "", [&](std::unique_ptr<AtomicFile> file) {
         const VelmoraMediaFileWriter writer([&](const std::wstring&) { return std::move(file); });
         writer.write(MediaConversion::wideFileName(fileName), frame, options);
@@ -91,6 +135,23 @@ void writeOutput(const std::string& fileName,
     writeTo(fileName, extension, [&](std::unique_ptr<AtomicFile> file) {
         write(file->temporaryName());
         file->commit();
+    });
+}
+
+void writeStandardOutput(const std::string& extension,
+                         const std::function<void(const std::string& temporaryName)>& write)
+{
+    namingOutput(standardOutput, [&] {
+        // It never gets its name.
+        const std::string name = std::filesystem::temp_directory_path() / "zeq-output";
+        const AtomicFile file(MediaConversion::wideFileName(name), "." + extension);
+        write(file.temporaryName());
+        StandardOutput output;
+        std::ifstream written(file.temporaryName(), std::ios::binary);
+        std::vector<char> piece(std::size_t{1} << 20);
+        while (written.read(piece.data(), std::ssize(piece)), written.gcount() > 0)
+            output.write(
+                std::as_bytes(std::span(piece).first(static_cast<std::size_t>(written.gcount()))));
     });
 }
 
@@ -132,6 +193,9 @@ sigset_t terminationSignals()
 
 void removeUnfinishedFilesOnSignals()
 {
+    static bool isPrepared = false;
+    if (std::exchange(isPrepared, true))
+        return;
     // Writing beyond a limit or to a reader that has gone is to be an error like any other.
     ::signal(SIGXFSZ, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);

@@ -14,6 +14,9 @@ std::string extensionOf(const std::string& fileName);
 // Whether there is a file or folder of this name. What cannot be looked at does not exist.
 bool exists(const std::string& name);
 
+// Whether a folder of this name exists, or the name ends as that of a folder does.
+bool isFolderName(const std::string& name);
+
 // Makes a folder, and those that it is in, unless they are there. Throws a std::runtime_error.
 void makeFolder(const std::string& folder);
 
@@ -31,7 +34,7 @@ public:
 };
 
 // Writes a media file that appears under its name when it is complete: until then, and for ever
-// when that fails, what was there stays as it was. Throws an OutputError.
+// when that fails, what was there stays as it was. Also to standard output. Throws an OutputError.
 void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
                  const MediaConversion::MediaFileOptions& options);
 
@@ -39,6 +42,11 @@ void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
 // extension.
 void writeOutput(const std::string& fileName,
                  const std::function<void(const std::string& temporaryName)>& write);
+
+// The same for standard output, which takes the file when it is complete. It is made in the folder
+// for temporary files.
+void writeStandardOutput(const std::string& extension,
+                         const std::function<void(const std::string& temporaryName)>& write);
 
 // From now on, unfinished files are removed before a termination signal ends the program. This is
 // not so for signals of a crash, for those that cannot be caught, and where no thread can be

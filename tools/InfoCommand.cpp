@@ -1,14 +1,16 @@
-#include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreams.h"
 #include "MediaConversion/MediaFile/Headers.h"
-#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "tools/Commands.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
+#include "tools/OpenFile.h"
 #include "tools/Report.h"
+#include "tools/StandardFiles.h"
 
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -28,7 +30,7 @@ Json factsOf(const std::string& fileName)
 {
     MediaConversion::FileStreamFactory streams;
     MediaConversion::VelmoraMediaFileReader reader(streams);
-    reader.open(MediaConversion::wideFileName(fileName));
+    openReader(reader, fileName);
     const auto header = reader.mediaHeader();
     const auto frame = reader.frameHeader();
     const auto& formats = MediaConversion::mediaFormatCodes();
@@ -57,7 +59,7 @@ Json factsOf(const std::string& fileName)
                                           format->second, frame.frameWidth, frame.frameHeight))
                                     : Json();
     std::error_code isGone;
-    const auto size = std::filesystem::file_size(fileName, isGone);
+    const auto size = std::filesystem::file_size(pathOf(fileName), isGone);
     facts["dataPresent"] = isGone || size < headerSize ? Json() : Json(size - headerSize);
     return facts;
 }
@@ -77,25 +79,59 @@ void print(const Json& facts)
     }
 }
 
+// The facts in a line, in columns.
+void printBriefly(const Json& facts, std::size_t nameWidth)
+{
+    const auto pixels = [&](const char* side) { return std::to_string(facts[side].get<int>()); };
+    const auto& present = facts["dataPresent"];
+    const auto& expected = facts["dataExpected"];
+    std::string state = "unknown";
+    if (!expected.is_null() && !present.is_null())
+        state = present >= expected
+                    ? "complete"
+                    : "incomplete: " + present.dump() + " of " + expected.dump() + " bytes";
+    const auto padded = [](std::string text, std::size_t width) {
+        text.resize(std::max(text.size(), width), ' ');
+        return text + "  ";
+    };
+    const auto& format = facts[facts["format"].is_null() ? "formatCode" : "format"];
+    constexpr std::size_t longestFormat = 15;
+    constexpr std::size_t longestSize = 11;
+    std::cout << padded(shown(facts["file"].get<std::string>()), nameWidth)
+              << padded(format.get<std::string>(), longestFormat)
+              << padded(pixels("width") + "x" + pixels("height"), longestSize) << state << '\n';
+}
+
 struct Options
 {
     std::vector<std::string> files;
     std::string frames;
+    bool isBrief = false;
     bool asJson = false;
 };
 
 int show(const Options& options)
 {
+    if (options.isBrief && options.asJson)
+        throw UsageError("--brief and --json exclude each other");
+    const auto files = inputFiles(options.files, options.frames, InFolders::mediaFiles);
+    std::size_t nameWidth = 0;
+    for (const auto& file : files)
+        nameWidth = std::max(nameWidth, shown(file.name).size());
     Json all = Json::array();
+    bool isFirst = true;
     const auto add = [&](const std::string& fileName) {
         auto facts = factsOf(fileName);
-        if (!options.asJson) {
-            std::cout << (all.empty() ? "" : "\n");
+        if (options.asJson) {
+            all.push_back(std::move(facts));
+        } else if (options.isBrief) {
+            printBriefly(facts, nameWidth);
+        } else {
+            std::cout << (std::exchange(isFirst, false) ? "" : "\n");
             print(facts);
         }
-        all.push_back(std::move(facts));
     };
-    const auto failures = forEachFile(inputFiles(options.files, options.frames), add);
+    const auto failures = forEachFile(files, add);
     // File names are bytes: what is not UTF-8 is replaced.
     if (options.asJson)
         std::cout << all.dump(2, ' ', false, Json::error_handler_t::replace) << '\n';
@@ -110,9 +146,13 @@ Command info()
     return {
         .description = sequencesText + R"(
 Prints a fact on each line, its name first, and an empty line between files. dataExpected and
-dataPresent are bytes of frame data; a file that has more than it needs is sound.)",
-        .arguments = {filesArgument(options->files, "media files"),
+dataPresent are bytes of frame data; a file that has more than it needs is sound. With --brief, a
+line has a file's name, format and size, and "complete" or how many of its bytes there are.
+
+A folder stands for the media files in it and in the folders inside, without hidden ones.)",
+        .arguments = {filesArgument(options->files, "media files, or folders of such"),
                       framesArgument(options->frames),
+                      {"--brief", "", &options->isBrief, "print a line for each file"},
                       {"--json", "", &options->asJson,
                        "print an array with an object for each file"}},
         .run = [options] { return show(*options); },

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "tools/FramePattern.h"
+
 #include <cstddef>
 #include <functional>
 #include <optional>
@@ -7,30 +9,6 @@
 #include <vector>
 
 namespace Zeq {
-
-// The name of a frame sequence: "shot.####.zeq" or "shot.%04d.zeq". A number takes as many digits
-// as there are signs, with zeros in front, and more where it has more.
-struct FramePattern
-{
-    std::string before;  // the number, with the folder
-    std::size_t digits;
-    std::string after;
-
-    // Gives nothing when the file's name has no place for a number; throws a UsageError when it has
-    // two.
-    static std::optional<FramePattern> parse(const std::string& path);
-
-    std::string fileName(int frame) const;
-
-    // The numbers of the files that the pattern gives the name of, in ascending order.
-    std::vector<int> framesOnDisk() const;
-};
-
-// The sequence that a name stands for; a file that bears the very name comes first.
-std::optional<FramePattern> sequenceOf(const std::string& name);
-
-// The last number in a file's name, which is 12 for "shot2.0012.zeq".
-std::optional<int> frameNumberIn(const std::string& path);
 
 // The frames that a text like "1-100x2,200" names, in order and each once: every second one from 1
 // to 100, and 200. Throws a UsageError.
@@ -42,12 +20,23 @@ struct InputFile
     std::string name;
     std::optional<int> frame;  // its number in its sequence
     std::string problem = {};  // why there is nothing to read, where that is known already
+    std::string folder = {};   // the one that was named, if the file was found in it
 };
 
-// The files that are meant by names, patterns of frame sequences and, where `--frames` was given,
-// certain frames of these. What is named is listed whether it exists or not, so that it is reported
-// as a file that cannot be read; a sequence without any frame is one with a problem.
-std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const std::string& frames);
+// What of a folder is meant by its name, the folders inside included.
+enum class InFolders
+{
+    nothing,
+    mediaFiles,
+    pictures,  // media files and all else by whose name it can be told that it is a picture
+};
+
+// The files that are meant by names, folders, patterns of frame sequences and, where `--frames` was
+// given, certain frames of these. What is named is listed whether it exists or not, so that it is
+// reported as a file that cannot be read; a sequence or a folder without any file is one with a
+// problem, and so is what cannot be looked at in a folder. Hidden files are left out of folders.
+std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const std::string& frames,
+                                  InFolders inFolders = InFolders::pictures);
 
 // Frames that are missing one after the other.
 struct Gap
@@ -65,10 +54,6 @@ Gap gapBetween(const FramePattern& sequence, int frame, int next);
 // Names the frames that are missing between the first and the last on the disk, of each sequence
 // among the names, and gives their number. What `--frames` names is missing or not by itself.
 std::size_t reportGaps(const std::vector<std::string>& names, const std::string& frames);
-
-// The media files in a folder and in those inside it, by name. Folders and other entries that
-// cannot be looked at have a problem, and so has the folder itself when nothing is found.
-std::vector<InputFile> mediaFilesIn(const std::string& folder);
 
 // Throws the file's problem.
 void throwProblem(const InputFile& file);

@@ -168,25 +168,32 @@ std::size_t prepareJobs(std::size_t count, const JobSettings& settings)
     return jobCount;
 }
 
-std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
+std::size_t failuresIn(const std::vector<JobOutcome>& outcomes)
+{
+    return static_cast<std::size_t>(std::ranges::count(outcomes, true, &JobOutcome::hasFailed));
+}
+
+std::vector<JobOutcome> runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
 {
     MemoryBudget budget(settings.memory);
     const auto jobCount = prepareJobs(jobs.size(), settings);
     Progress progress(jobs.size(), settings.isQuiet);
     std::atomic<std::size_t> next = 0;
-    std::atomic<std::size_t> failures = 0;
+    std::vector<JobOutcome> outcomes(jobs.size());
     const auto work = [&] {
         for (auto index = next++; index < jobs.size(); index = next++) {
             const auto& job = jobs[index];
+            auto& outcome = outcomes[index];
             try {
-                const auto remark = job.run(budget);
+                outcome.text = job.run(budget);
+                const auto& remark = outcome.text;
                 progress.succeeded(job.result, remark.empty() ? "" : job.name + ": " + remark);
             } catch (const FileError& error) {
-                ++failures;
-                progress.failed(error.what());
+                outcome = {true, error.what()};
+                progress.failed(outcome.text);
             } catch (const std::exception& error) {
-                ++failures;
-                progress.failed(job.name + ": " + messageOf(error));
+                outcome = {true, messageOf(error)};
+                progress.failed(job.name + ": " + outcome.text);
             }
         }
     };
@@ -199,7 +206,7 @@ std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings)
     }
     work();
     others.clear();
-    return failures;
+    return outcomes;
 }
 
 }

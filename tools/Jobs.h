@@ -65,12 +65,21 @@ struct Job
     std::function<std::string(MemoryBudget&)> run;
 };
 
+// How a job ended: why it failed, or what else was said of the file.
+struct JobOutcome
+{
+    bool hasFailed = false;
+    std::string text = {};
+};
+
+std::size_t failuresIn(const std::vector<JobOutcome>& outcomes);
+
 // Gets the process ready for so many jobs, which share the processors and the memory, and gives how
 // many of them can run at once.
 std::size_t prepareJobs(std::size_t count, const JobSettings& settings);
 
 // Runs the jobs, several at once where threads can be started, and names those that fail. Progress
-// is a bar on a terminal and otherwise a line for each job. Gives the number of jobs that failed.
-std::size_t runJobs(const std::vector<Job>& jobs, const JobSettings& settings);
+// is a bar on a terminal and otherwise a line for each job. Gives how each of them ended.
+std::vector<JobOutcome> runJobs(const std::vector<Job>& jobs, const JobSettings& settings);
 
 }

@@ -4,12 +4,14 @@
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaFile/FileNames.h"
 #include "MediaConversion/MediaFile/FileStreams.h"
-#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaPipeline/Formats.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "imaging/Colours.h"
+#include "tools/FileKinds.h"
 #include "tools/Files.h"
 #include "tools/PictureModule.h"
+#include "tools/Report.h"
+#include "tools/StandardFiles.h"
 
 #include <opencv2/core.hpp>
 
@@ -31,7 +33,7 @@ bool isMediaFile(const std::string& fileName)
     if (extensionOf(fileName) == "zeq")
         return true;
     MediaConversion::FileStream file;
-    file.open(fileName, std::ios_base::in | std::ios_base::binary);
+    file.open(pathOf(fileName), std::ios_base::in | std::ios_base::binary);
     char beginning[3]{};
     file.read(beginning, sizeof beginning);
     return std::string_view(beginning, sizeof beginning) == "zeq";
@@ -56,7 +58,7 @@ public:
     OpenMediaFile(const std::string& fileName, const ReadingOptions& options)
         : m_factor(options.factor)
     {
-        m_reader.open(MediaConversion::wideFileName(fileName));
+        openReader(m_reader, fileName);
         const auto header = m_reader.mediaHeader();
         const auto frame = m_reader.frameHeader();
         const auto& formats = MediaConversion::mediaFormatCodes();
@@ -95,6 +97,8 @@ public:
 
     const Imaging::OutsideValues& outside() const override { return m_outside; }
 
+    void checkWhole() override { m_reader.checkFrame(); }
+
     MediaConversion::MediaFileOptions mediaFileOptions() const override { return m_options; }
 
 private:
@@ -115,7 +119,7 @@ private:
     {
         constexpr std::uint64_t largestGrowth = 21;
         std::error_code isGone;
-        const auto size = std::filesystem::file_size(fileName, isGone);
+        const auto size = std::filesystem::file_size(pathOf(fileName), isGone);
         return isGone ? 0 : size * largestGrowth;
     }
 
@@ -127,11 +131,30 @@ private:
     Imaging::OutsideValues m_outside;
 };
 
+// Does this with a picture, and says in plain words what is wrong with it.
+template <class Operation>
+auto inPlainWords(const std::string& fileName, const Operation& operation)
+{
+    try {
+        return operation();
+    } catch (const std::exception& error) {
+        throw std::runtime_error(plainText(messageOf(error), fileName));
+    }
+}
+
+std::unique_ptr<Imaging::IPictureFile> openPicture(const std::string& fileName,
+                                                   const ReadingOptions& options)
+{
+    checkPictureFile(fileName);
+    const auto& module = pictureModule();
+    return inPlainWords(fileName, [&] { return module.open(pathOf(fileName), options); });
+}
+
 class OpenPicture final : public IOpenFile
 {
 public:
     OpenPicture(const std::string& fileName, const ReadingOptions& options)
-        : m_file(pictureModule().open(fileName, options))
+        : m_fileName(fileName), m_file(openPicture(fileName, options))
     {
     }
 
@@ -140,18 +163,37 @@ public:
     std::unique_ptr<Velmora::IFrame> readFrame() override
     {
         // The conversion to 8 bits would make highlights black that are too large for an int.
-        return std::make_unique<Velmora::FullFrame>(
-            BGRA_F32(), whole(m_file->read(Imaging::Highlights::limited)));
+        return std::make_unique<Velmora::FullFrame>(BGRA_F32(),
+                                                    whole(read(Imaging::Highlights::limited)));
     }
 
-    Picture readPicture() override { return m_file->read(Imaging::Highlights::kept); }
+    Picture readPicture() override { return read(Imaging::Highlights::kept); }
 
     const Imaging::OutsideValues& outside() const override { return m_file->outside(); }
 
+    void checkWhole() override { read(Imaging::Highlights::kept); }
+
 private:
+    Picture read(Imaging::Highlights highlights)
+    {
+        return inPlainWords(m_fileName, [&] { return m_file->read(highlights); });
+    }
+
+    const std::string m_fileName;
     std::unique_ptr<Imaging::IPictureFile> m_file;
 };
 
+}
+
+void openReader(MediaConversion::VelmoraMediaFileReader& reader, const std::string& fileName)
+try {
+    reader.open(MediaConversion::wideFileName(pathOf(fileName)));
+} catch (const MediaConversion::MediaFileAccessException& error) {
+    const bool isOther = error.message() == "Media file is corrupt";
+    const auto why = isOther ? kindText(fileName) : whyNotOpened(fileName);
+    const bool hasOtherName = extensionOf(fileName) != "zeq";
+    MediaConversion::fail(isOther && hasOtherName ? "not a media file" : error.message(),
+                          why.empty() ? "" : ": ", why);
 }
 
 std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName, const ReadingOptions& options)

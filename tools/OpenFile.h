@@ -1,5 +1,6 @@
 #pragma once
 
+#include "MediaConversion/MediaFile/VelmoraMediaFileReader.h"
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "MediaConversion/MediaPipeline/Frames.h"
 #include "imaging/Picture.h"
@@ -35,9 +36,17 @@ public:
     // What was outside 0 to 1 of the picture that was read, before its highlights were limited.
     virtual const Imaging::OutsideValues& outside() const = 0;
 
+    // Throws a std::exception when the file is not whole: when a media file has less than its
+    // frame, and any other picture cannot be read, which is then the one time that it is read.
+    virtual void checkWhole() = 0;
+
     // What a media file holds beside its frame, for another one that is made from it.
     virtual MediaConversion::MediaFileOptions mediaFileOptions() const { return {}; }
 };
+
+// Opens a media file for its headers. Throws as the reader does, and says more where a file cannot
+// be opened or is none.
+void openReader(MediaConversion::VelmoraMediaFileReader& reader, const std::string& fileName);
 
 // Opens a media file, whatever its name. Throws a std::exception with what is wrong with it.
 std::unique_ptr<IOpenFile> openMediaFile(const std::string& fileName,

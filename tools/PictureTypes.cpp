@@ -3,6 +3,7 @@
 #include "MediaConversion/Errors.h"
 
 #include <algorithm>
+#include <set>
 
 namespace Zeq {
 
@@ -51,6 +52,14 @@ const PictureType* findPictureType(const std::string& extension)
         return std::ranges::find(each.extensions, extension) != each.extensions.end();
     });
     return type == pictureTypes().end() ? nullptr : &*type;
+}
+
+bool isPictureKind(const std::string& extension)
+{
+    static const auto& onlyRead =
+        *new std::set<std::string>{"cin", "gif", "hdr", "jp2",  "pbm", "pgm", "pnm",
+                                   "ppm", "psd", "rgb", "rgba", "sgi", "webp"};
+    return findPictureType(extension) || onlyRead.contains(extension);
 }
 
 SampleDepth losslessDepth(const PictureType& type, SampleDepth source, bool hasAlpha)

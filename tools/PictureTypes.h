@@ -23,6 +23,9 @@ const std::vector<PictureType>& pictureTypes();
 // not written.
 const PictureType* findPictureType(const std::string& extension);
 
+// Whether files that are named so are pictures, written or only read. Not media files.
+bool isPictureKind(const std::string& extension);
+
 // The depth in which samples are stored without loss; throws when there is none.
 SampleDepth losslessDepth(const PictureType& type, SampleDepth source, bool hasAlpha);
 

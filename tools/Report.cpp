@@ -66,6 +66,8 @@ std::string messageOf(const std::exception& error)
     if (dynamic_cast<const std::bad_alloc*>(&error) ||
         (ofOpenCv && ofOpenCv->code == cv::Error::StsNoMem))
         return "Not enough memory";
+    if (ofOpenCv)
+        return "OpenCV cannot work on it: " + ofOpenCv->err;
     if (const auto* const ofFile = dynamic_cast<const std::filesystem::filesystem_error*>(&error))
         return ofFile->path1().native() + ": " + ofFile->code().message();
     return error.what();

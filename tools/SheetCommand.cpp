@@ -165,7 +165,7 @@ std::vector<InputFile> everyNth(const std::vector<InputFile>& files, int step)
 
 std::vector<Job> jobsFor(const std::vector<InputFile>& files, const Options& options, Sheet& sheet)
 {
-    const auto reading = options.views.reading();
+    const auto reading = options.views.reading.options();
     std::vector<Job> jobs;
     for (std::size_t index = 0; index < files.size(); ++index) {
         const auto& file = files[index];
@@ -210,7 +210,7 @@ int run(const Options& options)
     Sheet sheet(names, files.size(), layout);
     const auto jobs = jobsFor(files, options, sheet);
     removeUnfinishedFilesOnSignals();
-    auto failures = runJobs(jobs, options.jobs);
+    auto failures = failuresIn(runJobs(jobs, options.jobs));
     MemoryBudget budget(options.jobs.memory);
     failures += sheet.finish(budget, options.jobs.isQuiet);
     return failures ? ExitStatus::failure : ExitStatus::success;

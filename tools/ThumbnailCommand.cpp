@@ -49,7 +49,7 @@ std::string outputName(const std::string& output)
 int run(const Options& options)
 {
     const auto output = outputName(options.output);
-    const auto reading = options.views.reading();
+    const auto reading = options.views.reading.options();
     const auto plan = planConversions(inputFiles(options.files, options.frames), output, "png");
     if (output.ends_with('/'))
         makeFolder(output);
@@ -59,7 +59,8 @@ int run(const Options& options)
         makeThumbnail(conversion, reading, options.views, budget);
         return std::string();
     };
-    return runConversions(plan, options.jobs, make) ? ExitStatus::failure : ExitStatus::success;
+    return failuresIn(runConversions(plan, options.jobs, make)) ? ExitStatus::failure
+                                                                : ExitStatus::success;
 }
 
 }

@@ -2,27 +2,20 @@
 
 #include "imaging/Colours.h"
 
-#include <cmath>
-
 namespace Zeq {
-
-ReadingOptions ViewOptions::reading() const
-{
-    return {.factor = static_cast<float>(std::exp2(stopsOf(exposure)))};
-}
 
 std::vector<Argument> viewArguments(ViewOptions& options)
 {
-    return {{.names = "--size",
-             .value = "N",
-             .target = &options.side,
-             .help = "the longer side of each in pixels (default: " + std::to_string(options.side) +
-                     ")",
-             .largest = 4096},
-            {"--srgb", "", &options.isForDisplay,
-             "show half and float samples as linear light, by the curve of sRGB"},
-            {"--exposure", "STOPS", &options.exposure,
-             "make values brighter before that: 1 doubles them, -1 halves them"}};
+    return withReadingArguments(
+        {{.names = "--size",
+          .value = "N",
+          .target = &options.side,
+          .help =
+              "the longer side of each in pixels (default: " + std::to_string(options.side) + ")",
+          .largest = 4096},
+         {"--srgb", "", &options.isForDisplay,
+          "show half and float samples as linear light, by the curve of sRGB"}},
+        options.reading);
 }
 
 ReducedPicture readReduced(const std::string& fileName, const ReadingOptions& reading,

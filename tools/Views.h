@@ -4,6 +4,7 @@
 #include "tools/Commands.h"
 #include "tools/Jobs.h"
 #include "tools/OpenFile.h"
+#include "tools/ReadingArguments.h"
 
 #include <opencv2/core/types.hpp>
 
@@ -15,12 +16,9 @@ namespace Zeq {
 // How the pictures on sheets and the thumbnails are made.
 struct ViewOptions
 {
-    int side = 0;  // the longer one
-    std::string exposure = {};
+    int side = 0;               // the longer one
     bool isForDisplay = false;  // linear light gets the curve of sRGB
-
-    // Throws a UsageError.
-    ReadingOptions reading() const;
+    ReadingSettings reading = {};
 };
 
 std::vector<Argument> viewArguments(ViewOptions& options);

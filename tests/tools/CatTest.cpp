@@ -93,6 +93,29 @@ TEST_F(Cat, takesOtherPicturesAndTheWindowThatHostsShow)
     EXPECT_EQ(output, Name("P6\n3 1\n255\ncba\0\0\0\0\0\0", 11 + 9));
 }
 
+// Once for the first file and once for all; the first picture of three has no such values.
+TEST_F(Cat, saysWhatWasCutOff)
+{
+    OIIO::ImageSpec layered(1, 1, 4, TypeDesc::FLOAT);
+    layered.channelnames = {"glow.Y", "main.R", "main.G", "main.B"};
+    for (const int frame : {1, 2, 3})
+        writePicture("a." + std::to_string(frame) + ".exr", layered,
+                     {0.25f, 0.5f, static_cast<float>(frame), 0.5f});
+    runWell("zeq cat -q a.#.exr --layer main");
+    EXPECT_EQ(errors,
+              "zeq: a.2.exr: 33.3 % of the samples were cut off at 0 and 1, up to 2 in green "
+              "(--clip accepts that)\n"
+              "zeq: 2 files: 33.3 % of the samples were cut off at 0 and 1, up to 3 in green\n");
+    runWell(
+        "zeq cat a.#.exr --layer main --clip && zeq cat a.#.exr --layer glow --scale 2 --exposure "
+        "1");
+    EXPECT_EQ(errors, "");
+    EXPECT_EQ(output.substr(output.size() - 6), Name(6, '\xFF'));
+    EXPECT_EQ(run("zeq compare a.1.exr a.2.exr --layer glow && zeq compare a.1.exr a.2.exr"), 1);
+    EXPECT_THAT(output, HasSubstr("\nequal\n"));
+    EXPECT_EQ(errors, "zeq: a.1.exr: has the layers glow, main; choose one with --layer\n");
+}
+
 // What FFmpeg makes of the pipe has the library's own values.
 TEST_F(Cat, feedsAMovie)
 {
@@ -224,7 +247,8 @@ TEST_F(Cat, endsAtAFrameThatCannotBeShown)
     EXPECT_EQ(run("zeq cat e.zeq; zeq cat gone.zeq; zeq cat n.#.zeq; zeq cat s.1.zeq ''"), 1);
     EXPECT_EQ(output + errors,
               "zeq: e.zeq: is a picture of 0 x 0 pixels: nothing can be shown\n"
-              "zeq: gone.zeq: Failed to open file\nzeq: n.#.zeq: no frames found\n"
+              "zeq: gone.zeq: Failed to open file: No such file or directory\nzeq: n.#.zeq: no "
+              "frames found\n"
               "zeq: '': no file has an empty name\n");
 }
 

@@ -96,13 +96,33 @@ TEST_F(Commands, areDocumentedCompletely)
                 EXPECT_THAT(text, HasSubstr(name)) << entry.name;
         }
     }
-    runWell("bash -c '. \"" BUILT_TEXTS
-            "/zeq.bash\"; COMP_WORDS=(zeq convert -f \"\"); COMP_CWORD=3; _zeq; "
-            "echo ${COMPREPLY[@]}'");
-    EXPECT_EQ(
-        output,
-        "YUYV-422 ZEQ-420 RGB-U8 BGR-U8 RGBA-U8 BGRA-U8 ZEQ-422 RGB-DPX-FILLED BGR-DPX-FILLED "
-        "RGB-SMPTE-2110 BGR-SMPTE-2110 ZEQ-4224-HYBRID YCoCg-DXT5\n");
+}
+
+// Names are left to the shell, which knows how to quote them.
+TEST_F(Commands, areCompleted)
+{
+    const std::pair<const char*, const char*> cases[] = {
+        // clang-format off
+        {R"(zeq convert -f "")",       "YUYV-422 ZEQ-420 RGB-U8 BGR-U8 RGBA-U8 BGRA-U8 ZEQ-422 RGB-DPX-FILLED "
+                                       "BGR-DPX-FILLED RGB-SMPTE-2110 BGR-SMPTE-2110 ZEQ-4224-HYBRID YCoCg-DXT5"},
+        {"zeq convert --format rgb-d", "rgb-dpx-filled"},
+        {"zeq convert --format RGB-S", "RGB-SMPTE-2110"},
+        {R"(zeq convert --to = "")",   "zeq png exr tif tiff dpx jpg jpeg tga bmp"},
+        {"zeq convert --to = ti",      "tif tiff"},
+        {"zeq check --js",             "--json"},
+        {"zeq co",                     "convert compare"},
+        {"zeq info a",                 ""},
+        {"zeq sheet -o a",             ""},
+        {"zeq info -- --js",           ""},
+        // clang-format on
+    };
+    for (const auto& [words, replies] : cases) {
+        runWell("bash -c '. \"" BUILT_TEXTS "/zeq.bash\"; COMP_WORDS=(" + std::string(words) +
+                "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _zeq; echo ${COMPREPLY[@]}'");
+        EXPECT_EQ(output, std::string(replies) + "\n") << words;
+    }
+    runWell("bash -c '. \"" BUILT_TEXTS "/zeq.bash\"; complete -p zeq'");
+    EXPECT_THAT(output, HasSubstr("-o default"));
 }
 
 TEST_F(Commands, refuseInOneLine)
@@ -113,6 +133,9 @@ TEST_F(Commands, refuseInOneLine)
     file.width = 3;
     file.height = 0;
     writeFile(folder.file("flat.zeq"), file.bytes());
+    writePicture("odd.dpx", {3, 1, 4, TypeDesc::UINT16}, std::vector<float>(12));
+    for (const auto* const name : {"e_00000011.png", "e_000002.zeq.bak", "x_9.png", "x_10.png"})
+        writeFile(folder.file(name), "?");
     writePicture("odd.png", {3, 2, 3, TypeDesc::UINT8}, std::vector<float>(18));
     writePicture("wide.tif", {65536, 1, 1, TypeDesc::UINT8}, std::vector<float>(65536));
     writePicture("f.exr", {2, 1, 3, TypeDesc::FLOAT}, std::vector<float>(6));
@@ -153,6 +176,19 @@ TEST_F(Commands, refuseInOneLine)
         {"check a.zeq --memory 4T",                    2, "--memory: 4T is no amount like 512M or 4G"},
         {"convert a.zeq b.png --frames 1",             2, "--frames: a.zeq has no place for the frame's number"},
         {"convert s.####.zeq b.####.png",              1, "s.####.zeq: no frames found"},
+        {"convert e_####.png b.####.png",              1, "e_####.png: no frames found; e_00000011.png has 8 digits: write ########"},
+        {"sheet x_%04d.png -o o.png",                  1, "x_%04d.png: no frames found; x_9.png has 1 digit: write #"},
+        {"convert odd.dpx o.zeq -f zeq-4224-hybrid",   1, "odd.dpx: is 3 pixels wide; ZEQ-4224-HYBRID needs a multiple of 2; RGBA-U8 takes any width"},
+        {"convert a.zeq b",                            2, "b has no ending; for a folder write b/ and --to png"},
+        {"convert a.zeq b --to png",                   2, "b has no ending; for a folder write b/ and --to png"},
+        {"convert a.zeq b.png --to png",               2, "--to is for an OUTPUT that is a folder or -"},
+        {"convert a.zeq -",                            2, "--to is needed for standard output"},
+        {"convert a.zeq - --to png --json",            2, "--json and the picture would both be written to standard output"},
+        {"convert a.zeq flat.zeq - --to png",          2, "a.zeq and flat.zeq would both become -"},
+        {"convert - o/ --to png <a.zeq",               2, "standard input has no name for a file in o/"},
+        {"info a.zeq --brief --json",                  2, "--brief and --json exclude each other"},
+        {"cat a.zeq --exposure x",                     2, "--exposure: x is no number from -32 to 32, like -2.5"},
+        {"--",                                         2, "a command is required; see zeq --help"},
         {"convert a.zeq nowhere/b.png",                2, "there is no folder nowhere"},
         {"convert s#.%04d.zeq b.#.png",                2, "s#.%04d.zeq has two places for the frame's number"},
         {"convert s.#.zeq b.#.png --frames 0-1000000", 2, "--frames: more than 1000000 frames"},
@@ -160,8 +196,8 @@ TEST_F(Commands, refuseInOneLine)
         {"convert a.zeq b.zeq c.png",                  2, "a.zeq and b.zeq would both become c.png"},
         {"convert x/a.zeq y/a.zeq o/ --to png",        2, "x/a.zeq and y/a.zeq would both become o/a.png"},
         {"convert s1.zeq ./t1.zeq t#.zeq",             2, "s1.zeq would overwrite the input ./t1.zeq"},
-        {"convert odd.png o.zeq -f zeq-422",           1, "odd.png: is 3 pixels wide; ZEQ-422 needs a multiple of 2"},
-        {"convert f.exr o.zeq -f zeq-420",             1, "f.exr: is 1 pixels high; ZEQ-420 needs a multiple of 2"},
+        {"convert odd.png o.zeq -f zeq-422",           1, "odd.png: is 3 pixels wide; ZEQ-422 needs a multiple of 2; RGB-DPX-FILLED takes any width"},
+        {"convert f.exr o.zeq -f zeq-420",             1, "f.exr: is 1 pixel high; ZEQ-420 needs a multiple of 2; RGB-U8 takes any height"},
         {"convert wide.tif o.zeq",                     1, "wide.tif: is 65536 pixels wide; a media file holds at most 65535"},
         {"sheet motion.exr -o o.png",                  1, "motion.exr: has the channels u, v: no R, G, B and no Y"},
         {"convert coffee.zeq-422.zeq o.jpg",           1, "coffee.zeq-422.zeq: 10-bit samples do not fit into jpg files without loss; choose a --depth"},

@@ -218,11 +218,11 @@ TEST_F(Compare, refusesInOneLineWhatCannotBeCompared)
         {"a.png b.png -o heat.txt",          2, "heat.txt: files of this kind are not written"},
         {"a.png b.png -o ./b.png",           2, "the heat map would overwrite the input b.png"},
         {"a.png b.png",                      1, "a.png has 1 x 1 pixels, b.png has 2 x 1: they cannot be compared"},
-        {"a.png gone.png -o heat.png",       1, "gone.png: No such file"},
-        {"gone.zeq a.png",                   1, "gone.zeq: Failed to open file"},
+        {"a.png gone.png -o heat.png",       1, "gone.png: No such file or directory"},
+        {"gone.zeq a.png",                   1, "gone.zeq: Failed to open file: No such file or directory"},
         {"a.png short.zeq",                  1, "short.zeq: Media file has unexpectedly reached End-Of-File"},
         {"claim.zeq claim.zeq",              1, "claim.zeq: Media file has unexpectedly reached End-Of-File"},
-        {"a.png --against ZEQ-422",          1, "a.png: is 1 pixels wide; ZEQ-422 needs a multiple of 2"},
+        {"a.png --against ZEQ-422",          1, "a.png: is 1 pixel wide; ZEQ-422 needs a multiple of 2; RGB-DPX-FILLED takes any width"},
         // clang-format on
     };
     for (const auto& [arguments, status, text] : cases) {
