@@ -102,6 +102,10 @@ public:
     // Once only. Throws a std::exception.
     virtual Picture read(Highlights highlights) = 0;
 
+    // Reads the first and the last rows, of which some kinds of files have the one and some the
+    // other at their end. Throws a std::exception where they are missing. Not beside read().
+    virtual void checkEnds() = 0;
+
     // What was outside 0 to 1 of the shown part of the picture that was read, before its highlights
     // were limited.
     virtual const OutsideValues& outside() const = 0;

@@ -233,6 +233,17 @@ public:
         return m_turn.isNone() ? picture : turned(picture, m_turn);
     }
 
+    void checkEnds() override
+    {
+        const int height = data().height;
+        const int rows = std::min(rowsPerUnit(), height);
+        // Strips and tiles begin at multiples of their height.
+        const int last = (height - 1) / rows * rows;
+        Band band(m_ranges, m_sampleType, data().width, rows);
+        if (!readRows(band, 0, rows) || !readRows(band, last, height))
+            failToRead(m_input->geterror());
+    }
+
     const OutsideValues& outside() const override { return m_outside; }
 
 private:

@@ -68,7 +68,7 @@ and some more, without hidden ones; in an OUTPUT that is a folder they keep thei
 - is standard output, with the kind of file in --to.
 
 With --skip-existing, an output is left as it is when it is as large as its input and whole: a media
-file that has all bytes of its frame, or another picture that can be read to its end.
+file that has all bytes of its frame, or another picture whose first and last rows can be read.
 
 A photograph that says by EXIF which way up it is comes out upright.
 

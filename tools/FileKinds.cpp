@@ -283,8 +283,9 @@ std::string plainText(std::string text, const std::string& fileName)
         return kind.empty() ? "no picture of a known kind" : "no picture of a known kind: " + kind;
     }
     for (const auto* const words :
-         {"end of file", "TIFFRead", "IO error during reading", "Failed to read directory",
-          "Cannot read TIFF header", "Could not read header", "wrong bmp header size"})
+         {"end of file", "TIFFRead", "Read error at", "IO error during reading",
+          "Failed to read directory", "Cannot read TIFF header", "Could not read header",
+          "wrong bmp header size"})
         if (says(words))
             return damaged;
     const auto name = "\"" + pathOf(fileName) + "\"";

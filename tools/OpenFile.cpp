@@ -171,7 +171,10 @@ public:
 
     const Imaging::OutsideValues& outside() const override { return m_file->outside(); }
 
-    void checkWhole() override { read(Imaging::Highlights::kept); }
+    void checkWhole() override
+    {
+        inPlainWords(m_fileName, [&] { m_file->checkEnds(); });
+    }
 
 private:
     Picture read(Imaging::Highlights highlights)

@@ -37,7 +37,8 @@ public:
     virtual const Imaging::OutsideValues& outside() const = 0;
 
     // Throws a std::exception when the file is not whole: when a media file has less than its
-    // frame, and any other picture cannot be read, which is then the one time that it is read.
+    // frame, and the first or last rows of any other picture cannot be read, which is not read
+    // besides.
     virtual void checkWhole() = 0;
 
     // What a media file holds beside its frame, for another one that is made from it.

@@ -224,7 +224,7 @@ Command sheet()
     auto arguments = viewArguments(options->views);
     arguments.insert(
         arguments.begin(),
-        {filesArgument(options->files, "media files and other pictures"),
+        {filesArgument(options->files, "media files and other pictures, or folders of such"),
          required({"-o,--output", "SHEET", &options->output, "the file to write: sheet.png"}),
          {.names = "--columns",
           .value = "N",

@@ -69,10 +69,11 @@ Command thumbnail()
 {
     const auto options = std::make_shared<Options>();
     auto arguments = viewArguments(options->views);
-    arguments.insert(arguments.begin(),
-                     {filesArgument(options->files, "media files and other pictures"),
-                      required({"-o,--output", "OUTPUT", &options->output,
-                                "a PNG file, a sequence of these, or a folder"})});
+    arguments.insert(
+        arguments.begin(),
+        {filesArgument(options->files, "media files and other pictures, or folders of such"),
+         required({"-o,--output", "OUTPUT", &options->output,
+                   "a PNG file, a sequence of these, or a folder"})});
     arguments.push_back(framesArgument(options->frames));
     return {
         .description = sequencesText + R"(
