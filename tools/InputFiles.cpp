@@ -82,10 +82,6 @@ try {
     return {{name, {}, error.code().message()}};
 }
 
-}
-
-namespace {
-
 // What bears the name of a picture is one, though it may be a link to nothing or a pipe: it is the
 // reader who says what is wrong with it. Links to folders are not followed.
 std::vector<InputFile> filesIn(const std::string& folder, InFolders inFolders)
