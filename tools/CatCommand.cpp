@@ -272,9 +272,9 @@ stream, also with --quiet, and at the end how many do; --clip accepts it without
   zeq cat shot.####.zeq | ffmpeg -f ppm_pipe -framerate 24 -i - -pix_fmt yuv420p shot.mp4
 
 Where frames between the first and the last are missing, or of those in --frames, these are named
-and nothing is written, unless --missing says what takes their place: hold shows the frame before them
-again, or the one after them where there is none, and black a black one. A frame that cannot be read
-or has another size is named and ends the output.
+and nothing is written, unless --missing says what takes their place: hold shows the frame before
+them again, or the one after them where there is none, and black a black one. A frame that cannot be
+read or has another size is named and ends the output.
 
 When the reader goes away, zeq ends without a message: by the signal SIGPIPE, which shells show as
 status 141, or with status 1 where that signal is ignored.)",

@@ -299,11 +299,12 @@ int run(const Options& options)
 
 std::string description()
 {
-    return R"(A and B are two files or two sequences, shot.####.zeq or shot.%04d.zeq, whose frames are compared
-by their numbers: media files and other pictures, of any kind on either side. - is standard input.
+    return R"(A and B are two files or two sequences, shot.####.zeq or shot.%04d.zeq, whose frames are compared by
+their numbers: media files and other pictures, of any kind on either side. - is standard input.
 Values are compared as they are stored, scaled to 0 to 1: no colour conversion, no multiplication by
-alpha. Where only one picture has alpha, the other counts as opaque. PSNR is that of the largest value, at least 1,
-to the root mean square. What is infinite or no number on one side only is infinitely far.
+alpha. Where only one picture has alpha, the other counts as opaque. PSNR is that of the largest
+value, at least 1, to the root mean square. What is infinite or no number on one side only is
+infinitely far.
 
 With --against, A is compared with itself as a media file of this format would hold it: with what
 the format loses.
