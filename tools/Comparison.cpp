@@ -5,6 +5,7 @@
 #include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
+#include "tools/InputNames.h"
 #include "tools/OpenFile.h"
 #include "tools/PictureModule.h"
 #include "tools/Report.h"
@@ -97,7 +98,7 @@ void planHeatMaps(std::vector<Pair>& pairs, const std::string& output)
         files.push_back({pair.name, pair.frame, pair.problem});
         others.push_back({pair.otherName, pair.frame});
     }
-    const InputNames otherNames(others);
+    InputNames otherNames(others);
     const auto plan = planConversions(files, output, "png");
     for (std::size_t index = 0; index < plan.size(); ++index) {
         pairs[index].heatMap = plan[index].output;

@@ -6,13 +6,13 @@
 #include "imaging/Colours.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
+#include "tools/InputNames.h"
 #include "tools/Losses.h"
 #include "tools/PictureModule.h"
 #include "tools/PictureTypes.h"
 #include "tools/Report.h"
 #include "tools/StandardFiles.h"
 
-#include <sys/stat.h>
 #include <opencv2/core.hpp>
 
 #include <algorithm>
@@ -31,51 +31,6 @@ namespace Zeq {
 namespace {
 
 namespace fs = std::filesystem;
-
-// Two names of one file are one.
-fs::path identity(const std::string& name)
-{
-    std::error_code error;
-    const auto absolute = fs::absolute(name, error);
-    const auto identity = error ? fs::path() : fs::weakly_canonical(absolute, error);
-    return error ? fs::path(name) : identity;
-}
-
-// The device and the number that all links to a file share; nothing where there is no file.
-using FileNumber = std::pair<dev_t, ino_t>;
-
-std::optional<FileNumber> fileNumber(const std::string& name)
-{
-    struct stat status;
-    return ::stat(name.c_str(), &status) == 0
-               ? std::optional(FileNumber(status.st_dev, status.st_ino))
-               : std::nullopt;
-}
-
-}
-
-InputNames::InputNames(const std::vector<InputFile>& inputs)
-{
-    for (const auto& input : inputs) {
-        if (input.name == standardFile)
-            continue;
-        m_byPath.emplace(identity(input.name), input.name);
-        if (const auto number = fileNumber(input.name))
-            m_byNumber.emplace(*number, input.name);
-    }
-}
-
-std::optional<std::string> InputNames::sameAs(const std::string& output) const
-{
-    if (const auto input = m_byPath.find(identity(output)); input != m_byPath.end())
-        return input->second;
-    if (const auto number = fileNumber(output))
-        if (const auto input = m_byNumber.find(*number); input != m_byNumber.end())
-            return input->second;
-    return std::nullopt;
-}
-
-namespace {
 
 // How an input's name becomes that of its output.
 std::function<std::string(const InputFile&)> naming(const std::string& output,
@@ -101,21 +56,18 @@ std::function<std::string(const InputFile&)> naming(const std::string& output,
     return [=](const InputFile&) { return output; };
 }
 
-}
-
-namespace {
-
 // The inputs without those that were found in a folder because it holds that of the outputs: they
 // were made before.
 std::vector<InputFile> withoutOutputs(std::vector<InputFile> inputs, const std::string& output)
 {
     if (!isFolderName(output))
         return inputs;
-    const auto folder = identity(output);
+    PlainPaths paths;
+    const auto folder = paths.ofFolder(output);
     std::erase_if(inputs, [&](const InputFile& input) {
-        if (input.folder.empty() || identity(input.folder) == folder)
+        if (input.folder.empty() || paths.ofFolder(input.folder) == folder)
             return false;
-        const auto path = identity(input.name);
+        const auto path = paths.ofFile(input.name);
         return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
                folder.end();
     });
@@ -129,7 +81,8 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& allInputs,
 {
     const auto outputOf = naming(output, extension);
     const auto inputs = withoutOutputs(allInputs, output);
-    const InputNames inputNames(inputs);
+    InputNames inputNames(inputs);
+    PlainPaths paths;
 
     std::vector<Conversion> conversions;
     std::map<fs::path, std::string> taken;  // the outputs and what they are made of
@@ -140,7 +93,7 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& allInputs,
         }
         const auto& conversion = conversions.emplace_back(Conversion{input, outputOf(input)});
         const auto& target = conversion.output;
-        if (const auto [entry, isFirst] = taken.emplace(identity(target), input.name); !isFirst)
+        if (const auto [entry, isFirst] = taken.emplace(paths.ofFile(target), input.name); !isFirst)
             throw UsageError(entry->second + " and " + input.name + " would both become " + target);
         if (target == standardFile)
             continue;

@@ -6,15 +6,10 @@
 #include "tools/Jobs.h"
 #include "tools/OpenFile.h"
 
-#include <sys/types.h>
-
 #include <cstddef>
-#include <filesystem>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
-#include <utility>
 #include <vector>
 
 namespace Zeq {
@@ -24,20 +19,6 @@ struct Conversion
 {
     InputFile input;
     std::string output = {};  // none of an input with a problem
-};
-
-// What is read, to be told from what is written: a file has many names, by links and by folders.
-class InputNames
-{
-public:
-    explicit InputNames(const std::vector<InputFile>& inputs);
-
-    // The input that this output would take the place of, if any.
-    std::optional<std::string> sameAs(const std::string& output) const;
-
-private:
-    std::map<std::filesystem::path, std::string> m_byPath;
-    std::map<std::pair<dev_t, ino_t>, std::string> m_byNumber;
 };
 
 // Finds each input's output: a file's name, the name of a sequence, which takes the input's number,
