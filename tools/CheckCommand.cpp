@@ -20,6 +20,7 @@ struct Options
 {
     std::vector<std::string> files;
     std::string frames;
+    std::string share;
     bool hasToBeComplete = false;
     bool asJson = false;
     JobSettings jobs;
@@ -36,11 +37,13 @@ std::string checkFile(const InputFile& input, MemoryBudget& budget)
 
 int run(const Options& options)
 {
+    const auto share = Share::parse(options.share);
+    const auto files = inputFiles(options.files, options.frames, InFolders::mediaFiles);
     std::vector<Job> jobs;
-    for (const auto& file : inputFiles(options.files, options.frames, InFolders::mediaFiles))
+    for (const auto& file : shareOf(files, share))
         jobs.push_back(
             {file.name, "", [file](MemoryBudget& budget) { return checkFile(file, budget); }});
-    const bool namesGaps = options.hasToBeComplete || !options.jobs.isQuiet;
+    const bool namesGaps = share.isFirst() && (options.hasToBeComplete || !options.jobs.isQuiet);
     const auto missing = namesGaps ? reportGaps(options.files, options.frames) : 0;
     const auto outcomes = runJobs(jobs, options.jobs);
     const auto failures = failuresIn(outcomes);
@@ -72,12 +75,13 @@ error stream, with the reason, and so is what cannot be looked at and what holds
 of these count as bad, and the others are checked. Hidden files in folders are left out, and links
 to folders inside are not followed.
 
-)" + gapsText,
+)" + gapsText + "\n\n" +
+                       shareText,
         .arguments = withJobArguments(
             {filesArgument(options->files,
                            "media files, or folders of such, with the folders inside"),
-             framesArgument(options->frames), completeArgument(options->hasToBeComplete),
-             jsonArgument(options->asJson)},
+             framesArgument(options->frames), shareArgument(options->share),
+             completeArgument(options->hasToBeComplete), jsonArgument(options->asJson)},
             options->jobs),
         .run = [options] { return Zeq::run(*options); },
     };

@@ -56,6 +56,11 @@ Argument framesArgument(std::string& frames)
     return {"--frames", "LIST", &frames, "only these frames of a sequence: 1-100, 1-100x2, 1,5,9"};
 }
 
+Argument shareArgument(std::string& share)
+{
+    return {"--share", "I/N", &share, "only the I-th of N parts, for tasks side by side"};
+}
+
 Argument completeArgument(bool& isComplete)
 {
     return {"--complete", "", &isComplete, "fail when frames of a sequence are missing"};

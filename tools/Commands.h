@@ -36,6 +36,7 @@ Argument required(Argument argument);
 // Arguments that several sub-commands take.
 Argument filesArgument(std::vector<std::string>& files, const std::string& help);
 Argument framesArgument(std::string& frames);
+Argument shareArgument(std::string& share);
 Argument completeArgument(bool& isComplete);
 Argument jsonArgument(bool& asJson);
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
@@ -92,6 +93,12 @@ inline const std::string gapsText =
     R"(Frames that are missing between the first and the last of a sequence are named on the error stream,
 unless --frames says which are meant. With --complete that is a failure, with status 1, though all
 frames that are there are worked on; with --quiet alone they are not named.)";
+
+// What a task of several does, for the descriptions of sub-commands.
+inline const std::string shareText =
+    R"(With --share 2/10 it does the second of 10 tasks, which together do the whole: each takes every tenth
+file, in the order of the list, whatever is done already. All tasks have to find the same files. The
+first alone names the frames that are missing, and fails for them.)";
 
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =

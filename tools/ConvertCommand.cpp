@@ -27,6 +27,7 @@ struct Options
 {
     std::vector<std::string> files;  // the last one is the output
     std::string frames;
+    std::string share;
     std::string format;
     std::string depth;
     std::string extension;
@@ -69,6 +70,9 @@ and some more, without hidden ones; in an OUTPUT that is a folder they keep thei
 
 With --skip-existing, an output is left as it is when it is as large as its input and whole: a media
 file that has all bytes of its frame, or another picture whose first and last rows can be read.
+
+)" + shareText +
+           R"(
 
 A photograph that says by EXIF which way up it is comes out upright.
 
@@ -243,13 +247,15 @@ RunReport reportOf(const std::vector<Conversion>& plan, const std::vector<JobOut
 int run(const Options& options)
 {
     const auto wanted = wantedResult(options);
-    auto plan = planned(options, wanted);
+    const auto share = Share::parse(options.share);
+    auto plan = shareOf(planned(options, wanted), share);
     auto settings = options.jobs;
     settings.isQuiet = settings.isQuiet || options.asJson || outputOf(options) == standardFile;
     removeUnfinishedFilesOnSignals();
     const auto finished =
         options.skipsExisting ? takeFinished(plan, wanted, settings) : std::vector<Conversion>();
-    const bool namesGaps = options.hasToBeComplete || options.asJson || !options.jobs.isQuiet;
+    const bool namesGaps =
+        share.isFirst() && (options.hasToBeComplete || options.asJson || !options.jobs.isQuiet);
     const auto missing =
         namesGaps ? reportGaps({options.files.begin(), options.files.end() - 1}, options.frames)
                   : 0;
@@ -262,7 +268,7 @@ int run(const Options& options)
         auto report = reportOf(plan, outcomes, finished);
         report.missing = missing;
         report.print();
-    } else if (!settings.isQuiet && plan.size() + finished.size() > 1) {
+    } else if (!settings.isQuiet && plan.size() + finished.size() != 1) {
         std::cout << plan.size() - failures << " converted, " << finished.size() << " skipped, "
                   << failures << " failed";
         if (missing)
@@ -294,6 +300,7 @@ Command convert()
                   "colours in EXR files are multiplied by alpha, those in other files are not"},
                  clipArgument(options->clips),
                  framesArgument(options->frames),
+                 shareArgument(options->share),
                  completeArgument(options->hasToBeComplete),
                  {"--skip-existing", "", &options->skipsExisting,
                   "leave outputs that exist and are whole as they are"},

@@ -149,6 +149,20 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
     return files;
 }
 
+Share Share::parse(const std::string& text)
+{
+    if (text.empty())
+        return {};
+    Share share;
+    const char* const end = text.data() + text.size();
+    const auto [slash, error] = std::from_chars(text.data(), end, share.number);
+    const bool hasCount = error == std::errc() && slash != end && *slash == '/';
+    const auto [stop, problem] = std::from_chars(hasCount ? slash + 1 : end, end, share.count);
+    if (problem != std::errc() || stop != end || share.number < 1 || share.number > share.count)
+        throw UsageError("--share: " + text + " is no share like 2/10, the second of 10");
+    return share;
+}
+
 std::string Gap::text() const
 {
     return count == 1
