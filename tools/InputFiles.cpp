@@ -33,7 +33,7 @@ std::vector<int> parseFrames(const std::string& text)
     const auto number = [&] {
         int value = 0;
         const auto [stop, error] = std::from_chars(rest, end, value);
-        if (error != std::errc() || value < 0)
+        if (error != std::errc())
             fail();
         rest = stop;
         return value;
@@ -47,7 +47,7 @@ std::vector<int> parseFrames(const std::string& text)
     do {
         const int first = number();
         const int last = take('-') ? number() : first;
-        const int step = take('x') ? number() : 1;
+        const int step = take('x') || take(':') ? number() : 1;
         if (last < first || step < 1)
             fail();
         if ((std::int64_t{last} - first) / step + 1 + std::ssize(frames) > largestCount)
@@ -172,10 +172,11 @@ std::string Gap::text() const
 
 Gap gapBetween(const FramePattern& sequence, int frame, int next)
 {
-    if (next - frame < 2)
+    const auto distance = std::int64_t{next} - frame;
+    if (distance < 2)
         return {};
     return {sequence.fileName(frame + 1), sequence.fileName(next - 1),
-            static_cast<std::size_t>(next - frame - 1)};
+            static_cast<std::size_t>(distance - 1)};
 }
 
 // A folder that cannot be read is a problem of its own.

@@ -10,8 +10,8 @@
 
 namespace Zeq {
 
-// The frames that a text like "1-100x2,200" names, in order and each once: every second one from 1
-// to 100, and 200. Throws a UsageError.
+// The frames that a text like "1-100x2,200" or "1-100:2,200" names, in order and each once: every
+// second one from 1 to 100, and 200. Numbers may be negative: "-5--1". Throws a UsageError.
 std::vector<int> parseFrames(const std::string& text);
 
 // A file that a command works on.
