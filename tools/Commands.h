@@ -37,6 +37,7 @@ Argument required(Argument argument);
 Argument filesArgument(std::vector<std::string>& files, const std::string& help);
 Argument framesArgument(std::string& frames);
 Argument shareArgument(std::string& share);
+Argument reportArgument(std::string& report);
 Argument completeArgument(bool& isComplete);
 Argument jsonArgument(bool& asJson);
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
@@ -96,13 +97,20 @@ frames that are there are worked on; with --quiet alone they are not named.)";
 
 // What a task of several does, for the descriptions of sub-commands.
 inline const std::string shareText =
-    R"(With --share 2/10 it does the second of 10 tasks, which together do the whole: each takes every tenth
-file, in the order of the list, whatever is done already. All tasks have to find the same files. The
-first alone names the frames that are missing, and fails for them.)";
+    R"(With --share 2/10 it does the second of 10 parts: every tenth file from the second on, so that slow
+and fast ones are spread, whatever is done already. All tasks have to find the same files. The first
+alone names the frames that are missing, and fails for them.)";
+
+// What --report is for, for the descriptions of sub-commands.
+inline const std::string reportText =
+    R"(--report appends a line of JSON for each file, as soon as it is done: input, output, status (ok,
+failed, skipped), message, seconds and bytes, of what was written or checked. Several tasks may
+append to the same file. When it cannot be written the work goes on, and the status is 1.)";
 
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =
     R"(A FILE may name a sequence: shot.####.zeq stands for all its frames, and so do shot.@@@@.zeq,
-shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'. - is standard input, ./- a file.)";
+shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'. Frame -5 is shot.-005.zeq.
+- is standard input, ./- a file.)";
 
 }
