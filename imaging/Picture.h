@@ -61,7 +61,8 @@ struct Picture
     cv::Point2l position;  // of the stored part's upper left pixel in the picture
     cv::Size size;         // of the picture
     SampleDepth depth = SampleDepth::F32;
-    bool hasAlpha = true;  // without alpha it is opaque
+    bool hasAlpha = true;   // without alpha it is opaque
+    std::string time = {};  // that its file is to say, "2001:12:31 23:59:59", or none
 };
 
 // What a file says of its picture before the pixels are read.

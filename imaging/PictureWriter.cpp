@@ -36,7 +36,15 @@ OIIO::ImageSpec descriptionOf(cv::Size size, SampleDepth depth, bool hasAlpha)
     if (facts.bits % 8 != 0)
         description["oiio:BitsPerSample"] = facts.bits;
     description["oiio:UnassociatedAlpha"] = 1;
+    // A writer that is told no time takes the present one; what is no text is not written.
+    description["DateTime"] = 0;
     return description;
+}
+
+// OpenImageIO may be built to print remarks for its developers, such as on a time that is no text.
+void silenceRemarks()
+{
+    [[maybe_unused]] static const bool isSilent = OIIO::attribute("debug", 0);
 }
 
 // `fillRow` gives the samples of a row in the order of the file.
@@ -46,6 +54,7 @@ void writeRows(const std::string& fileName, const std::string& heldName,
 {
     // Outlives the writer, which closes what it has not written whole when it is destroyed.
     CheckedFile file;
+    silenceRemarks();
     const auto output = OIIO::ImageOutput::create(fileName);
     if (!output)
         failToWrite(OIIO::geterror());
@@ -87,7 +96,9 @@ void writeHostPicture(const HostPicture& picture, const std::string& fileName, S
 
 void writePicture(const std::string& fileName, const Picture& picture, const std::string& heldName)
 {
-    const auto description = descriptionOf(picture.size, picture.depth, picture.hasAlpha);
+    auto description = descriptionOf(picture.size, picture.depth, picture.hasAlpha);
+    if (!picture.time.empty())
+        description["DateTime"] = picture.time;
     const auto [pixels, place] = shownPart(picture);
     writeRows(fileName, heldName, description,
               [&, &shown = pixels, &place = place](int row, std::byte* samples) {

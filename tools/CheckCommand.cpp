@@ -4,6 +4,7 @@
 #include "tools/Conversion.h"
 #include "tools/OpenFile.h"
 #include "tools/Report.h"
+#include "tools/ReportFile.h"
 #include "tools/RunReport.h"
 
 #include <cstddef>
@@ -20,6 +21,8 @@ struct Options
 {
     std::vector<std::string> files;
     std::string frames;
+    std::string share;
+    std::string report;
     bool hasToBeComplete = false;
     bool asJson = false;
     JobSettings jobs;
@@ -36,13 +39,21 @@ std::string checkFile(const InputFile& input, MemoryBudget& budget)
 
 int run(const Options& options)
 {
+    const auto share = Share::parse(options.share);
+    const auto files =
+        shareOf(inputFiles(options.files, options.frames, InFolders::mediaFiles), share);
+    ReportFile reportFile(options.report);
     std::vector<Job> jobs;
-    for (const auto& file : inputFiles(options.files, options.frames, InFolders::mediaFiles))
+    for (const auto& file : files)
         jobs.push_back(
             {file.name, "", [file](MemoryBudget& budget) { return checkFile(file, budget); }});
-    const bool namesGaps = options.hasToBeComplete || !options.jobs.isQuiet;
+    const bool namesGaps = share.isFirst() && (options.hasToBeComplete || !options.jobs.isQuiet);
     const auto missing = namesGaps ? reportGaps(options.files, options.frames) : 0;
-    const auto outcomes = runJobs(jobs, options.jobs);
+    auto settings = options.jobs;
+    settings.onEnd = [&](std::size_t index, const JobOutcome& outcome) {
+        reportFile.add(files[index], {}, outcome);
+    };
+    const auto outcomes = runJobs(jobs, settings);
     const auto failures = failuresIn(outcomes);
     if (options.asJson) {
         RunReport report{.entries = {}, .missing = missing};
@@ -57,7 +68,8 @@ int run(const Options& options)
         std::cout << '\n';
     }
     const bool isTooFew = options.hasToBeComplete && missing;
-    return failures || isTooFew ? ExitStatus::failure : ExitStatus::success;
+    const bool isReported = reportFile.finish();
+    return failures || isTooFew || !isReported ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
@@ -72,11 +84,13 @@ error stream, with the reason, and so is what cannot be looked at and what holds
 of these count as bad, and the others are checked. Hidden files in folders are left out, and links
 to folders inside are not followed.
 
-)" + gapsText,
+)" + gapsText + "\n\n" +
+                       shareText + "\n\n" + reportText,
         .arguments = withJobArguments(
             {filesArgument(options->files,
                            "media files, or folders of such, with the folders inside"),
-             framesArgument(options->frames), completeArgument(options->hasToBeComplete),
+             framesArgument(options->frames), shareArgument(options->share),
+             completeArgument(options->hasToBeComplete), reportArgument(options->report),
              jsonArgument(options->asJson)},
             options->jobs),
         .run = [options] { return Zeq::run(*options); },

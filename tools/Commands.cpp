@@ -53,7 +53,17 @@ Argument filesArgument(std::vector<std::string>& files, const std::string& help)
 
 Argument framesArgument(std::string& frames)
 {
-    return {"--frames", "LIST", &frames, "only these frames of a sequence: 1-100, 1-100x2, 1,5,9"};
+    return {"--frames", "LIST", &frames, "only these frames of a sequence: 1-100, 1-100x2, -5-5:2"};
+}
+
+Argument shareArgument(std::string& share)
+{
+    return {"--share", "I/N", &share, "only the I-th of N parts, for tasks side by side"};
+}
+
+Argument reportArgument(std::string& report)
+{
+    return {"--report", "FILE", &report, "append a line of JSON to FILE as each file is done"};
 }
 
 Argument completeArgument(bool& isComplete)
@@ -82,13 +92,16 @@ std::string listed(const std::vector<std::string>& words)
 
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings)
 {
-    arguments.push_back({.names = "-j,--jobs",
-                         .value = "N",
-                         .target = &settings.jobs,
-                         .help = "how many files at once (default: one for each processor)",
-                         .largest = 1024});
-    arguments.push_back({"--memory", "SIZE", &settings.memory,
-                         "what their frames may take together: 512M, 4G (default: 4G)"});
+    arguments.push_back(
+        {.names = "-j,--jobs",
+         .value = "N",
+         .target = &settings.jobs,
+         .help = "how many files at once (default: one for each processor it may have)",
+         .largest = 1024});
+    arguments.push_back(
+        {"--memory", "SIZE", &settings.memory,
+         "what their frames may take together: 512M, 4G (default: 4G, at most half\n"
+         "of what it may have)"});
     arguments.push_back({"-q,--quiet", "", &settings.isQuiet, "print errors only"});
     return arguments;
 }

@@ -36,6 +36,8 @@ Argument required(Argument argument);
 // Arguments that several sub-commands take.
 Argument filesArgument(std::vector<std::string>& files, const std::string& help);
 Argument framesArgument(std::string& frames);
+Argument shareArgument(std::string& share);
+Argument reportArgument(std::string& report);
 Argument completeArgument(bool& isComplete);
 Argument jsonArgument(bool& asJson);
 std::vector<Argument> withJobArguments(std::vector<Argument> arguments, JobSettings& settings);
@@ -93,9 +95,22 @@ inline const std::string gapsText =
 unless --frames says which are meant. With --complete that is a failure, with status 1, though all
 frames that are there are worked on; with --quiet alone they are not named.)";
 
+// What a task of several does, for the descriptions of sub-commands.
+inline const std::string shareText =
+    R"(With --share 2/10 it does the second of 10 parts: every tenth file from the second on, so that slow
+and fast ones are spread, whatever is done already. All tasks have to find the same files. The first
+alone names the frames that are missing, and fails for them.)";
+
+// What --report is for, for the descriptions of sub-commands.
+inline const std::string reportText =
+    R"(--report appends a line of JSON for each file, as soon as it is done: input, output, status (ok,
+failed, skipped), message, seconds and bytes, of what was written or checked. Several tasks may
+append to the same file. When it cannot be written the work goes on, and the status is 1.)";
+
 // How to name the frames of a sequence, for the descriptions of sub-commands.
 inline const std::string sequencesText =
     R"(A FILE may name a sequence: shot.####.zeq stands for all its frames, and so do shot.@@@@.zeq,
-shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'. - is standard input, ./- a file.)";
+shot.%04d.zeq and, in quotes for the shell, 'shot.$F4.zeq'. Frame -5 is shot.-005.zeq.
+- is standard input, ./- a file.)";
 
 }

@@ -18,6 +18,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
 #include <filesystem>
 #include <limits>
 #include <map>
@@ -157,6 +158,16 @@ void writeMediaFile(IOpenFile& file, const std::string& output, const FrameForma
     writeOutput(output, dynamic_cast<const Velmora::ImageFrame&>(*frame), options);
 }
 
+// In local time, as cameras and other writers have it.
+std::string presentTime()
+{
+    const auto now = std::time(nullptr);
+    std::tm parts{};
+    ::localtime_r(&now, &parts);
+    char text[sizeof "2001:12:31 23:59:59"];
+    return {text, std::strftime(text, sizeof text, "%Y:%m:%d %H:%M:%S", &parts)};
+}
+
 // Gives the depth of what is written.
 SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output,
                               const std::string& extension, const WantedResult& wanted,
@@ -173,6 +184,8 @@ SampleDepth writeOtherPicture(IOpenFile& file, const std::string& output,
     auto picture = file.readPicture();
     picture.depth = depth;
     picture.hasAlpha = hasAlpha;
+    if (wanted.hasTimestamp)
+        picture.time = presentTime();
     if (wanted.isPremultiplied && hasAlpha && extension == "exr" && !facts.isExr)
         for (int row = 0; row < picture.pixels.rows; ++row)
             Imaging::multiplyByAlpha(picture.pixels.ptr<cv::Vec4f>(row), picture.pixels.cols);

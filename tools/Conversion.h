@@ -36,6 +36,7 @@ struct WantedResult
     std::string extension = {};                  // of what is written to standard output
     ReadingOptions reading = {};
     bool isPremultiplied = false;  // colours in EXR files are multiplied by alpha
+    bool hasTimestamp = false;     // a picture's file says when it was made
     bool isLossAccepted = false;   // nothing is to be said of what the output cannot hold
 };
 

@@ -5,6 +5,7 @@
 #include "tools/PictureTypes.h"
 #include "tools/ReadingArguments.h"
 #include "tools/Report.h"
+#include "tools/ReportFile.h"
 #include "tools/RunReport.h"
 #include "tools/StandardFiles.h"
 
@@ -16,6 +17,7 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -23,14 +25,20 @@ namespace Zeq {
 
 namespace {
 
+namespace fs = std::filesystem;
+
 struct Options
 {
     std::vector<std::string> files;  // the last one is the output
     std::string frames;
+    std::string share;
+    std::string report;
     std::string format;
     std::string depth;
     std::string extension;
     bool skipsExisting = false;
+    bool updates = false;
+    bool hasTimestamp = false;
     bool isPremultiplied = false;
     bool clips = false;
     bool hasToBeComplete = false;
@@ -68,7 +76,14 @@ and some more, without hidden ones; in an OUTPUT that is a folder they keep thei
 - is standard output, with the kind of file in --to.
 
 With --skip-existing, an output is left as it is when it is as large as its input and whole: a media
-file that has all bytes of its frame, or another picture whose first and last rows can be read.
+file that has all bytes of its frame, or another picture whose first and last rows can be read. With
+--update it is left when it is no older than its input; with both, when both are true.
+
+)" + shareText +
+           "\n\n" + reportText + R"(
+
+The same input and options make the same bytes each time. With --timestamp, pictures say when they
+were made, in local time, where files of their kind can.
 
 A photograph that says by EXIF which way up it is comes out upright.
 
@@ -147,6 +162,7 @@ WantedResult wantedResult(const Options& options)
             wanted.depth = depth.depth;
     wanted.extension = outputExtension(options);
     wanted.reading = options.reading.options();
+    wanted.hasTimestamp = options.hasTimestamp;
     wanted.isPremultiplied = options.isPremultiplied;
     wanted.isLossAccepted = options.clips;
     return wanted;
@@ -207,16 +223,30 @@ bool isWholeOutput(const Conversion& conversion, const WantedResult& wanted, Mem
     }
 }
 
-// Takes those whose outputs are there already out of the plan, and gives them.
-std::vector<Conversion> takeFinished(std::vector<Conversion>& plan, const WantedResult& wanted,
-                                     JobSettings settings)
+// Also when the two times are the same. An input without a time is looked at by the conversion.
+bool isUpToDate(const Conversion& conversion)
 {
+    std::error_code inputError;
+    std::error_code outputError;
+    const auto inputTime = fs::last_write_time(conversion.input.name, inputError);
+    const auto outputTime = fs::last_write_time(conversion.output, outputError);
+    return !inputError && !outputError && outputTime >= inputTime;
+}
+
+// Takes those whose outputs are there already out of the plan, and gives them.
+std::vector<Conversion> takeFinished(std::vector<Conversion>& plan, const Options& options,
+                                     const WantedResult& wanted, JobSettings settings)
+{
+    const auto isFinished = [&](const Conversion& conversion, MemoryBudget& budget) {
+        return (!options.updates || isUpToDate(conversion)) &&
+               (!options.skipsExisting || isWholeOutput(conversion, wanted, budget));
+    };
     std::vector<Job> jobs;
-    std::vector<char> areWhole(plan.size());
+    std::vector<char> areFinished(plan.size());
     for (std::size_t index = 0; index < plan.size(); ++index)
         if (plan[index].output != standardFile && exists(plan[index].output))
             jobs.push_back({plan[index].output, "", [&, index](MemoryBudget& budget) {
-                                areWhole[index] = isWholeOutput(plan[index], wanted, budget);
+                                areFinished[index] = isFinished(plan[index], budget);
                                 return std::string();
                             }});
     settings.isQuiet = true;
@@ -224,7 +254,7 @@ std::vector<Conversion> takeFinished(std::vector<Conversion>& plan, const Wanted
     std::vector<Conversion> finished;
     std::vector<Conversion> others;
     for (std::size_t index = 0; index < plan.size(); ++index)
-        (areWhole[index] ? finished : others).push_back(std::move(plan[index]));
+        (areFinished[index] ? finished : others).push_back(std::move(plan[index]));
     plan = std::move(others);
     return finished;
 }
@@ -243,13 +273,22 @@ RunReport reportOf(const std::vector<Conversion>& plan, const std::vector<JobOut
 int run(const Options& options)
 {
     const auto wanted = wantedResult(options);
-    auto plan = planned(options, wanted);
+    const auto share = Share::parse(options.share);
+    auto plan = shareOf(planned(options, wanted), share);
+    ReportFile reportFile(options.report);
     auto settings = options.jobs;
     settings.isQuiet = settings.isQuiet || options.asJson || outputOf(options) == standardFile;
     removeUnfinishedFilesOnSignals();
-    const auto finished =
-        options.skipsExisting ? takeFinished(plan, wanted, settings) : std::vector<Conversion>();
-    const bool namesGaps = options.hasToBeComplete || options.asJson || !options.jobs.isQuiet;
+    const auto finished = options.skipsExisting || options.updates
+                              ? takeFinished(plan, options, wanted, settings)
+                              : std::vector<Conversion>();
+    for (const auto& conversion : finished)
+        reportFile.add(conversion.input, conversion.output, {}, true);
+    settings.onEnd = [&](std::size_t index, const JobOutcome& outcome) {
+        reportFile.add(plan[index].input, plan[index].output, outcome);
+    };
+    const bool namesGaps =
+        share.isFirst() && (options.hasToBeComplete || options.asJson || !options.jobs.isQuiet);
     const auto missing =
         namesGaps ? reportGaps({options.files.begin(), options.files.end() - 1}, options.frames)
                   : 0;
@@ -262,7 +301,7 @@ int run(const Options& options)
         auto report = reportOf(plan, outcomes, finished);
         report.missing = missing;
         report.print();
-    } else if (!settings.isQuiet && plan.size() + finished.size() > 1) {
+    } else if (!settings.isQuiet && plan.size() + finished.size() != 1) {
         std::cout << plan.size() - failures << " converted, " << finished.size() << " skipped, "
                   << failures << " failed";
         if (missing)
@@ -270,7 +309,8 @@ int run(const Options& options)
         std::cout << '\n';
     }
     const bool isTooFew = options.hasToBeComplete && missing;
-    return failures || isTooFew ? ExitStatus::failure : ExitStatus::success;
+    const bool isReported = reportFile.finish();
+    return failures || isTooFew || !isReported ? ExitStatus::failure : ExitStatus::success;
 }
 
 }
@@ -294,9 +334,15 @@ Command convert()
                   "colours in EXR files are multiplied by alpha, those in other files are not"},
                  clipArgument(options->clips),
                  framesArgument(options->frames),
+                 shareArgument(options->share),
                  completeArgument(options->hasToBeComplete),
                  {"--skip-existing", "", &options->skipsExisting,
                   "leave outputs that exist and are whole as they are"},
+                 {"--update", "", &options->updates,
+                  "leave outputs that are no older than their inputs"},
+                 {"--timestamp", "", &options->hasTimestamp,
+                  "write into pictures when they were made"},
+                 reportArgument(options->report),
                  jsonArgument(options->asJson)},
                 options->reading),
             options->jobs),

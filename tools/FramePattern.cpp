@@ -23,13 +23,18 @@ namespace fs = std::filesystem;
 
 constexpr auto allDigits = "0123456789";
 
-// Gives nothing for what is no number, has a sign or is too large.
+// A number may be negative where its sign cannot be a hyphen between words: "shot.-005.zeq".
+bool isSignAfter(std::string_view before)
+{
+    return before.empty() || before.ends_with('.') || before.ends_with('_');
+}
+
+// Gives nothing for what is no number or is too large.
 std::optional<int> wholeNumber(std::string_view text)
 {
     int number = 0;
     const auto [stop, error] = std::from_chars(text.data(), text.data() + text.size(), number);
-    const bool isWhole =
-        error == std::errc() && text.find_first_not_of(allDigits) == std::string_view::npos;
+    const bool isWhole = error == std::errc() && stop == text.data() + text.size();
     return isWhole ? std::optional(number) : std::nullopt;
 }
 
@@ -48,11 +53,12 @@ std::optional<std::string_view> middleOf(const FramePattern& pattern, std::strin
 // The number that the pattern gives the name of.
 std::optional<int> frameOf(const FramePattern& pattern, std::string_view name)
 {
-    const auto number = middleOf(pattern, name);
-    if (!number || number->size() < pattern.digits)
+    const auto middle = middleOf(pattern, name);
+    const auto frame = middle ? wholeNumber(*middle) : std::nullopt;
+    if (!frame || *middle != pattern.number(*frame))
         return std::nullopt;
-    const bool isTooLong = number->size() > pattern.digits && number->front() == '0';
-    return isTooLong ? std::nullopt : wholeNumber(*number);
+    const auto before = fs::path(pattern.before).filename().native();
+    return *frame < 0 && !isSignAfter(before) ? std::nullopt : frame;
 }
 
 // As in an address, "a@b", where it is no sign.
@@ -103,8 +109,14 @@ std::optional<FramePattern> FramePattern::parse(const std::string& path)
 
 std::string FramePattern::fileName(int frame) const
 {
-    const auto number = std::to_string(frame);
-    return before + std::string(digits - std::min(digits, number.size()), '0') + number + after;
+    return before + number(frame) + after;
+}
+
+std::string FramePattern::number(int frame) const
+{
+    auto number = std::to_string(frame);
+    const std::size_t signs = frame < 0;
+    return number.insert(signs, digits - std::min(digits, number.size()), '0');
 }
 
 std::vector<int> FramePattern::framesOnDisk() const
@@ -142,7 +154,9 @@ std::optional<int> frameNumberIn(const std::string& path)
 {
     const auto name = fs::path(path).stem().native();
     const auto last = name.find_last_of(allDigits);
-    const auto first = name.find_last_not_of(allDigits, last) + 1;  // 0 where there is none
+    auto first = name.find_last_not_of(allDigits, last) + 1;  // 0 where there is none
+    if (first > 0 && name[first - 1] == '-' && isSignAfter({name.data(), first - 1}))
+        --first;
     return last == std::string::npos ? std::nullopt
                                      : wholeNumber(name.substr(first, last - first + 1));
 }

@@ -33,7 +33,7 @@ std::vector<int> parseFrames(const std::string& text)
     const auto number = [&] {
         int value = 0;
         const auto [stop, error] = std::from_chars(rest, end, value);
-        if (error != std::errc() || value < 0)
+        if (error != std::errc())
             fail();
         rest = stop;
         return value;
@@ -47,7 +47,7 @@ std::vector<int> parseFrames(const std::string& text)
     do {
         const int first = number();
         const int last = take('-') ? number() : first;
-        const int step = take('x') ? number() : 1;
+        const int step = take('x') || take(':') ? number() : 1;
         if (last < first || step < 1)
             fail();
         if ((std::int64_t{last} - first) / step + 1 + std::ssize(frames) > largestCount)
@@ -145,6 +145,20 @@ std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const s
     return files;
 }
 
+Share Share::parse(const std::string& text)
+{
+    if (text.empty())
+        return {};
+    Share share;
+    const char* const end = text.data() + text.size();
+    const auto [slash, error] = std::from_chars(text.data(), end, share.number);
+    const bool hasCount = error == std::errc() && slash != end && *slash == '/';
+    const auto [stop, problem] = std::from_chars(hasCount ? slash + 1 : end, end, share.count);
+    if (problem != std::errc() || stop != end || share.number < 1 || share.number > share.count)
+        throw UsageError("--share: " + text + " is no share like 2/10, the second of 10");
+    return share;
+}
+
 std::string Gap::text() const
 {
     return count == 1
@@ -154,10 +168,11 @@ std::string Gap::text() const
 
 Gap gapBetween(const FramePattern& sequence, int frame, int next)
 {
-    if (next - frame < 2)
+    const auto distance = std::int64_t{next} - frame;
+    if (distance < 2)
         return {};
     return {sequence.fileName(frame + 1), sequence.fileName(next - 1),
-            static_cast<std::size_t>(next - frame - 1)};
+            static_cast<std::size_t>(distance - 1)};
 }
 
 // A folder that cannot be read is a problem of its own.

@@ -10,8 +10,8 @@
 
 namespace Zeq {
 
-// The frames that a text like "1-100x2,200" names, in order and each once: every second one from 1
-// to 100, and 200. Throws a UsageError.
+// The frames that a text like "1-100x2,200" or "1-100:2,200" names, in order and each once: every
+// second one from 1 to 100, and 200. Numbers may be negative: "-5--1". Throws a UsageError.
 std::vector<int> parseFrames(const std::string& text);
 
 // A file that a command works on.
@@ -37,6 +37,30 @@ enum class InFolders
 // problem, and so is what cannot be looked at in a folder. Hidden files are left out of folders.
 std::vector<InputFile> inputFiles(const std::vector<std::string>& names, const std::string& frames,
                                   InFolders inFolders = InFolders::pictures);
+
+// One of several tasks that work on the same files side by side. Each takes every `count`-th file
+// from its own on, whatever exists already, so that neighbours, which cost alike, are spread.
+struct Share
+{
+    std::size_t number = 1;  // from 1 on
+    std::size_t count = 1;
+
+    // Of a text like "2/10", or the whole of an empty one. Throws a UsageError.
+    static Share parse(const std::string& text);
+
+    bool isFirst() const { return number == 1; }
+    bool has(std::size_t index) const { return index % count == number - 1; }
+};
+
+template <class File>
+std::vector<File> shareOf(const std::vector<File>& files, const Share& share)
+{
+    std::vector<File> own;
+    for (std::size_t index = 0; index < files.size(); ++index)
+        if (share.has(index))
+            own.push_back(files[index]);
+    return own;
+}
 
 // Frames that are missing one after the other.
 struct Gap

@@ -2,6 +2,7 @@
 
 #include "MediaConversion/Errors.h"
 #include "MediaConversion/MediaPipeline/HostMemoryResource.h"
+#include "tools/Allowance.h"
 #include "tools/Files.h"
 #include "tools/Report.h"
 
@@ -25,21 +26,18 @@ namespace Zeq {
 namespace {
 
 constexpr std::uint64_t mebibyte = std::uint64_t{1} << 20;
-
-std::uint64_t machineMemory()
-{
-    return static_cast<std::uint64_t>(::sysconf(_SC_PHYS_PAGES)) *
-           static_cast<std::uint64_t>(::sysconf(_SC_PAGESIZE));
-}
+constexpr std::uint64_t gibibyte = std::uint64_t{1} << 30;
 
 }
+
+JobSettings::JobSettings() : memory(std::min(4 * gibibyte, allowance().memory / 2)) {}
 
 MemoryBudget::Reservation::Reservation(MemoryBudget& budget, std::uint64_t size)
     : m_budget(budget), m_size(size)
 {
-    if (size > machineMemory())
+    if (size > allowance().memory)
         MediaConversion::fail("needs ", size / mebibyte,
-                              " MiB of memory, more than this machine has");
+                              " MiB of memory, more than this process may have");
     std::unique_lock lock(budget.m_usedMutex);
     budget.m_released.wait(
         lock, [&] { return budget.m_used == 0 || budget.m_used + size <= budget.m_limit; });
@@ -145,7 +143,7 @@ private:
 // can be started, OpenCV is not to start any either.
 int prepareThreads(int jobCount)
 {
-    const int processors = cv::getNumberOfCPUs();
+    const int processors = allowance().processors;
     const bool hasThreads = canStartThreads(static_cast<std::size_t>(jobCount + processors));
     cv::setNumThreads(hasThreads ? std::max(1, processors / std::max(1, jobCount)) : 1);
     return hasThreads ? jobCount : 1;
@@ -155,9 +153,9 @@ int prepareThreads(int jobCount)
 
 std::size_t prepareJobs(std::size_t count, const JobSettings& settings)
 {
-    const auto processors = static_cast<int>(std::max(1u, std::thread::hardware_concurrency()));
-    const auto jobCount = static_cast<std::size_t>(prepareThreads(
-        std::min(settings.jobs ? settings.jobs : processors, static_cast<int>(count))));
+    const int wanted = settings.jobs ? settings.jobs : allowance().processors;
+    const auto jobCount =
+        static_cast<std::size_t>(prepareThreads(std::min(wanted, static_cast<int>(count))));
 
     // Frames side by side use each other's memory again. It is part of what they may take together.
     Velmora::installMemoryPool(settings.memory);
@@ -184,6 +182,7 @@ std::vector<JobOutcome> runJobs(const std::vector<Job>& jobs, const JobSettings&
         for (auto index = next++; index < jobs.size(); index = next++) {
             const auto& job = jobs[index];
             auto& outcome = outcomes[index];
+            const auto start = std::chrono::steady_clock::now();
             try {
                 outcome.text = job.run(budget);
                 const auto& remark = outcome.text;
@@ -195,6 +194,10 @@ std::vector<JobOutcome> runJobs(const std::vector<Job>& jobs, const JobSettings&
                 outcome = {true, messageOf(error)};
                 progress.failed(job.name + ": " + outcome.text);
             }
+            outcome.seconds =
+                std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+            if (settings.onEnd)
+                settings.onEnd(index, outcome);
         }
     };
     std::vector<std::jthread> others;

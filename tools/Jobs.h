@@ -32,8 +32,8 @@ public:
         std::uint64_t m_size;
     };
 
-    // Waits until there is room. Throws a std::runtime_error for more than the machine has: a
-    // file's header can claim anything.
+    // Waits until there is room. Throws a std::runtime_error for more than the process may
+    // have: a file's header can claim anything.
     [[nodiscard]] Reservation reserve(std::uint64_t size) { return {*this, size}; }
 
 private:
@@ -46,14 +46,6 @@ private:
 // Whether so many threads more can be started at once. What OpenCV, OpenImageIO and the libraries
 // behind them do where a thread cannot be started is to fail, or to end the program.
 bool canStartThreads(std::size_t count);
-
-// How much is done at once.
-struct JobSettings
-{
-    int jobs = 0;                                   // files; 0 for as many as there are processors
-    std::uint64_t memory = std::uint64_t{4} << 30;  // bytes of their frames together
-    bool isQuiet = false;
-};
 
 // One file's work. It reserves the memory that it will take as soon as it knows how much that is,
 // and throws a std::exception when it fails, a FileError where that is about another file. It gives
@@ -70,6 +62,18 @@ struct JobOutcome
 {
     bool hasFailed = false;
     std::string text = {};
+    double seconds = 0;
+};
+
+// How much is done at once, by default of what the process may have.
+struct JobSettings
+{
+    JobSettings();
+
+    int jobs = 0;          // files; 0 for as many as there are processors
+    std::uint64_t memory;  // bytes of their frames together
+    bool isQuiet = false;
+    std::function<void(std::size_t index, const JobOutcome& outcome)> onEnd = {};  // of each job
 };
 
 std::size_t failuresIn(const std::vector<JobOutcome>& outcomes);
@@ -79,7 +83,8 @@ std::size_t failuresIn(const std::vector<JobOutcome>& outcomes);
 std::size_t prepareJobs(std::size_t count, const JobSettings& settings);
 
 // Runs the jobs, several at once where threads can be started, and names those that fail. Progress
-// is a bar on a terminal and otherwise a line for each job. Gives how each of them ended.
+// is a bar on a terminal and otherwise a line for each job. Gives how each of them ended, which the
+// settings' `onEnd` is told by the thread that did the job.
 std::vector<JobOutcome> runJobs(const std::vector<Job>& jobs, const JobSettings& settings);
 
 }

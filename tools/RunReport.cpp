@@ -33,6 +33,17 @@ Json jsonOf(const RunReport::Entry& entry)
 
 }
 
+std::string lineOf(const RunReport::Entry& entry, std::optional<std::uintmax_t> byteCount)
+{
+    const Json json{{"input", entry.file},
+                    {"output", textOrNull(entry.output.value_or(""))},
+                    {"status", statusOf(entry)},
+                    {"message", textOrNull(entry.outcome.text)},
+                    {"seconds", entry.outcome.seconds},
+                    {"bytes", byteCount ? Json(*byteCount) : Json()}};
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
+}
+
 void RunReport::print() const
 {
     Json json{{"ok", 0}, {"skipped", 0}, {"failed", 0}, {"missing", missing}};

@@ -3,6 +3,7 @@
 #include "tools/Jobs.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <vector>
@@ -26,5 +27,9 @@ struct RunReport
     // Prints it as JSON: the numbers, and an object for each file.
     void print() const;
 };
+
+// A line of JSON for one file. The bytes are those that were written or checked, where there are
+// any.
+std::string lineOf(const RunReport::Entry& entry, std::optional<std::uintmax_t> byteCount);
 
 }

@@ -19,7 +19,11 @@ TEST(FrameRange, listsEachFrameOnceAndInOrder)
     EXPECT_THAT(parseFrames("9,1-3,2"), ElementsAre(1, 2, 3, 9));
     EXPECT_THAT(parseFrames("1-10x4"), ElementsAre(1, 5, 9));
     EXPECT_THAT(parseFrames("2147483646-2147483647"), ElementsAre(2147483646, 2147483647));
-    for (const auto* text : {"", "a", "1-", "-5", "1-3x0", "5-1", "1,,2", "1 2", "99999999999"})
+    EXPECT_THAT(parseFrames("1-10:5,3-4:1"), ElementsAre(1, 3, 4, 6));
+    EXPECT_THAT(parseFrames("-5--3,-10-10x10,0"), ElementsAre(-10, -5, -4, -3, 0, 10));
+    EXPECT_THAT(parseFrames("-2147483648-2147483647:2147483647"), SizeIs(3));
+    for (const auto* text : {"", "a", "1-", "-", "--5", "5--5", "-3--5", "1-3x0", "1-3:-1",
+                             "1-3x2:2", "5-1", "1,,2", "1 2", "99999999999"})
         EXPECT_THROW(parseFrames(text), UsageError) << text;
     EXPECT_THAT(parseFrames("2-1999999x2,1"), SizeIs(1'000'000));
     EXPECT_THROW(parseFrames("2-2000000x2,1"), UsageError);
@@ -53,6 +57,9 @@ TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
         {"a/shot.####.zeq", 7, "a/shot.0007.zeq"},
         {"shot.%04d.zeq", 12345, "shot.12345.zeq"},
         {"shot%d.zeq", 7, "shot7.zeq"},
+        {"shot.%04d.zeq", -5, "shot.-005.zeq"},
+        {"####.zeq", -12345, "-12345.zeq"},
+        {"shot_#.zeq", -5, "shot_-5.zeq"},
         {"a#b/100%/shot#.zeq", 12, "a#b/100%/shot12.zeq"},
     };
     for (const auto& [pattern, frame, name] : cases) {
@@ -61,12 +68,16 @@ TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
         EXPECT_EQ(frameNumberIn(std::string("v2/s3.") + name), frame);
     }
     EXPECT_EQ(frameNumberIn("v2/shot.zeq"), std::nullopt);
+    EXPECT_EQ(frameNumberIn("a.-2/shot-0005.zeq"), 5) << "It is a hyphen";
     const MediaConversion::MediaFileTests::TemporaryFolder folder;
-    for (const auto* name : {"s.0010.zeq", "s.0002.zeq", "s.12345.zeq", "s.00003.zeq", "s.001.zeq",
-                             "s.000x.zeq", "t.0001.zeq", "s.0004.png", "s.0005.zeq.bak", "s..zeq"})
+    for (const auto* name :
+         {"s.0010.zeq", "s.0002.zeq", "s.12345.zeq", "s.00003.zeq", "s.001.zeq", "s.000x.zeq",
+          "t.0001.zeq", "s.0004.png", "s.0005.zeq.bak", "s..zeq", "s.-003.zeq", "s.-0004.zeq",
+          "s.-05.zeq", "s.-000.zeq", "s.--06.zeq", "s-0007.zeq", "s.+008.zeq"})
         std::ofstream(folder.file(name)) << ' ';
     EXPECT_THAT(FramePattern::parse(folder.file("s.####.zeq"))->framesOnDisk(),
-                ElementsAre(2, 10, 12345));
+                ElementsAre(-3, 2, 10, 12345));
+    EXPECT_THAT(FramePattern::parse(folder.file("s####.zeq"))->framesOnDisk(), IsEmpty());
 }
 
 // None of them releases anything before all have theirs. In some of the rounds they wait already
