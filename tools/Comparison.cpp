@@ -97,7 +97,7 @@ void planHeatMaps(std::vector<Pair>& pairs, const std::string& output)
         files.push_back({pair.name, pair.frame, pair.problem});
         others.push_back({pair.otherName, pair.frame});
     }
-    const InputNames otherNames(others);
+    InputNames otherNames(others);
     const auto plan = planConversions(files, output, "png");
     for (std::size_t index = 0; index < plan.size(); ++index) {
         pairs[index].heatMap = plan[index].output;

@@ -33,15 +33,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-// Two names of one file are one.
-fs::path identity(const std::string& name)
-{
-    std::error_code error;
-    const auto absolute = fs::absolute(name, error);
-    const auto identity = error ? fs::path() : fs::weakly_canonical(absolute, error);
-    return error ? fs::path(name) : identity;
-}
-
 // The device and the number that all links to a file share; nothing where there is no file.
 using FileNumber = std::pair<dev_t, ino_t>;
 
@@ -53,6 +44,29 @@ std::optional<FileNumber> fileNumber(const std::string& name)
                : std::nullopt;
 }
 
+// What cannot be looked at keeps its name.
+fs::path withoutLinks(const fs::path& path)
+{
+    std::error_code error;
+    const auto plain = fs::weakly_canonical(path, error);
+    return error ? path : plain;
+}
+
+}
+
+fs::path FileIdentities::of(const std::string& name)
+{
+    std::error_code error;
+    const auto path = fs::absolute(name, error);
+    const auto last = path.filename();
+    if (error || last.empty() || last == "." || last == ".." ||
+        fs::is_symlink(fs::symlink_status(path, error)))
+        return withoutLinks(path);
+    const auto parent = path.parent_path();
+    const auto [folder, isNew] = m_folders.try_emplace(parent.native());
+    if (isNew)
+        folder->second = withoutLinks(parent);
+    return folder->second / last;
 }
 
 InputNames::InputNames(const std::vector<InputFile>& inputs)
@@ -60,15 +74,15 @@ InputNames::InputNames(const std::vector<InputFile>& inputs)
     for (const auto& input : inputs) {
         if (input.name == standardFile)
             continue;
-        m_byPath.emplace(identity(input.name), input.name);
+        m_byPath.emplace(m_identities.of(input.name), input.name);
         if (const auto number = fileNumber(input.name))
             m_byNumber.emplace(*number, input.name);
     }
 }
 
-std::optional<std::string> InputNames::sameAs(const std::string& output) const
+std::optional<std::string> InputNames::sameAs(const std::string& output)
 {
-    if (const auto input = m_byPath.find(identity(output)); input != m_byPath.end())
+    if (const auto input = m_byPath.find(m_identities.of(output)); input != m_byPath.end())
         return input->second;
     if (const auto number = fileNumber(output))
         if (const auto input = m_byNumber.find(*number); input != m_byNumber.end())
@@ -112,11 +126,12 @@ std::vector<InputFile> withoutOutputs(std::vector<InputFile> inputs, const std::
 {
     if (!isFolderName(output))
         return inputs;
-    const auto folder = identity(output);
+    FileIdentities identities;
+    const auto folder = identities.of(output);
     std::erase_if(inputs, [&](const InputFile& input) {
-        if (input.folder.empty() || identity(input.folder) == folder)
+        if (input.folder.empty() || identities.of(input.folder) == folder)
             return false;
-        const auto path = identity(input.name);
+        const auto path = identities.of(input.name);
         return std::mismatch(folder.begin(), folder.end(), path.begin(), path.end()).first ==
                folder.end();
     });
@@ -130,7 +145,8 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& allInputs,
 {
     const auto outputOf = naming(output, extension);
     const auto inputs = withoutOutputs(allInputs, output);
-    const InputNames inputNames(inputs);
+    InputNames inputNames(inputs);
+    FileIdentities identities;
 
     std::vector<Conversion> conversions;
     std::map<fs::path, std::string> taken;  // the outputs and what they are made of
@@ -141,7 +157,8 @@ std::vector<Conversion> planConversions(const std::vector<InputFile>& allInputs,
         }
         const auto& conversion = conversions.emplace_back(Conversion{input, outputOf(input)});
         const auto& target = conversion.output;
-        if (const auto [entry, isFirst] = taken.emplace(identity(target), input.name); !isFirst)
+        if (const auto [entry, isFirst] = taken.emplace(identities.of(target), input.name);
+            !isFirst)
             throw UsageError(entry->second + " and " + input.name + " would both become " + target);
         if (target == standardFile)
             continue;

@@ -26,6 +26,17 @@ struct Conversion
     std::string output = {};  // none of an input with a problem
 };
 
+// Tells which names are those of one file, by its path without links. Folders are looked at once:
+// lists are long, and file servers far.
+class FileIdentities
+{
+public:
+    std::filesystem::path of(const std::string& name);
+
+private:
+    std::map<std::string, std::filesystem::path> m_folders;
+};
+
 // What is read, to be told from what is written: a file has many names, by links and by folders.
 class InputNames
 {
@@ -33,9 +44,10 @@ public:
     explicit InputNames(const std::vector<InputFile>& inputs);
 
     // The input that this output would take the place of, if any.
-    std::optional<std::string> sameAs(const std::string& output) const;
+    std::optional<std::string> sameAs(const std::string& output);
 
 private:
+    FileIdentities m_identities;
     std::map<std::filesystem::path, std::string> m_byPath;
     std::map<std::pair<dev_t, ino_t>, std::string> m_byNumber;
 };

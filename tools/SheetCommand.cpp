@@ -201,7 +201,7 @@ int run(const Options& options)
     const auto named = inputFiles(options.files, options.frames);
     const auto files = everyNth(named, options.every);
     const auto names = pageNames(options.output, (files.size() + layout.views - 1) / layout.views);
-    const InputNames inputNames(named);
+    InputNames inputNames(named);
     checkFolderOf(options.output);
     for (const auto& name : names)
         if (const auto input = inputNames.sameAs(name))
