@@ -73,7 +73,7 @@ TEST(FramePattern, namesFramesAndFindsItsOwnFilesOnly)
     for (const auto* name :
          {"s.0010.zeq", "s.0002.zeq", "s.12345.zeq", "s.00003.zeq", "s.001.zeq", "s.000x.zeq",
           "t.0001.zeq", "s.0004.png", "s.0005.zeq.bak", "s..zeq", "s.-003.zeq", "s.-0004.zeq",
-          "s.-05.zeq", "s.-000.zeq", "s.--06.zeq", "s-0007.zeq", "s.+008.zeq"})
+          "s.-05.zeq", "s.-000.zeq", "s.--06.zeq", "s-007.zeq", "s.+008.zeq"})
         std::ofstream(folder.file(name)) << ' ';
     EXPECT_THAT(FramePattern::parse(folder.file("s.####.zeq"))->framesOnDisk(),
                 ElementsAre(-3, 2, 10, 12345));
