@@ -138,6 +138,33 @@ void writeOutput(const std::string& fileName,
     });
 }
 
+void writeOutput(const std::string& fileName, std::span<const std::byte> bytes)
+{
+    writeTo(fileName, "", [&](std::unique_ptr<AtomicFile> file) {
+        file->write(bytes);
+        file->commit();
+    });
+}
+
+void writeInPlace(const std::string& fileName, std::span<const std::byte> bytes)
+{
+    namingOutput(fileName, [&] {
+        const auto require = [](bool isDone) {
+            if (!isDone)
+                MediaConversion::fail(std::generic_category().message(errno));
+        };
+        struct Close
+        {
+            void operator()(std::FILE* opened) const { std::fclose(opened); }
+        };
+        std::unique_ptr<std::FILE, Close> file(std::fopen(fileName.c_str(), "wbe"));
+        require(file != nullptr);
+        require(std::fwrite(bytes.data(), bytes.size(), 1, file.get()) == 1);
+        // File systems of other machines may tell here only.
+        require(std::fclose(file.release()) == 0);
+    });
+}
+
 void writeStandardOutput(const std::string& extension,
                          const std::function<void(const std::string& temporaryName)>& write)
 {

@@ -3,7 +3,9 @@
 #include "MediaConversion/MediaFile/VelmoraMediaFileWriter.h"
 #include "tools/Report.h"
 
+#include <cstddef>
 #include <functional>
+#include <span>
 #include <string>
 
 namespace Zeq {
@@ -43,8 +45,15 @@ void writeOutput(const std::string& fileName, const Velmora::ImageFrame& frame,
 void writeOutput(const std::string& fileName,
                  const std::function<void(const std::string& temporaryName)>& write);
 
-// The same for standard output, which takes the file when it is complete. It is made in the folder
-// for temporary files.
+// The same for these bytes.
+void writeOutput(const std::string& fileName, std::span<const std::byte> bytes);
+
+// Writes these bytes into the file of this name, which is made where there is none. Programs that
+// have it open read them there, but a failure leaves a part of them. Throws an OutputError.
+void writeInPlace(const std::string& fileName, std::span<const std::byte> bytes);
+
+// Writes a file to standard output, which takes it when it is complete. It is made in the folder
+// for temporary files. Throws an OutputError.
 void writeStandardOutput(const std::string& extension,
                          const std::function<void(const std::string& temporaryName)>& write);
 

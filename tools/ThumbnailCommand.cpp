@@ -1,12 +1,11 @@
+#include "imaging/Png.h"
 #include "tools/Commands.h"
 #include "tools/Conversion.h"
 #include "tools/Files.h"
 #include "tools/InputFiles.h"
-#include "tools/PictureModule.h"
 #include "tools/Report.h"
 #include "tools/Views.h"
 
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <vector>
@@ -20,18 +19,20 @@ struct Options
     std::vector<std::string> files;
     std::string frames;
     std::string output;
+    bool isInPlace = false;
     ViewOptions views{.side = 256};
     JobSettings jobs;
 };
 
 void makeThumbnail(const Conversion& conversion, const ReadingOptions& reading,
-                   const ViewOptions& options, MemoryBudget& budget)
+                   const Options& options, MemoryBudget& budget)
 {
-    auto view = readReduced(conversion.input.name, reading, options, budget).picture;
-    view.depth = Imaging::SampleDepth::U8;
-    const auto heldName = std::filesystem::path(conversion.output).filename();
-    writeOutput(conversion.output,
-                [&](const std::string& name) { pictureModule().write(name, view, heldName); });
+    const auto view = readReduced(conversion.input.name, reading, options.views, budget).picture;
+    const auto file = Imaging::encodedPng(view);
+    if (options.isInPlace)
+        writeInPlace(conversion.output, file);
+    else
+        writeOutput(conversion.output, file);
 }
 
 // A name without an ending is that of a folder, which may still have to be made.
@@ -56,7 +57,7 @@ int run(const Options& options)
     else
         checkFolderOf(output);
     const auto make = [&](const Conversion& conversion, MemoryBudget& budget) {
-        makeThumbnail(conversion, reading, options.views, budget);
+        makeThumbnail(conversion, reading, options, budget);
         return std::string();
     };
     return failuresIn(runConversions(plan, options.jobs, make)) ? ExitStatus::failure
@@ -75,6 +76,8 @@ Command thumbnail()
          required({"-o,--output", "OUTPUT", &options->output,
                    "a PNG file, a sequence of these, or a folder"})});
     arguments.push_back(framesArgument(options->frames));
+    arguments.push_back({"--in-place", "", &options->isInPlace,
+                         "write into files that are there, for programs that have them open"});
     return {
         .description = sequencesText + R"(
 

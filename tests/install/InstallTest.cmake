@@ -8,9 +8,12 @@ endforeach()
 file(REMOVE_RECURSE ${workDir})
 execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${CMAKE_COMMAND}
   --install ${buildDir} --prefix ${workDir}/installed)
-execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${CMAKE_COMMAND}
-  -S ${CMAKE_CURRENT_LIST_DIR} -B ${workDir}/build -G ${generator}
-  -DCMAKE_PREFIX_PATH=${workDir}/installed -DCMAKE_BUILD_TYPE=${config}
-  -DCMAKE_CXX_COMPILER=${compiler} -DCMAKE_CXX_FLAGS=${flags})
-execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${CMAKE_COMMAND} --build ${workDir}/build)
-execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${workDir}/build/convertOneFrame)
+foreach(hasOwnOpenCv IN ITEMS OFF ON)
+  set(build ${workDir}/build-${hasOwnOpenCv})
+  execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${CMAKE_COMMAND}
+    -S ${CMAKE_CURRENT_LIST_DIR} -B ${build} -G ${generator} -DhasOwnOpenCv=${hasOwnOpenCv}
+    -DCMAKE_PREFIX_PATH=${workDir}/installed -DCMAKE_BUILD_TYPE=${config}
+    -DCMAKE_CXX_COMPILER=${compiler} -DCMAKE_CXX_FLAGS=${flags})
+  execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${CMAKE_COMMAND} --build ${build})
+  execute_process(COMMAND_ERROR_IS_FATAL ANY COMMAND ${build}/convertOneFrame)
+endforeach()

@@ -208,7 +208,7 @@ TEST_F(BadInput, isNoMissingThread)
         EXPECT_EQ(output, "3 files checked, 0 bad\n");
         runWell(zeq + "convert -f rgb-u8 good.zeq c.zeq");
         EXPECT_EQ(output, "good.zeq -> c.zeq\n");
-        EXPECT_EQ(run(zeq + "thumbnail good.zeq -o ."), 1);
+        EXPECT_EQ(run(zeq + "sheet good.zeq -o s.png"), 1);
         EXPECT_THAT(errors, EndsWith(": Pictures cannot be read or written: too few threads can be "
                                      "started\n"));
     }

@@ -152,24 +152,6 @@ TEST_F(Sheet, showsLinearLightWhenItIsAsked)
     }
 }
 
-TEST_F(Sheet, isNoThumbnailWhichHasAFileOfItsOwn)
-{
-    runWell("cp $samples/coffee.rgba-u8.zeq s.07.zeq; mkdir v1.2");
-    const std::pair<Name, Name> cases[] = {
-        {"a.png", "a.png"},  {"b.PNG", "b.PNG"},       {"c.##.png", "c.07.png"},
-        {"d", "d/s.07.png"}, {"e.f/", "e.f/s.07.png"}, {"v1.2", "v1.2/s.07.png"},
-    };
-    for (const auto& [name, written] : cases) {
-        runWell("zeq thumbnail --size 30 s.##.zeq -o " + name);
-        EXPECT_EQ(output, "s.07.zeq -> " + written + "\n");
-        const auto small = readPicture(written).first;
-        EXPECT_THAT(std::vector({small.width, small.height, small.nchannels}),
-                    ElementsAre(30, 20, 4));
-    }
-    runWell("zeq thumbnail -q $samples/coffee.rgb*8.zeq -o small");
-    EXPECT_THAT(folder.files("small"), ElementsAre("coffee.rgb-u8.png", "coffee.rgba-u8.png"));
-}
-
 TEST(SheetLayout, hasTheShapeOfAScreenAndFitsIntoAFile)
 {
     using namespace Imaging;
