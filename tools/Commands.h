@@ -95,11 +95,11 @@ inline const std::string gapsText =
 unless --frames says which are meant. With --complete that is a failure, with status 1, though all
 frames that are there are worked on; with --quiet alone they are not named.)";
 
-// What a task of several does, for the descriptions of sub-commands.
+// What --share is for, for the descriptions of sub-commands.
 inline const std::string shareText =
-    R"(With --share 2/10 it does the second of 10 parts: every tenth file from the second on, so that slow
-and fast ones are spread, whatever is done already. All tasks have to find the same files. The first
-alone names the frames that are missing, and fails for them.)";
+    R"(With --share 2/10 the second of 10 parts is done: every tenth file from the second on, so that slow
+and fast ones are spread, whatever exists already. All tasks have to find the same inputs. The first
+task alone names the frames that are missing, and fails for them.)";
 
 // What --report is for, for the descriptions of sub-commands.
 inline const std::string reportText =
