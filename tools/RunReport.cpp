@@ -23,7 +23,7 @@ Json textOrNull(const std::string& text)
 
 Json jsonOf(const RunReport::Entry& entry)
 {
-    Json json{{"file", entry.file}};
+    Json json{{"input", entry.file}};
     if (entry.output)
         json["output"] = textOrNull(*entry.output);
     json["status"] = statusOf(entry);

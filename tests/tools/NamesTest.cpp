@@ -111,14 +111,15 @@ TEST_F(Names, standInReportsForScripts)
     EXPECT_EQ(run("zeq check --json d gone.zeq fake.zeq 2>/dev/null"), 1);
     const auto checked = nlohmann::json::parse(output);
     EXPECT_EQ(checked["ok"].get<int>() + 10 * checked["failed"].get<int>(), 22);
-    EXPECT_EQ(checked["files"][1],
-              nlohmann::json::parse(R"({"file": "d/b/s.1.zeq", "status": "ok", "message": null})"));
+    EXPECT_EQ(
+        checked["files"][1],
+        nlohmann::json::parse(R"({"input": "d/b/s.1.zeq", "status": "ok", "message": null})"));
     EXPECT_EQ(checked["files"][3]["message"], "Media file is corrupt: it is a PNG file");
     EXPECT_EQ(run("zeq convert --json fake.zeq q.zeq r.#.zeq o/ --to jpg --exposure 3"), 1);
     const auto converted = nlohmann::json::parse(output);
     EXPECT_EQ(converted["files"][1]["output"], "o/q.jpg");
     EXPECT_THAT(converted["files"][1]["message"].get<Name>(), HasSubstr("cut off at 0 and 1"));
-    EXPECT_EQ(converted["files"][2], nlohmann::json::parse(R"({"file": "r.#.zeq", "output": null,
+    EXPECT_EQ(converted["files"][2], nlohmann::json::parse(R"({"input": "r.#.zeq", "output": null,
         "status": "failed", "message": "no frames found"})"));
     EXPECT_THAT(errors, HasSubstr("zeq: r.#.zeq: no frames found\n"));
 }
