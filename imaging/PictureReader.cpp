@@ -141,7 +141,7 @@ void limitHighlights(cv::Vec4f* pixels, int count)
             value = value > 1 ? 1 : value;
 }
 
-SampleDepth depthOf(const OIIO::ImageSpec& description, OIIO::TypeDesc sampleType)
+SampleDepth depthOf(const OIIO::ImageSpec& description, const OIIO::TypeDesc& sampleType)
 {
     const int bits = description.get_int_attribute("oiio:BitsPerSample");
     if (sampleType == OIIO::TypeDesc::UINT8)

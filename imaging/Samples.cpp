@@ -15,7 +15,7 @@ namespace {
 cv::v_int32x4 codesOf(const cv::v_float32x4& value, const cv::v_float32x4& largest)
 {
     const auto zero = cv::v_setzero_f32();
-    const auto number = cv::v_select(value == value, value, zero);
+    const auto number = cv::v_select(cv::v_not_nan(value), value, zero);
     const auto scaled = cv::v_min(cv::v_max(number, zero), cv::v_setall_f32(1)) * largest;
     const auto below = cv::v_trunc(scaled);
     // The sum of what is just below a half and a half would be rounded to 1.
@@ -101,15 +101,17 @@ void toPixels(const std::vector<ChannelFloats>& channels, int count, cv::Vec4f* 
     const auto green = channels[1];
     const auto red = channels[2];
     const auto put = [&](const auto& alpha) {
-        for (int index = 0; index < count; ++index)
+        for (std::ptrdiff_t index = 0; index < count; ++index)
             pixels[index] =
                 cv::Vec4f(blue.first[index * blue.distance], green.first[index * green.distance],
                           red.first[index * red.distance], alpha(index));
     };
     if (channels.size() < 4)
-        put([](int) { return 1.f; });
+        put([](std::ptrdiff_t) { return 1.f; });
     else
-        put([alpha = channels[3]](int index) { return alpha.first[index * alpha.distance]; });
+        put([alpha = channels[3]](std::ptrdiff_t index) {
+            return alpha.first[index * alpha.distance];
+        });
 }
 
 void toChannels(const cv::Vec4f* pixels, int count, bool hasAlpha, float* floats)

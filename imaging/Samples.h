@@ -25,7 +25,7 @@ void toSamples(const float* floats, int count, SampleDepth depth, std::byte* sam
 struct ChannelFloats
 {
     const float* first;
-    int distance;
+    std::ptrdiff_t distance;
 };
 
 // Puts channels of blue, green, red and, where there are four, alpha together; else alpha is 1.
