@@ -44,6 +44,7 @@ int run(const Options& options)
         shareOf(inputFiles(options.files, options.frames, InFolders::mediaFiles), share);
     ReportFile reportFile(options.report);
     std::vector<Job> jobs;
+    jobs.reserve(files.size());
     for (const auto& file : files)
         jobs.push_back(
             {file.name, "", [file](MemoryBudget& budget) { return checkFile(file, budget); }});

@@ -50,6 +50,7 @@ struct Options
 std::vector<std::string> depthNames()
 {
     std::vector<std::string> names;
+    names.reserve(Imaging::sampleDepths.size());
     for (const auto& depth : Imaging::sampleDepths)
         names.emplace_back(depth.name);
     return names;
@@ -246,7 +247,7 @@ std::vector<Conversion> takeFinished(std::vector<Conversion>& plan, const Option
     for (std::size_t index = 0; index < plan.size(); ++index)
         if (plan[index].output != standardFile && exists(plan[index].output))
             jobs.push_back({plan[index].output, "", [&, index](MemoryBudget& budget) {
-                                areFinished[index] = isFinished(plan[index], budget);
+                                areFinished[index] = isFinished(plan[index], budget) ? 1 : 0;
                                 return std::string();
                             }});
     settings.isQuiet = true;

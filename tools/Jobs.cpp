@@ -144,7 +144,8 @@ private:
 int prepareThreads(int jobCount)
 {
     const int processors = allowance().processors;
-    const bool hasThreads = canStartThreads(static_cast<std::size_t>(jobCount + processors));
+    const bool hasThreads =
+        canStartThreads(static_cast<std::size_t>(jobCount) + static_cast<std::size_t>(processors));
     cv::setNumThreads(hasThreads ? std::max(1, processors / std::max(1, jobCount)) : 1);
     return hasThreads ? jobCount : 1;
 }
