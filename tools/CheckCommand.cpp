@@ -4,7 +4,6 @@
 #include "tools/Conversion.h"
 #include "tools/OpenFile.h"
 #include "tools/Report.h"
-#include "tools/ReportFile.h"
 #include "tools/RunReport.h"
 
 #include <cstddef>

@@ -5,7 +5,6 @@
 #include "tools/PictureTypes.h"
 #include "tools/ReadingArguments.h"
 #include "tools/Report.h"
-#include "tools/ReportFile.h"
 #include "tools/RunReport.h"
 #include "tools/StandardFiles.h"
 
